@@ -1,0 +1,30 @@
+# How everything in this project is compiled.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+# Whether warnings are errors is the presets' decision (CMAKE_COMPILE_WARNING_AS_ERROR): a packager with another
+# compiler must not fail on a warning that nobody here has seen.
+add_compile_options(
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wcast-qual -Wundef
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+    $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>
+    # Build paths stay out of the binaries: __FILE__ begins at the top of the source tree.
+    -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+
+add_link_options(-Wl,--as-needed -Wl,-z,defs)
+
+if(ZUV_SANITIZE)
+    add_compile_options(-fsanitize=${ZUV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${ZUV_SANITIZE})
+endif()
