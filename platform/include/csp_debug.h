@@ -7,8 +7,8 @@
  *     if (cspDebugCheckLevelGetFrameAndChunk(&level))
  *         cspDebugOutput0("%s: failed\n", blog_base_name(__FILE__));
  *
- * All three operations may be called from any thread, at the same time, and with any lock held: they take no lock
- * that a caller could hold and call nothing back.
+ * All three operations may be called from any thread, at the same time, and with any lock held: they take no
+ * lock that a caller could hold and call nothing back.
  */
 #ifndef CSP_DEBUG_H
 #define CSP_DEBUG_H

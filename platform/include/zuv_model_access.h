@@ -1,5 +1,5 @@
-// The platform's message bus, as the client library sees it: a connection that publishes lists of strings on topics,
-// reads the value that a topic last carried, starts the media service, and delivers events.
+// The platform's message bus, as the client library sees it: a connection that publishes lists of strings on
+// topics, reads the value that a topic last carried, starts the media service, and delivers events.
 #ifndef ZUV_MODEL_ACCESS_H
 #define ZUV_MODEL_ACCESS_H
 
@@ -9,8 +9,8 @@
 
 namespace velmora {
 
-/// Receives what a connection delivers. Implemented by the user of the connection, which keeps it alive for as long
-/// as the connection lives.
+/// Receives what a connection delivers. Implemented by the user of the connection, which keeps it alive for
+/// as long as the connection lives.
 class ZUVModelAccessClient {
 public:
     /// The connection's own state changed. Runs on the connection's delivery thread.
@@ -18,9 +18,9 @@ public:
 
     /// One event, as the list of strings that its sender published.
     ///
-    /// Runs on the connection's one delivery thread, one event at a time, in the order in which a sender published
-    /// them. The connection holds no lock during the call, so every operation of the connection may be called from
-    /// inside. A blocking call holds up the events behind it.
+    /// Runs on the connection's one delivery thread, one event at a time, in the order in which a sender
+    /// published them. The connection holds no lock during the call, so every operation of the connection may
+    /// be called from inside. A blocking call holds up the events behind it.
     ///
     /// @param params the event; the receiver may change the list, nobody reads it afterwards.
     virtual void onZUVEvent(std::vector<std::string>& params) = 0;
@@ -29,8 +29,8 @@ protected:
     ~ZUVModelAccessClient() = default;
 };
 
-/// A connection to the bus. All operations may be called from any thread, also from a client's callbacks, and with
-/// locks of the caller's own held: none of them waits for a callback to return.
+/// A connection to the bus. All operations may be called from any thread, also from a client's callbacks, and
+/// with locks of the caller's own held: none of them waits for a callback to return.
 class IZuvModelAccess {
 public:
     /// Defined by the platform's library, which so becomes the home of this class's vtable.
@@ -44,8 +44,8 @@ public:
     /// @return 0, or a negative number.
     virtual int start() = 0;
 
-    /// Asks for the media service to be started, or to be started anew when it runs but no longer answers. Returns
-    /// at once; whether the service came up shows by its events only.
+    /// Asks for the media service to be started, or to be started anew when it runs but no longer answers.
+    /// Returns at once; whether the service came up shows by its events only.
     /// @return 0 when the request was made, or a negative number.
     virtual int startService() = 0;
 
@@ -54,8 +54,9 @@ public:
     /// @return 0 when `values` holds the topic's value, or a negative number.
     virtual int read(const std::string& topic, std::vector<std::string>& values) = 0;
 
-    /// Publishes `values` on `topic` and makes it the topic's current value. Never waits, never starts the service;
-    /// when nobody listens the list is dropped. Strings are bytes: any content and length up to 1 MiB arrives whole.
+    /// Publishes `values` on `topic` and makes it the topic's current value. Never waits, never starts the
+    /// service; when nobody listens the list is dropped. Strings are bytes: any content and length up to 1
+    /// MiB arrives whole.
     /// @return 0 when the list was handed to the bus, or a negative number.
     virtual int publish(std::string topic, std::vector<std::string> values) = 0;
 };
@@ -66,8 +67,8 @@ public:
     /// @param client receives the events; not owned.
     explicit ZUVModelAccess(ZUVModelAccessClient* client);
 
-    /// Ends delivery. Called on the delivery thread it returns at once, from elsewhere it waits for a callback that
-    /// is under way; afterwards the client is not called any more.
+    /// Ends delivery. Called on the delivery thread it returns at once, from elsewhere it waits for a
+    /// callback that is under way; afterwards the client is not called any more.
     ~ZUVModelAccess() override;
 
     int initialize() override;

@@ -1,0 +1,23 @@
+// Access to members that no lock guards. Their readers and writers may run on different threads at the same
+// time; going through std::atomic_ref keeps that defined while the members stay the plain types of the class
+// layout.
+#ifndef UNGUARDED_MEMBER_H
+#define UNGUARDED_MEMBER_H
+
+#include <atomic>
+
+namespace velmora {
+
+template <typename T>
+T loadUnguarded(T& member) {
+    return std::atomic_ref<T>(member).load(std::memory_order_acquire);
+}
+
+template <typename T>
+void storeUnguarded(T& member, T value) {
+    std::atomic_ref<T>(member).store(value, std::memory_order_release);
+}
+
+} // namespace velmora
+
+#endif // UNGUARDED_MEMBER_H

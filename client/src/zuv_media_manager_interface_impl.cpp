@@ -1,0 +1,82 @@
+#include "zuv_media_manager_interface_impl.h"
+
+#include "zuv_log.h"
+#include "zuv_media_proxy_manager.h"
+#include "zuv_media_proxy_object.h"
+
+#include <utility>
+
+namespace velmora {
+
+// The first call makes the instance, without a lock: the first call belongs to one thread. It is never
+// deleted, since applications hold the plain pointer and the library has no shut-down.
+ZUVMediaProxyManagerInterface* ZUVMediaProxyManagerInterface::getInstance() {
+    static ZUVMediaProxyManagerInterface* instance = nullptr;
+    if (instance == nullptr)
+        instance = new ZUVMediaProxyManagerInterfaceImpl();
+    return instance;
+}
+
+ZUVMediaProxyManagerInterfaceImpl::ZUVMediaProxyManagerInterfaceImpl()
+    : m_impl(ZUVMediaProxyManager::getInstance()) {
+    if (m_impl == nullptr)
+        ZUV_LOG(kFailure, "Fail to get ZUVMediaProxyManager.\n");
+}
+
+std::shared_ptr<ZUVMediaProxyInterface> ZUVMediaProxyManagerInterfaceImpl::createNewZUVMediaProxy() {
+    ZUV_LOG(kProgress, "called.\n");
+    return hasManager(__func__) ? m_impl->createNewZUVMediaProxy() : nullptr;
+}
+
+std::shared_ptr<ZUVMediaProxyInterface>
+ZUVMediaProxyManagerInterfaceImpl::createNewZUVMediaProxy(std::string id) {
+    ZUV_LOG(kProgress, "called.\n");
+    return hasManager(__func__) ? m_impl->createNewZUVMediaProxy(std::move(id)) : nullptr;
+}
+
+std::shared_ptr<ZUVMediaProxyInterface> ZUVMediaProxyManagerInterfaceImpl::createNewZUVMediaProxySync() {
+    ZUV_LOG(kProgress, "called.\n");
+    return hasManager(__func__) ? m_impl->createNewZUVMediaProxySync() : nullptr;
+}
+
+std::shared_ptr<ZUVMediaProxyInterface>
+ZUVMediaProxyManagerInterfaceImpl::createNewZUVMediaProxySync(std::string id) {
+    ZUV_LOG(kProgress, "called.\n");
+    return hasManager(__func__) ? m_impl->createNewZUVMediaProxySync(std::move(id)) : nullptr;
+}
+
+// The two setters put their line out as a failure, so that it shows on devices that log failures only.
+void ZUVMediaProxyManagerInterfaceImpl::setZUVCallback(ZUVCallback callback) {
+    ZUV_LOG(kFailure, "called.\n");
+    if (hasManager(__func__))
+        m_impl->setZUVCallback(callback);
+}
+
+void ZUVMediaProxyManagerInterfaceImpl::setZUVAdCallback(ZUVCallback callback) {
+    ZUV_LOG(kFailure, "called.\n");
+    if (hasManager(__func__))
+        m_impl->setZUVAdCallback(callback);
+}
+
+bool ZUVMediaProxyManagerInterfaceImpl::hasManager(const char* function) const {
+    if (m_impl != nullptr)
+        return true;
+    ZUV_LOG_AS(function, kFailure, "m_impl is NULL.\n");
+    return false;
+}
+
+std::shared_ptr<ZUVMediaProxyInterface> ZUVMediaProxyInterface::create() {
+    return ZUVMediaProxyManager::getInstance()->createNewZUVMediaProxy();
+}
+
+std::shared_ptr<ZUVMediaProxyInterface> ZUVMediaProxyInterface::getObjectById(std::string id) {
+    return ZUVMediaProxyManager::getInstance()->findObjectById(std::move(id));
+}
+
+} // namespace velmora
+
+velmora::ZUVMediaProxyManagerInterface* requestZUVMediaProxy() {
+    using velmora::kProgress;
+    ZUV_LOG(kProgress, "get proxy manager interface.\n");
+    return velmora::ZUVMediaProxyManagerInterface::getInstance();
+}
