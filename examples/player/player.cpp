@@ -2,9 +2,12 @@
 
 #include "media_comparison.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 using velmora::ZUVMediaProxyInterface;
 using velmora::ZUVMediaProxyManagerInterface;
@@ -14,7 +17,7 @@ namespace {
 
 // A medium on a slow network may take a second; a medium that cannot be played gives no news at all.
 constexpr std::chrono::seconds kAnswerLimit{5};
-constexpr std::chrono::milliseconds kPlayAWhile{300};
+constexpr std::chrono::milliseconds kPlayAWhile{500}; // definitions follow a start after 400 ms
 constexpr std::chrono::milliseconds kPollInterval{5};
 
 std::string stateName(int state) {
@@ -74,7 +77,7 @@ void Player::playAdvertisement(const std::string& medium) {
     m_proxy->startAd(medium, 1);
     const News url = awaitNews(News::Medium::Advertisement, "url", medium);
     verify(url.value, medium);
-    std::this_thread::sleep_for(kPlayAWhile);
+    playAWhile();
     m_proxy->stopAd();
     say("stopped the advertisement");
 }
@@ -84,7 +87,7 @@ void Player::seek(double seconds) {
     std::snprintf(position, sizeof position, "%.3f", seconds);
     say(std::string("seeks the main video to ") + position + " s");
     m_proxy->seek(seconds, "");
-    std::this_thread::sleep_for(kPlayAWhile);
+    playAWhile();
 }
 
 void Player::stop() {
@@ -112,19 +115,47 @@ void Player::startPreloaded(const std::string& medium) {
     const News url = awaitNews(News::Medium::MainVideo, "url", medium);
     awaitNews(News::Medium::MainVideo, "definitions", medium);
     verify(url.value, medium);
+    playAWhile();
 }
 
-// News of the other medium, or a second copy that synchronous mode delivers, is shown and passed over.
 News Player::awaitNews(News::Medium medium, const std::string& changed, const std::string& subject) {
+    const auto isAwaited = [&](const News& news) {
+        return news.proxyId == m_proxy->id() && news.medium == medium && news.changed == changed;
+    };
     const auto deadline = Timeline::Clock::now() + kAnswerLimit;
-    while (const auto news = NewsQueue::instance().take(deadline)) {
-        m_timeline.show(news->when, "service",
-                        std::string(nameOf(news->medium)) + ": " + news->changed + " " + news->value);
-        if (news->proxyId == m_proxy->id() && news->medium == medium && news->changed == changed)
-            return *news;
+    auto news = std::find_if(m_shown.begin(), m_shown.end(), isAwaited);
+    while (news == m_shown.end()) {
+        if (!showNextNews(deadline))
+            throw std::runtime_error("no " + changed + " for " + subject +
+                                     ": the service could not play it; the log above has the reason");
+        news = std::find_if(m_shown.begin(), m_shown.end(), isAwaited);
     }
-    throw std::runtime_error("no " + changed + " for " + subject +
-                             ": the service could not play it; the log above has the reason");
+    News awaited = std::move(*news);
+    m_shown.erase(news);
+    return awaited;
+}
+
+bool Player::showNextNews(Timeline::Clock::time_point deadline) {
+    auto news = NewsQueue::instance().take(deadline);
+    if (!news)
+        return false;
+    m_timeline.show(news->when, "service",
+                    std::string(nameOf(news->medium)) + ": " + news->changed + " " + news->value);
+    m_shown.push_back(std::move(*news));
+    return true;
+}
+
+void Player::playAWhile() {
+    const auto end = Timeline::Clock::now() + kPlayAWhile;
+    while (showNextNews(end)) {
+    }
+}
+
+void Player::say(const std::string& what) {
+    const auto now = Timeline::Clock::now();
+    while (showNextNews(now)) {
+    }
+    m_timeline.show(now, "player", what);
 }
 
 void Player::verify(const std::string& localUrl, const std::string& medium) {

@@ -7,7 +7,7 @@
 #include "timeline.h"
 #include "zuv_media_proxy.h"
 
-#include <chrono>
+#include <deque>
 #include <memory>
 #include <string>
 
@@ -40,12 +40,18 @@ private:
     void preload(const std::string& medium);
     void startPreloaded(const std::string& medium);
 
+    /// Waits for one piece of news about `subject`, also such as was shown before.
     News awaitNews(News::Medium medium, const std::string& changed, const std::string& subject);
+    /// Puts the oldest news on the timeline, waiting for it until `deadline`; false when there is none by
+    /// then.
+    bool showNextNews(Timeline::Clock::time_point deadline);
+    void playAWhile();
     void verify(const std::string& localUrl, const std::string& medium);
-    void say(const std::string& what) const { m_timeline.show("player", what); }
+    void say(const std::string& what);
 
     const Timeline& m_timeline;
     std::shared_ptr<velmora::ZUVMediaProxyInterface> m_proxy;
+    std::deque<News> m_shown; ///< news on the timeline that nobody has waited for yet
 };
 
 #endif // PLAYER_PLAYER_H

@@ -1,0 +1,23 @@
+// zuv-keeper: keeps the last value of the platform's topics. The bus starts it when it is first asked.
+#include "desktop_log.h"
+#include "value_keeper.h"
+
+#include <CLI/CLI.hpp>
+#include <spdlog/spdlog.h>
+
+#include <cstdlib>
+#include <cstring>
+
+int main(int argc, char** argv) {
+    CLI::App app(
+        "Keeps the last value of each topic of the media platform, and ends when the bus goes away.\n"
+        "The bus is the one that DBUS_SESSION_BUS_ADDRESS names; the level of the log is in ZUV_LOG_LEVEL\n"
+        "(off, milestones, failures, progress, dump or a number).");
+    CLI11_PARSE(app, argc, argv);
+    velmora::desktop::useDesktopLogAsDefault();
+
+    const int result = velmora::desktop::ValueKeeper().run();
+    if (result < 0)
+        spdlog::error("keeper cannot work: error={}", std::strerror(-result));
+    return result < 0 ? EXIT_FAILURE : EXIT_SUCCESS;
+}

@@ -1,0 +1,86 @@
+#include "value_keeper.h"
+
+#include "topic_message.h"
+
+#include <spdlog/spdlog.h>
+
+#include <cerrno>
+#include <cstdint>
+
+namespace velmora::desktop {
+namespace {
+
+constexpr uint64_t kNoLimit = UINT64_MAX;
+
+} // namespace
+
+ValueKeeper::ValueKeeper() : m_values{{kCommandTopic, {}}, {kEventTopic, {}}} {}
+
+int ValueKeeper::run() {
+    int result = begin();
+    if (result < 0)
+        return result;
+    while ((result = sd_bus_process(m_bus.get(), nullptr)) >= 0) {
+        if (result == 0)
+            sd_bus_wait(m_bus.get(), kNoLimit);
+    }
+    spdlog::debug("keeper ends: the bus has gone");
+    return 0;
+}
+
+int ValueKeeper::begin() {
+    static const sd_bus_vtable kMethods[] = {
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD_WITH_NAMES(kReadMethod, "s", SD_BUS_PARAM(topic), "aay", SD_BUS_PARAM(values),
+                                 &ValueKeeper::onRead, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_VTABLE_END};
+    int result = openBus(m_bus);
+    for (auto value = m_values.begin(); result >= 0 && value != m_values.end(); ++value)
+        result = listen(value->first);
+    if (result >= 0)
+        result =
+            sd_bus_add_object_vtable(m_bus.get(), nullptr, kObjectPath, kKeeperInterface, kMethods, this);
+    return result < 0 ? result : sd_bus_request_name(m_bus.get(), kKeeperName, 0);
+}
+
+int ValueKeeper::listen(const std::string& topic) {
+    return sd_bus_add_match(m_bus.get(), nullptr, topicMatchRule(topic).c_str(), &ValueKeeper::onPublished,
+                            this);
+}
+
+void ValueKeeper::keep(sd_bus_message* message) {
+    auto published = readTopicValue(message);
+    if (!published) {
+        spdlog::warn("malformed publication dropped");
+        return;
+    }
+    spdlog::debug("value kept: topic={} entries={}", published->topic, published->values.size());
+    m_values.at(published->topic) = std::move(published->values);
+}
+
+int ValueKeeper::answer(sd_bus_message* request) {
+    const char* topic = nullptr;
+    int result = sd_bus_message_read(request, "s", &topic);
+    if (result < 0)
+        return result;
+    sd_bus_message* created = nullptr;
+    result = sd_bus_message_new_method_return(request, &created);
+    const MessagePointer reply(created);
+    if (result < 0)
+        return result;
+    const auto found = m_values.find(topic);
+    result = appendValues(created, found == m_values.end() ? std::vector<std::string>() : found->second);
+    return result < 0 ? result : sd_bus_send(m_bus.get(), created, nullptr);
+}
+
+int ValueKeeper::onPublished(sd_bus_message* message, void* keeper, sd_bus_error*) noexcept {
+    static_cast<ValueKeeper*>(keeper)->keep(message);
+    return 0;
+}
+
+// A negative result makes sd-bus answer the caller with an error.
+int ValueKeeper::onRead(sd_bus_message* request, void* keeper, sd_bus_error*) noexcept {
+    return static_cast<ValueKeeper*>(keeper)->answer(request);
+}
+
+} // namespace velmora::desktop

@@ -1,0 +1,100 @@
+#include "zuv_model_access.h"
+
+#include "bus_connection.h"
+#include "topic_message.h"
+
+#include <pthread.h>
+
+#include <cerrno>
+#include <csignal>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace velmora {
+
+using desktop::BusConnection;
+
+namespace {
+
+void deliver(const std::shared_ptr<BusConnection>& bus, ZUVModelAccessClient& client) {
+    while (auto event = bus->nextEvent())
+        client.onZUVEvent(*event);
+    if (!bus->isStopped())
+        client.onModelAccessStateChanged();
+}
+
+// The host's signals are for the host's own threads: a new thread inherits the mask of its creator.
+class SignalsBlocked {
+public:
+    SignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &m_before);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t m_before;
+};
+
+} // namespace
+
+IZuvModelAccess::~IZuvModelAccess() = default;
+
+// The delivery thread shares the connection: a client that destroys its ZUVModelAccess from inside a callback
+// leaves the thread with a connection to finish on.
+struct ZUVModelAccess::Impl {
+    ZUVModelAccessClient* client = nullptr;
+    std::shared_ptr<BusConnection> bus = std::make_shared<BusConnection>();
+    std::thread delivery;
+};
+
+ZUVModelAccess::ZUVModelAccess(ZUVModelAccessClient* client) : m_impl(std::make_unique<Impl>()) {
+    m_impl->client = client;
+}
+
+ZUVModelAccess::~ZUVModelAccess() {
+    m_impl->bus->stop();
+    if (m_impl->delivery.get_id() == std::this_thread::get_id())
+        m_impl->delivery.detach();
+    else if (m_impl->delivery.joinable())
+        m_impl->delivery.join();
+}
+
+int ZUVModelAccess::initialize() {
+    return m_impl->bus->open(desktop::kEventTopic);
+}
+
+int ZUVModelAccess::start() {
+    if (m_impl->client == nullptr)
+        return -EINVAL;
+    if (m_impl->delivery.joinable())
+        return -EALREADY;
+    if (!m_impl->bus->isConnected())
+        return -ENOTCONN;
+    const SignalsBlocked inDeliveryThread;
+    try {
+        m_impl->delivery = std::thread(deliver, m_impl->bus, std::ref(*m_impl->client));
+    } catch (const std::system_error& error) {
+        return -error.code().value();
+    }
+    pthread_setname_np(m_impl->delivery.native_handle(), "zuv-bus");
+    return 0;
+}
+
+int ZUVModelAccess::startService() {
+    return m_impl->bus->startService();
+}
+
+int ZUVModelAccess::read(const std::string& topic, std::vector<std::string>& values) {
+    return m_impl->bus->read(topic, values);
+}
+
+int ZUVModelAccess::publish(std::string topic, std::vector<std::string> values) {
+    return m_impl->bus->publish(topic, values);
+}
+
+} // namespace velmora

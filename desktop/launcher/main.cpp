@@ -1,0 +1,85 @@
+// zuv-desktop: runs a command with the desktop platform around it.
+#include "desktop_log.h"
+#include "private_bus.h"
+#include "supervision.h"
+
+#include <CLI/CLI.hpp>
+#include <spdlog/spdlog.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+using namespace velmora::desktop;
+
+namespace {
+
+constexpr int kOwnFailure = 125;
+constexpr int kCommandNotStarted = 127;
+
+struct RunOptions {
+    bool privateShm = false;
+    CommandLine command;
+};
+
+int complain(const std::exception& error, int status) {
+    std::fprintf(stderr, "zuv-desktop: %s\n", error.what());
+    return status;
+}
+
+int runCommand(const CommandLine& command, const Supervision& supervision) {
+    pid_t process = 0;
+    try {
+        process = startProgram(command);
+    } catch (const std::system_error& error) {
+        return complain(error, kCommandNotStarted);
+    }
+    return supervision.untilEndOf(process);
+}
+
+int run(const RunOptions& options) {
+    try {
+        if (options.privateShm)
+            enterPrivateShm();
+        const Supervision supervision;
+        const PrivateBus bus(std::filesystem::read_symlink("/proc/self/exe").parent_path());
+        spdlog::debug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
+        setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
+        return runCommand(options.command, supervision);
+    } catch (const std::exception& error) {
+        return complain(error, kOwnFailure);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // What is behind "--" is the command's: CLI11 would take a "[...]" or a second "--" in it apart.
+    char** const end = argv + argc;
+    char** const separator = std::find(argv, end, std::string_view("--"));
+
+    CLI::App app("The desktop platform of the media proxy: what stands in for the device.");
+    app.require_subcommand(1);
+    RunOptions options;
+    CLI::App* runApp =
+        app.add_subcommand("run", "Runs a command with the desktop platform around it: run -- COMMAND ...");
+    runApp->add_flag("--private-shm", options.privateShm,
+                     "Give the command and the service a /dev/shm of their own");
+    runApp->footer(
+        "COMMAND, everything behind --, runs on a bus of its own with the media service and the keeper\n"
+        "behind it. They start when they are first asked for and end with the command. SIGINT, SIGTERM\n"
+        "and SIGHUP are passed on to the command.\n"
+        "Exits with the command's status; with 128 + n when signal n killed it, with 127 when it could\n"
+        "not be started, with 125 when the bus could not.");
+    CLI11_PARSE(app, static_cast<int>(separator - argv), argv);
+
+    options.command.assign(std::min(separator + 1, end), end);
+    if (options.command.empty())
+        return app.exit(CLI::RequiredError("-- COMMAND"));
+    useDesktopLogAsDefault();
+    return run(options);
+}

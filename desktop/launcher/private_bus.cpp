@@ -1,0 +1,128 @@
+#include "private_bus.h"
+
+#include "topic_message.h"
+
+#include <poll.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <fstream>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace velmora::desktop {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kReadyLimitMilliseconds = 5000;
+
+// - Policies: a daemon without receive_sender lets nothing arrive, not even the answer to a connection's
+// first call.
+// - service_start_timeout (ms): a program that does not come up is given up before its caller's patience
+// ends.
+// - max_outgoing_bytes bounds what the daemon keeps for a reader that hangs: beyond it, publications are
+// dropped for
+//   that reader alone. The limit is looked at before a message is added, so one message of any length passes
+//   a reader that keeps up; 16 MiB let a burst of a dozen strings of 1 MiB, or tens of thousands of events,
+//   wait for a reader that is only late.
+std::string configuration(const fs::path& folder) {
+    return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <auth>EXTERNAL</auth>
+  <listen>unix:path=)" +
+           (folder / "bus").string() + R"(</listen>
+  <servicedir>)" +
+           folder.string() + R"(</servicedir>
+  <policy context="default">
+    <allow send_destination="*"/>
+    <allow receive_sender="*"/>
+    <allow own="*"/>
+  </policy>
+  <limit name="service_start_timeout">2000</limit>
+  <limit name="max_outgoing_bytes">16777216</limit>
+</busconfig>
+)";
+}
+
+void writeFile(const fs::path& path, const std::string& text) {
+    std::ofstream file(path);
+    file << text << std::flush;
+    if (!file)
+        throw std::system_error(errno, std::generic_category(), path.string());
+}
+
+// The daemon splits the command line of a service file as a shell does; a link in the folder spares the
+// quoting of whatever the programs' own path is made of.
+void makeActivatable(const fs::path& folder, const std::string& name, const fs::path& program) {
+    const fs::path link = folder / program.filename();
+    fs::create_symlink(fs::absolute(program), link);
+    writeFile(folder / (name + ".service"),
+              "[D-BUS Service]\nName=" + name + "\nExec=" + link.string() + "\n");
+}
+
+CommandLine daemonCommand(const fs::path& folder, const fs::path& programs, const FileDescriptor& readiness) {
+    const fs::path configurationFile = folder / "bus.conf";
+    writeFile(configurationFile, configuration(folder));
+    makeActivatable(folder, kServiceName, programs / "zuv-service");
+    makeActivatable(folder, kKeeperName, programs / "zuv-keeper");
+    return {
+        "dbus-daemon", "--config-file=" + configurationFile.string(), "--nofork", "--nopidfile",
+        // Its own chatter ("Activating service ...") stays off stderr, which it shares with what it starts.
+        "--syslog-only", "--print-address=" + std::to_string(readiness.get())};
+}
+
+// The daemon writes its address, a line, when it listens.
+std::string readAddress(const FileDescriptor& readiness) {
+    std::string address;
+    while (address.empty() || address.back() != '\n') {
+        pollfd waited = {readiness.get(), POLLIN, 0};
+        const int ready = poll(&waited, 1, kReadyLimitMilliseconds);
+        if (ready < 0 && errno == EINTR)
+            continue;
+        char byte = 0;
+        if (ready <= 0 || read(readiness.get(), &byte, 1) != 1)
+            throw std::runtime_error("dbus-daemon did not start");
+        address += byte;
+    }
+    address.pop_back();
+    return address;
+}
+
+// Maps the caller's own user and group onto themselves: D-Bus knows its peers by them.
+void enterUserNamespace() {
+    const std::string user = std::to_string(geteuid());
+    const std::string group = std::to_string(getegid());
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) < 0)
+        throw std::system_error(errno, std::generic_category(), "cannot have a /dev/shm of its own");
+    writeFile("/proc/self/uid_map", user + " " + user + " 1\n");
+    writeFile("/proc/self/setgroups", "deny");
+    writeFile("/proc/self/gid_map", group + " " + group + " 1\n");
+}
+
+} // namespace
+
+PrivateBus::PrivateBus(const fs::path& programs) : PrivateBus(programs, makePipe()) {}
+
+PrivateBus::PrivateBus(const fs::path& programs, Pipe readiness)
+    : m_daemon(daemonCommand(m_folder.path(), programs, readiness.writeEnd), readiness.writeEnd.get()) {
+    readiness.writeEnd = FileDescriptor();
+    m_address = readAddress(readiness.readEnd);
+}
+
+void enterPrivateShm() {
+    if (unshare(CLONE_NEWNS) < 0)
+        enterUserNamespace();
+    // What is mounted from here on stays invisible outside.
+    if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) < 0 ||
+        mount("tmpfs", "/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777") < 0)
+        throw std::system_error(errno, std::generic_category(), "cannot have a /dev/shm of its own");
+}
+
+} // namespace velmora::desktop

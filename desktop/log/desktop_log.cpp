@@ -1,0 +1,113 @@
+#include "desktop_log.h"
+
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/spdlog.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+namespace velmora::desktop {
+namespace {
+
+constexpr const char* kVariable = "ZUV_LOG_LEVEL";
+
+// Time to the microsecond: a whole round trip over the bus takes about a hundred of them.
+constexpr const char* kPattern = "[%Y-%m-%d %H:%M:%S.%f] [%n] %v";
+
+int readLogLimit() {
+    int limit = kLogFailures;
+    const char* text = std::getenv(kVariable);
+    if (text != nullptr && !parseLogLimit(text, limit))
+        std::fprintf(stderr,
+                     "%s=%s is not understood: off, milestones, failures, progress, dump or a number is. "
+                     "Using failures.\n",
+                     kVariable, text);
+    return limit;
+}
+
+int levelOf(spdlog::level::level_enum level) {
+    switch (level) {
+    case spdlog::level::trace:
+        return kLogDump;
+    case spdlog::level::debug:
+        return kLogProgress;
+    case spdlog::level::info:
+        return kLogMilestones;
+    default:
+        return kLogFailures;
+    }
+}
+
+// spdlog counts a failure as more important than a milestone, ZUV_LOG_LEVEL the other way round, so a level
+// of spdlog's own cannot be the limit.
+class LimitedSink final : public spdlog::sinks::stderr_sink_mt {
+public:
+    void log(const spdlog::details::log_msg& message) override {
+        if (isLogged(levelOf(message.level)))
+            spdlog::sinks::stderr_sink_mt::log(message);
+    }
+};
+
+template <typename Sink>
+std::shared_ptr<spdlog::logger> makeLogger() {
+    auto logger = std::make_shared<spdlog::logger>(program_invocation_short_name, std::make_shared<Sink>());
+    logger->set_pattern(kPattern);
+    logger->set_level(spdlog::level::trace);
+    return logger;
+}
+
+// Never destroyed: threads of the host may log until the process is gone.
+const std::shared_ptr<spdlog::logger>& sharedLog() {
+    static const auto& logger = *new std::shared_ptr(makeLogger<LimitedSink>());
+    return logger;
+}
+
+} // namespace
+
+bool parseLogLimit(std::string_view text, int& limit) {
+    static constexpr std::array<std::pair<std::string_view, int>, 5> kNames = {
+        {{"off", kLogOff},
+         {"milestones", kLogMilestones},
+         {"failures", kLogFailures},
+         {"progress", kLogProgress},
+         {"dump", kLogDump}}};
+    for (const auto& [name, level] : kNames) {
+        if (text == name) {
+            limit = level;
+            return true;
+        }
+    }
+    int number = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || rest != end || number < 0)
+        return false;
+    limit = number;
+    return true;
+}
+
+bool isLogged(int level) {
+    static const int limit = readLogLimit();
+    return level <= limit;
+}
+
+spdlog::logger& desktopLog() {
+    return *sharedLog();
+}
+
+void useDesktopLogAsDefault() {
+    spdlog::set_default_logger(sharedLog());
+}
+
+void writeLogLine(std::string_view line) {
+    static auto& logger = *new std::shared_ptr(makeLogger<spdlog::sinks::stderr_sink_mt>());
+    logger->info(line.substr(0, line.find_last_not_of('\n') + 1));
+}
+
+} // namespace velmora::desktop

@@ -1,0 +1,39 @@
+#ifndef ZUV_DESKTOP_COMMAND_H
+#define ZUV_DESKTOP_COMMAND_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmora::desktop {
+
+enum class CommandName { Create, Start, Stop, Seek, Preload, Inspect };
+
+/// The two media of an object, independent of each other.
+enum class MediaKind { MainVideo, Advertisement };
+
+/// A command as it arrived: the arguments are still text, so that what is wrong with them can be answered.
+struct Command {
+    CommandName name;
+    std::string kind;     ///< "main_video" or "advertisement"; a seek, which carries none, has "main_video"
+    std::string session;  ///< identifies the request; its answer repeats it
+    std::string objectId; ///< empty for create and inspect
+    std::string position; ///< seek and preload: seconds
+    std::string url;      ///< start and preload
+};
+
+/// Decodes a command vector; empty when it is none: not 11 strings, an unknown name, or an identifier or kind
+/// longer than 128 bytes, which no answer could repeat within the size of the event region. Logs what it
+/// turns down, and the arguments that the service does not use.
+std::optional<Command> decodeCommand(const std::vector<std::string>& values);
+
+/// @throws CommandFailure BadCommand when the text names no kind.
+MediaKind mediaKind(const std::string& text);
+
+/// @return seconds, 0 or more.
+/// @throws CommandFailure BadCommand when the text is no such number.
+double positionSeconds(const std::string& text);
+
+} // namespace velmora::desktop
+
+#endif // ZUV_DESKTOP_COMMAND_H

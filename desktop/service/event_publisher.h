@@ -1,0 +1,62 @@
+#ifndef ZUV_DESKTOP_EVENT_PUBLISHER_H
+#define ZUV_DESKTOP_EVENT_PUBLISHER_H
+
+#include "event_region.h"
+#include "event_sink.h"
+#include "loop_tasks.h"
+
+#include <chrono>
+#include <functional>
+#include <list>
+#include <string>
+#include <vector>
+
+namespace velmora::desktop {
+
+/// The one writer of events: each goes into shared memory and then out on the bus, both on the loop's thread,
+/// so that both ways have the same order.
+class EventPublisher final : public EventSink {
+public:
+    /// Puts the values out on the bus. Called on the loop's thread.
+    using Send = std::function<void(const std::vector<std::string>&)>;
+
+    /// News goes out no sooner than this after the answer before it: a client polls for an answer for up to
+    /// 250 ms.
+    static constexpr std::chrono::milliseconds kNewsDelay{400};
+    /// Nor sooner than this after any other answer: a client that polls looks every 50 ms.
+    static constexpr std::chrono::milliseconds kAnswerHold{100};
+
+    /// @param loop and region outlive this.
+    EventPublisher(sd_event* loop, EventRegion& region, Send send);
+    EventPublisher(const EventPublisher&) = delete;
+    EventPublisher& operator=(const EventPublisher&) = delete;
+
+    void publish(Event event) override;
+    void publishLater(Event event, std::weak_ptr<const void> subject) override;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    struct News {
+        Event event;
+        std::weak_ptr<const void> subject;
+        Clock::time_point due;
+    };
+
+    static int onTimer(sd_event_source* source, uint64_t time, void* publisher);
+    void publishDueNews();
+    void setTimer();
+    void write(const Event& event);
+
+    // All of this is the loop thread's alone.
+    EventRegion& m_region;
+    const Send m_send;
+    Clock::time_point m_lastAnswer;
+    std::list<News> m_news; ///< in the order in which it becomes due
+    EventSource m_timer;
+    LoopTasks m_tasks; ///< last: nothing comes in while the rest ends
+};
+
+} // namespace velmora::desktop
+
+#endif // ZUV_DESKTOP_EVENT_PUBLISHER_H

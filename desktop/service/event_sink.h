@@ -1,0 +1,25 @@
+#ifndef ZUV_DESKTOP_EVENT_SINK_H
+#define ZUV_DESKTOP_EVENT_SINK_H
+
+#include "event.h"
+
+#include <memory>
+
+namespace velmora::desktop {
+
+/// Where events go. Any thread; never blocks; events keep their order.
+class EventSink {
+public:
+    virtual ~EventSink() = default;
+
+    virtual void publish(Event event) = 0;
+
+    /// For news that can wait, so that it does not replace an answer in shared memory for which a client
+    /// still polls.
+    /// @param subject what the news is about; when it is gone before its turn, so is the news.
+    virtual void publishLater(Event event, std::weak_ptr<const void> subject) = 0;
+};
+
+} // namespace velmora::desktop
+
+#endif // ZUV_DESKTOP_EVENT_SINK_H

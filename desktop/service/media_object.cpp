@@ -1,0 +1,112 @@
+#include "media_object.h"
+
+#include "definitions.h"
+
+#include <fmt/format.h>
+#include <spdlog/spdlog.h>
+
+#include <list>
+
+namespace velmora::desktop {
+
+/// A medium from its start to its end.
+struct MediaObject::StartedMedium {
+    StartedMedium(const MediaServices& services, MediaLocation where, double position,
+                  const std::stop_token& stop)
+        : location(std::move(where)), playback(services.engine.open(location, position, stop)),
+          served(services.server, location) {}
+
+    MediaLocation location;
+    std::unique_ptr<MediaPlayback> playback;
+    ServedMedium served;
+    std::list<ServedMedium> qualities;
+};
+
+MediaObject::MediaObject(std::string id, const MediaServices& services)
+    : m_id(std::move(id)), m_services(services) {}
+
+MediaObject::~MediaObject() = default;
+
+void MediaObject::post(Command command) {
+    m_worker.post(
+        [this, command = std::move(command)](const std::stop_token& stop) { execute(command, stop); });
+}
+
+void MediaObject::execute(const Command& command, const std::stop_token& stop) {
+    try {
+        carryOut(command, stop);
+    } catch (const CommandFailure& failure) {
+        m_services.events.publish(failureOf(command, failure));
+    } catch (const std::exception& error) {
+        m_services.events.publish(failureOf(command, CommandFailure(ResultCode::Internal, error.what())));
+    }
+}
+
+void MediaObject::carryOut(const Command& command, const std::stop_token& stop) {
+    if (command.name == CommandName::Stop)
+        this->stop(command);
+    else if (command.name == CommandName::Seek)
+        seek(command, stop);
+    else
+        start(command, stop);
+}
+
+void MediaObject::start(const Command& command, const std::stop_token& stop) {
+    std::shared_ptr<StartedMedium>& medium = slot(command);
+    const double position = command.name == CommandName::Preload ? positionSeconds(command.position) : 0;
+    medium = std::make_shared<StartedMedium>(m_services, locateMedia(command.url), position, stop);
+    Event answer = answerTo(command);
+    answer.localUrl = medium->served.url();
+    spdlog::info("started object={} kind={} url={:?} local={}", m_id, command.kind, command.url,
+                 answer.localUrl);
+    // Clients take every definitions text for the main video's.
+    if (mediaKind(command.kind) == MediaKind::Advertisement)
+        return m_services.events.publish(answer);
+    Event news;
+    news.name = "definition";
+    news.objectId = m_id;
+    news.definitions = definitionsOf(*medium);
+    news.kind = command.kind;
+    m_services.events.publish(answer);
+    m_services.events.publishLater(news, medium);
+}
+
+void MediaObject::stop(const Command& command) {
+    started(command);
+    slot(command).reset();
+    spdlog::info("stopped object={} kind={}", m_id, command.kind);
+    m_services.events.publish(answerTo(command));
+}
+
+void MediaObject::seek(const Command& command, const std::stop_token& stop) {
+    const double position = positionSeconds(command.position);
+    started(command).playback->seek(position, stop);
+    m_services.events.publish(answerTo(command));
+}
+
+/// The other qualities are served for as long as the medium is.
+std::string MediaObject::definitionsOf(StartedMedium& medium) {
+    std::vector<Definition> definitions;
+    for (const QualityFile& quality : qualityFiles(medium.location.file)) {
+        const ServedMedium& served =
+            medium.qualities.emplace_back(m_services.server, MediaLocation{"", quality.file});
+        definitions.push_back({fmt::format("{}p", quality.height), served.url()});
+    }
+    const std::optional<int> height = medium.playback->videoHeight();
+    if (definitions.empty())
+        definitions.push_back({height ? fmt::format("{}p", *height) : "audio", medium.served.url()});
+    return definitionsText(definitions);
+}
+
+std::shared_ptr<MediaObject::StartedMedium>& MediaObject::slot(const Command& command) {
+    return m_media.at(static_cast<std::size_t>(mediaKind(command.kind)));
+}
+
+MediaObject::StartedMedium& MediaObject::started(const Command& command) {
+    const std::shared_ptr<StartedMedium>& medium = slot(command);
+    if (!medium)
+        throw CommandFailure(ResultCode::WrongState, fmt::format("{} is not started", command.kind));
+    return *medium;
+}
+
+} // namespace velmora::desktop

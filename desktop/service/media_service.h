@@ -1,0 +1,45 @@
+#ifndef ZUV_DESKTOP_MEDIA_SERVICE_H
+#define ZUV_DESKTOP_MEDIA_SERVICE_H
+
+#include "media_object.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace velmora::desktop {
+
+/// The objects of all clients, and the way of a command to its object. One thread, which never waits for
+/// media.
+class MediaService {
+public:
+    explicit MediaService(const MediaServices& services);
+
+    /// @param values as they came; whatever they are, they do no harm.
+    /// @param client the sender's name on the bus; objects that it creates end when it leaves.
+    void onCommand(const std::vector<std::string>& values, const std::string& client);
+
+    void onClientLeft(const std::string& client);
+
+private:
+    struct Entry {
+        std::shared_ptr<MediaObject> object;
+        std::string session; ///< of the create command
+        std::string client;
+    };
+
+    void create(const Command& command, const std::string& client);
+    void inspect(const Command& command);
+    void forward(const Command& command);
+    Entry& entryFor(const Command& create, const std::string& client);
+    Entry* findSession(const std::string& session);
+
+    const MediaServices m_services;
+    std::map<std::string, Entry> m_objects; ///< by object identifier
+    Worker m_disposer;                      ///< ends objects, which can take long
+};
+
+} // namespace velmora::desktop
+
+#endif // ZUV_DESKTOP_MEDIA_SERVICE_H

@@ -1,0 +1,416 @@
+// The four creation functions.
+#include "creation_fixture.h"
+
+#include <exception>
+
+namespace velmora::test {
+namespace {
+
+// createNewZUVMediaProxy()
+
+class NewProxy : public Creation {
+protected:
+    static std::string objectMade(const char* id) {
+        return objectLog(4000, "ZUVMediaProxyObject", "new ProxyObject id:%s\n", id);
+    }
+};
+
+TEST_F(NewProxy, BearsTheAnnouncedIdentifierAndIsRegistered) {
+    answerOverBus(1, milliseconds(199), "movie");
+
+    const std::shared_ptr<ZUVMediaProxyObject> proxy = manager.createNewZUVMediaProxy();
+
+    ASSERT_NE(proxy, nullptr);
+    EXPECT_EQ(proxy->id(), "movie");
+    EXPECT_EQ(manager.m_proxyObjects.at("movie"), proxy);
+    EXPECT_EQ(bus().commandCount("create"), 1);
+    EXPECT_EQ(journal().count(busLine("start service")), 0u);
+    EXPECT_EQ(journal().lines().back(), objectMade("movie"));
+}
+
+TEST_F(NewProxy, IsRegisteredWithoutTheLock) {
+    answerOverBus(1, milliseconds(50), "movie");
+    watch(manager.m_mutex, "manager");
+
+    manager.createNewZUVMediaProxy();
+
+    EXPECT_EQ(journal().lines().back(), objectMade("movie"));
+}
+
+TEST_F(NewProxy, InSynchronousModeTakesOneCommandAndDoesNotHang) {
+    enterSynchronousMode();
+    answerInMemory(1, "movie");
+
+    const std::shared_ptr<ZUVMediaProxyObject> proxy = manager.createNewZUVMediaProxy();
+
+    ASSERT_NE(proxy, nullptr);
+    EXPECT_EQ(proxy->id(), "movie");
+    EXPECT_EQ(manager.m_proxyObjects.at("movie"), proxy);
+    EXPECT_EQ(bus().commandCount("create"), 1);
+    EXPECT_EQ(journal().count(busLine("start service")), 0u);
+}
+
+TEST_F(NewProxy, WithoutAnswerHasAnEmptyIdentifierAndIsRegistered) {
+    bus().onPublish = [](const std::string&, const Strings&) { virtualTime().advance(milliseconds(1)); };
+
+    const std::shared_ptr<ZUVMediaProxyObject> proxy = manager.createNewZUVMediaProxy();
+
+    ASSERT_NE(proxy, nullptr);
+    EXPECT_EQ(proxy->id(), "");
+    EXPECT_EQ(manager.m_proxyObjects.at(""), proxy);
+    EXPECT_EQ(journal().count(busLine("start service")), 1u);
+    EXPECT_EQ(journal().count(managerLog(1000, "createNewProxyId",
+                                         "Wait response total timeout for id:%s, just return.\n",
+                                         sessionId(11).c_str())),
+              1u);
+}
+
+TEST_F(NewProxy, SecondWithoutAnswerIsReturnedButNotRegistered) {
+    bus().onPublish = [](const std::string&, const Strings&) { virtualTime().advance(milliseconds(1)); };
+    const std::shared_ptr<ZUVMediaProxyObject> first = manager.createNewZUVMediaProxy();
+
+    const std::shared_ptr<ZUVMediaProxyObject> second = manager.createNewZUVMediaProxy();
+
+    ASSERT_NE(second, nullptr);
+    EXPECT_NE(second, first);
+    EXPECT_EQ(manager.m_proxyObjects.at(""), first);
+}
+
+// createNewZUVMediaProxy(id)
+
+class NewProxyForIdentifier : public NewProxy {};
+
+TEST_F(NewProxyForIdentifier, SendsNothing) {
+    watch(manager.m_mutex, "manager");
+
+    const std::shared_ptr<ZUVMediaProxyObject> proxy = manager.createNewZUVMediaProxy("movie");
+
+    ASSERT_NE(proxy, nullptr);
+    EXPECT_EQ(proxy->id(), "movie");
+    EXPECT_EQ(manager.m_proxyObjects.at("movie"), proxy);
+    EXPECT_JOURNAL(locked("manager"), unlocked("manager"), objectMade("movie"), locked("manager"),
+                   unlocked("manager"));
+}
+
+TEST_F(NewProxyForIdentifier, ReplacesAnEarlierOne) {
+    const std::shared_ptr<ZUVMediaProxyObject> first = manager.createNewZUVMediaProxy("movie");
+    journal().clear();
+
+    const std::shared_ptr<ZUVMediaProxyObject> second = manager.createNewZUVMediaProxy("movie");
+
+    EXPECT_NE(second, first);
+    EXPECT_EQ(manager.m_proxyObjects.at("movie"), second);
+    EXPECT_EQ(first.use_count(), 1);
+    EXPECT_JOURNAL(
+        managerLog(4000, "removeProxyObjectFromCache", "find in cache and remove proxy, id:%s\n", "movie"),
+        objectMade("movie"));
+}
+
+TEST_F(NewProxyForIdentifier, DrawsNoSessionAndStaysAsynchronous) {
+    manager.createNewZUVMediaProxy("movie");
+
+    EXPECT_EQ(uuidsDrawn(), 0);
+    EXPECT_FALSE(manager.m_syncMode);
+}
+
+// createNewZUVMediaProxySync(id)
+
+class NewSyncProxyForIdentifier : public NewProxy {
+protected:
+    static std::string entered() {
+        return managerLog(4000, "createNewZUVMediaProxySync", "Enter, id:%s\n", "movie");
+    }
+};
+
+TEST_F(NewSyncProxyForIdentifier, MapsTheRegionAndSendsNothing) {
+    eventRegion().create();
+
+    const std::shared_ptr<ZUVMediaProxyObject> proxy = manager.createNewZUVMediaProxySync("movie");
+
+    ASSERT_NE(proxy, nullptr);
+    EXPECT_EQ(manager.m_proxyObjects.at("movie"), proxy);
+    EXPECT_TRUE(manager.m_syncMode);
+    EXPECT_JOURNAL_LINES(joined({{entered()}, regionChecked(), {objectMade("movie")}}));
+}
+
+TEST_F(NewSyncProxyForIdentifier, IgnoresThatTheRegionIsMissing) {
+    const std::shared_ptr<ZUVMediaProxyObject> proxy = manager.createNewZUVMediaProxySync("movie");
+
+    ASSERT_NE(proxy, nullptr);
+    EXPECT_EQ(proxy->id(), "movie");
+    EXPECT_JOURNAL_LINES(joined({{entered()}, regionMissing(), {objectMade("movie")}}));
+}
+
+TEST_F(NewSyncProxyForIdentifier, EntersSynchronousModeBeforeItMaps) {
+    bool syncModeAtOpen = false;
+    eventRegion().onOpen = [&] { syncModeAtOpen = manager.m_syncMode; };
+
+    manager.createNewZUVMediaProxySync("movie");
+
+    EXPECT_TRUE(syncModeAtOpen);
+}
+
+TEST_F(NewSyncProxyForIdentifier, MakesLaterRequestsSynchronous) {
+    eventRegion().create();
+    manager.createNewZUVMediaProxySync("movie");
+
+    manager.requestCreateRemoteObject("session");
+
+    EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(250));
+}
+
+// createNewZUVMediaProxySync()
+
+class NewSyncProxy : public NewProxy {
+protected:
+    NewSyncProxy() {
+        eventRegion().create();
+        // No answer stays but the one that a test gives.
+        bus().onPublish = [](const std::string&, const Strings&) { eventRegion().write(""); };
+    }
+    static std::string entered() { return managerLog(4000, "createNewZUVMediaProxySync", "Enter.\n"); }
+    static std::string serviceNotWorking() {
+        return managerLog(1000, "createNewZUVMediaProxySync", "service not work,  restart zuv service.\n");
+    }
+    static std::string restarting(const std::string& session) {
+        return managerLog(1000, "createNewZUVMediaProxySync",
+                          "Wait response timeout for id:%s, restart zuv service.\n", session.c_str());
+    }
+    static std::vector<std::string> finished(const char* id) {
+        return {managerLog(4000, "createNewZUVMediaProxySync", "id :%s\n", id), objectMade(id)};
+    }
+    static constexpr microseconds kLongSleep = seconds(1);
+    static constexpr microseconds kRestartSleep = milliseconds(800);
+};
+
+TEST_F(NewSyncProxy, SendsASecondCommandOfTheSameSessionAfterASuccess) {
+    answerInMemory(1, "movie");
+    answerInMemory(2, "movie");
+
+    const std::shared_ptr<ZUVMediaProxyObject> proxy = manager.createNewZUVMediaProxySync();
+
+    ASSERT_NE(proxy, nullptr);
+    EXPECT_EQ(proxy->id(), "movie");
+    EXPECT_EQ(manager.m_proxyObjects.at("movie"), proxy);
+    EXPECT_TRUE(manager.m_syncMode);
+    EXPECT_EQ(manager.m_createdObjectIds, (Strings{"movie", "movie"}));
+    EXPECT_JOURNAL_LINES(joined({{entered()},
+                                 regionChecked(),
+                                 regionChecked(),
+                                 answeredSyncCreate(sessionId(1), "movie"),
+                                 answeredSyncCreate(sessionId(1), "movie"),
+                                 finished("movie")}));
+}
+
+TEST_F(NewSyncProxy, TakesTheLastIdentifier) {
+    answerInMemory(1, "first");
+    answerInMemory(2, "second");
+
+    EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "second");
+}
+
+TEST_F(NewSyncProxy, RestartsAfterAMissingFirstAnswer) {
+    manager.m_createdObjectIds = {"earlier"};
+    answerInMemory(2, "movie");
+
+    EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "movie");
+
+    EXPECT_EQ(manager.m_createdObjectIds, Strings{"movie"});
+    EXPECT_JOURNAL_LINES(joined({{entered()},
+                                 regionChecked(),
+                                 regionChecked(),
+                                 unansweredSyncCreate(sessionId(1)),
+                                 {restarting(sessionId(1)), busLine("start service"), slept(kRestartSleep)},
+                                 answeredSyncCreate(sessionId(1), "movie"),
+                                 finished("movie")}));
+}
+
+TEST_F(NewSyncProxy, AsksOnceMoreWithANewSessionAfterAMissingSecondAnswer) {
+    answerInMemory(1, "movie");
+
+    EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "movie");
+
+    EXPECT_JOURNAL_LINES(joined({{entered()},
+                                 regionChecked(),
+                                 regionChecked(),
+                                 answeredSyncCreate(sessionId(1), "movie"),
+                                 unansweredSyncCreate(sessionId(1)),
+                                 unansweredSyncCreate(sessionId(2)),
+                                 finished("movie")}));
+}
+
+TEST_F(NewSyncProxy, TakesTheThirdAnswer) {
+    answerInMemory(3, "movie");
+
+    EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "movie");
+
+    EXPECT_JOURNAL_LINES(joined({{entered()},
+                                 regionChecked(),
+                                 regionChecked(),
+                                 unansweredSyncCreate(sessionId(1)),
+                                 {restarting(sessionId(1)), busLine("start service"), slept(kRestartSleep)},
+                                 unansweredSyncCreate(sessionId(1)),
+                                 answeredSyncCreate(sessionId(2), "movie"),
+                                 finished("movie")}));
+}
+
+TEST_F(NewSyncProxy, WithoutAnyAnswerHasAnEmptyIdentifierAndIsRegistered) {
+    const std::shared_ptr<ZUVMediaProxyObject> proxy = manager.createNewZUVMediaProxySync();
+
+    ASSERT_NE(proxy, nullptr);
+    EXPECT_EQ(manager.m_proxyObjects.at(""), proxy);
+    EXPECT_EQ(bus().commandCount("create"), 3);
+    EXPECT_EQ(journal().count(busLine("start service")), 1u);
+    EXPECT_EQ(journal().lines().back(), objectMade(""));
+    EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(3 * 250 + 800));
+}
+
+TEST_F(NewSyncProxy, TakesAnOlderIdentifierAfterAFailureAnswer) {
+    manager.m_createdObjectIds = {"older"};
+    bus().onEveryCommand("create", [](const Strings& command) {
+        eventRegion().writeEvent({"created", "500", command[2], "movie"});
+    });
+
+    EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "older");
+
+    EXPECT_EQ(bus().commandCount("create"), 2);
+    EXPECT_EQ(journal().count(busLine("start service")), 0u);
+}
+
+TEST_F(NewSyncProxy, RestartsWhenTheRegionIsMissing) {
+    eventRegion().remove();
+    manager.m_createdObjectIds = {"earlier"};
+    Strings createdAtRestart = {"not restarted"};
+    bus().onStartService = [&] {
+        createdAtRestart = manager.m_createdObjectIds;
+        eventRegion().create();
+    };
+    answerInMemory(1, "movie");
+    answerInMemory(2, "movie");
+
+    EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "movie");
+
+    EXPECT_EQ(createdAtRestart, Strings{});
+    EXPECT_JOURNAL_LINES(joined({{entered()},
+                                 regionMissing(),
+                                 {serviceNotWorking(), busLine("start service"), slept(kLongSleep)},
+                                 regionChecked(),
+                                 answeredSyncCreate(sessionId(1), "movie"),
+                                 answeredSyncCreate(sessionId(1), "movie"),
+                                 finished("movie")}));
+}
+
+TEST_F(NewSyncProxy, WaitsASecondTimeForTheRegionAndChecksOnceMore) {
+    eventRegion().remove();
+    virtualTime().after(milliseconds(1500), [] { eventRegion().create(); });
+    answerInMemory(1, "movie");
+    answerInMemory(2, "movie");
+
+    EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "movie");
+
+    EXPECT_JOURNAL_LINES(joined({{entered()},
+                                 regionMissing(),
+                                 {serviceNotWorking(), busLine("start service"), slept(kLongSleep)},
+                                 regionMissing(),
+                                 {slept(kLongSleep)},
+                                 regionChecked(),
+                                 answeredSyncCreate(sessionId(1), "movie"),
+                                 answeredSyncCreate(sessionId(1), "movie"),
+                                 finished("movie")}));
+}
+
+TEST_F(NewSyncProxy, WaitsForARegionThatIsLostBetweenTheChecks) {
+    int opens = 0;
+    eventRegion().onOpen = [&] {
+        if (++opens == 2)
+            eventRegion().remove();
+    };
+    answerInMemory(1, "movie");
+    answerInMemory(2, "movie");
+
+    EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "movie");
+
+    EXPECT_JOURNAL_LINES(joined({{entered()},
+                                 regionChecked(),
+                                 regionMissing(),
+                                 {slept(kLongSleep)},
+                                 regionMissing(),
+                                 answeredSyncCreate(sessionId(1), "movie"),
+                                 answeredSyncCreate(sessionId(1), "movie"),
+                                 finished("movie")}));
+}
+
+TEST_F(NewSyncProxy, AtWorstSendsThreeCommandsAndRestartsTwice) {
+    eventRegion().remove();
+
+    const std::shared_ptr<ZUVMediaProxyObject> proxy = manager.createNewZUVMediaProxySync();
+
+    ASSERT_NE(proxy, nullptr);
+    EXPECT_EQ(proxy->id(), "");
+    EXPECT_EQ(journal().linesOf("shm_open").size(), 3u);
+    EXPECT_EQ(bus().commandCount("create"), 3);
+    EXPECT_EQ(journal().count(busLine("start service")), 2u);
+    EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(1000 + 1000 + 800 + 3 * 250));
+}
+
+TEST_F(NewSyncProxy, IsMadeWithoutAccessToo) {
+    loseAccess();
+    manager.m_createdObjectIds = {"forgotten"};
+
+    const std::shared_ptr<ZUVMediaProxyObject> proxy = manager.createNewZUVMediaProxySync();
+
+    ASSERT_NE(proxy, nullptr);
+    EXPECT_EQ(proxy->id(), "");
+    EXPECT_EQ(journal().count(managerLog(1000, "requestCreateRemoteObjectSync", "No Access\n")), 3u);
+    EXPECT_EQ(journal().count(managerLog(1000, "requestStartZUVService", "Cannot get access.\n")), 1u);
+}
+
+TEST_F(NewSyncProxy, TakesTheLockOnlyInTheReplays) {
+    answerInMemory(1, "movie");
+    answerInMemory(2, "movie");
+    watch(manager.m_mutex, "manager");
+
+    manager.createNewZUVMediaProxySync();
+
+    EXPECT_EQ(journal().count(locked("manager")), 2u);
+    EXPECT_EQ(journal().lines().back(), objectMade("movie"));
+}
+
+TEST_F(NewSyncProxy, EntersSynchronousModeBeforeItMaps) {
+    bool syncModeAtOpen = false;
+    eventRegion().onOpen = [&] { syncModeAtOpen = manager.m_syncMode; };
+
+    manager.createNewZUVMediaProxySync();
+
+    EXPECT_TRUE(syncModeAtOpen);
+}
+
+TEST_F(NewSyncProxy, MakesLaterRequestsSynchronous) {
+    manager.createNewZUVMediaProxySync();
+    const nanoseconds before = virtualTime().now();
+
+    manager.requestCreateRemoteObject("session");
+
+    EXPECT_EQ(virtualTime().now(), before + milliseconds(250));
+}
+
+TEST_F(NewSyncProxy, DoesNotClearTheListAfterSuccess) {
+    manager.m_createdObjectIds = {"earlier"};
+    answerInMemory(1, "movie");
+    answerInMemory(2, "movie");
+
+    manager.createNewZUVMediaProxySync();
+
+    EXPECT_EQ(manager.m_createdObjectIds, (Strings{"earlier", "movie", "movie"}));
+}
+
+TEST_F(NewSyncProxy, LeavesTheLockFreeWhenTheReaderThrows) {
+    bus().onCommand("create", 1, [](const Strings&) { eventRegion().write(R"({"3":[]})"); });
+
+    EXPECT_THROW(manager.createNewZUVMediaProxySync(), std::exception);
+
+    EXPECT_FALSE(isHeld(manager.m_mutex));
+}
+
+} // namespace
+} // namespace velmora::test

@@ -1,0 +1,165 @@
+#include "event_region.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <stdexcept>
+
+extern "C" {
+int __real_ftruncate(int descriptor, off_t length);
+void* __real_mmap(void* address, std::size_t length, int protection, int flags, int descriptor, off_t offset);
+int __real_close(int descriptor);
+}
+
+namespace velmora::test {
+
+void EventRegion::create() {
+    // Empty like a fresh shared-memory object: the client gives it its size.
+    if (m_memory < 0)
+        m_memory = memfd_create("event region", MFD_CLOEXEC);
+    m_exists = true;
+}
+
+void EventRegion::write(const std::string& text) {
+    std::string content = text;
+    content.resize(kRegionSize);
+    if (pwrite(m_memory, content.data(), content.size(), 0) != static_cast<ssize_t>(kRegionSize))
+        throw std::runtime_error("the event region cannot be written");
+}
+
+void EventRegion::writeEvent(const Strings& parameters) {
+    write(eventText(parameters));
+}
+
+std::size_t EventRegion::size() const {
+    struct stat status = {};
+    fstat(m_memory, &status);
+    return static_cast<std::size_t>(status.st_size);
+}
+
+int EventRegion::open(const char* name, int flags, unsigned mode) {
+    journal().add("shm_open " + quoted(name) + (flags == O_RDWR ? " O_RDWR" : " other flags") +
+                  (mode == 0666 ? " 0666" : " other mode"));
+    onOpen();
+    if (!m_exists) {
+        errno = ENOENT;
+        return -1;
+    }
+    const int descriptor = fcntl(m_memory, F_DUPFD_CLOEXEC, 0);
+    m_descriptors.insert(descriptor);
+    return descriptor;
+}
+
+EventRegion& eventRegion() {
+    static EventRegion instance;
+    return instance;
+}
+
+std::string eventText(const Strings& parameters) {
+    std::string text = "{";
+    for (std::size_t i = 0; i < parameters.size(); ++i)
+        text += (i == 0 ? "\"" : ",\"") + std::to_string(i) + "\":\"" + parameters[i] + "\"";
+    return text + "}";
+}
+
+std::string opened() {
+    return "shm_open \"/ZUV_PROXY\" O_RDWR 0666";
+}
+
+std::string resized() {
+    return "ftruncate 4096";
+}
+
+std::string mapped() {
+    return "mmap null 4096 PROT_READ MAP_SHARED 0";
+}
+
+std::string closed() {
+    return "close";
+}
+
+std::string unlinked() {
+    return "shm_unlink \"/ZUV_PROXY\"";
+}
+
+std::vector<std::string> regionChecked() {
+    return {opened(), resized(), mapped(), closed()};
+}
+
+std::vector<std::string> regionMissing() {
+    return {opened(), managerLog(4000, "checkZUVEventMemory", "Failed to allocate shared memory\n\n")};
+}
+
+std::vector<std::string> regionRead(const std::string& text, const Strings& elevenParameters) {
+    std::vector<std::string> lines = {
+        managerLog(4000, "readZUVEventMemory", "buf: %s\n", text.c_str()),
+        managerLog(4000, "readZUVEventMemory", "updateParameters\n"),
+    };
+    for (std::size_t i = 0; i < 11; ++i)
+        lines.push_back(managerLog(5000, "readZUVEventMemory", "parameter %d:   %s \n", static_cast<int>(i),
+                                   elevenParameters.at(i).c_str()));
+    return lines;
+}
+
+std::vector<std::string> regionRead(const Strings& parameters) {
+    Strings eleven = parameters;
+    eleven.resize(11);
+    return regionRead(eventText(parameters), eleven);
+}
+
+} // namespace velmora::test
+
+using namespace velmora::test;
+
+extern "C" {
+
+int __wrap_shm_open(const char* name, int flags, mode_t mode) {
+    return eventRegion().open(name, flags, mode);
+}
+
+int __wrap_shm_unlink(const char* name) {
+    journal().add("shm_unlink " + quoted(name));
+    eventRegion().onUnlink();
+    return 0;
+}
+
+int __wrap_ftruncate(int descriptor, off_t length) {
+    if (!eventRegion().owns(descriptor))
+        return __real_ftruncate(descriptor, length);
+    journal().add("ftruncate " + std::to_string(length));
+    if (!eventRegion().resizeFails)
+        return __real_ftruncate(descriptor, length);
+    errno = EPERM;
+    return -1;
+}
+
+void* __wrap_mmap(void* address, std::size_t length, int protection, int flags, int descriptor,
+                  off_t offset) {
+    if (!eventRegion().owns(descriptor))
+        return __real_mmap(address, length, protection, flags, descriptor, offset);
+    journal().add(std::string("mmap ") + (address == nullptr ? "null " : "address ") +
+                  std::to_string(length) + (protection == PROT_READ ? " PROT_READ" : " other protection") +
+                  (flags == MAP_SHARED ? " MAP_SHARED " : " other flags ") + std::to_string(offset));
+    switch (eventRegion().mapping) {
+    case EventRegion::Mapping::Null:
+        return nullptr;
+    case EventRegion::Mapping::Failed:
+        return MAP_FAILED;
+    case EventRegion::Mapping::Real:
+        break;
+    }
+    return __real_mmap(address, length, protection, flags, descriptor, offset);
+}
+
+int __wrap_close(int descriptor) {
+    if (eventRegion().owns(descriptor)) {
+        journal().add("close");
+        eventRegion().forget(descriptor);
+    }
+    return __real_close(descriptor);
+}
+
+} // extern "C"

@@ -1,0 +1,142 @@
+#include "runtime_replacements.h"
+
+#include "journal.h"
+
+#include <uuid/uuid.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <new>
+#include <string_view>
+
+namespace velmora::test {
+
+namespace {
+
+enum class Uuids { Random, Numbered, Fixed };
+Uuids uuids = Uuids::Random;
+UuidBytes fixedUuid = {};
+int drawn = 0;
+
+std::size_t mallocSizeToFail = 0;
+bool nextNewFails = false;
+std::size_t countedSize = 0;
+std::atomic<int> countedCalls = 0;
+
+__attribute__((format(printf, 1, 0))) std::string describePrinted(const char* format, va_list arguments) {
+    const std::filesystem::path file = va_arg(arguments, const char*);
+    const std::string function = va_arg(arguments, const char*);
+    const int line = va_arg(arguments, int);
+    return "printf " + quoted(format) + " of " + file.filename().string() + " " + function + "()" +
+           (line > 0 ? "" : " at line " + std::to_string(line));
+}
+
+} // namespace
+
+void numberUuids() {
+    uuids = Uuids::Numbered;
+    drawn = 0;
+}
+
+void fixUuid(const UuidBytes& bytes) {
+    uuids = Uuids::Fixed;
+    fixedUuid = bytes;
+    drawn = 0;
+}
+
+int uuidsDrawn() {
+    return drawn;
+}
+
+std::string sessionId(int nth) {
+    std::array<char, 40> text;
+    std::snprintf(text.data(), text.size(), "ses-00000000-0000-0000-%016X", static_cast<unsigned>(nth));
+    return text.data();
+}
+
+void failNextMalloc(std::size_t size) {
+    mallocSizeToFail = size;
+}
+
+void failNextNew() {
+    nextNewFails = true;
+}
+
+void countNew(std::size_t size) {
+    countedSize = size;
+    countedCalls = 0;
+}
+
+int newCalls() {
+    return countedCalls;
+}
+
+std::string printedLine(const std::string& file, const std::string& function) {
+    return "printf " + quoted(" NotImplemented %s,%s,%d\n") + " of " + file + " " + function + "()";
+}
+
+} // namespace velmora::test
+
+using namespace velmora::test;
+
+extern "C" {
+
+void __real_uuid_generate(uuid_t bytes);
+void* __real_malloc(std::size_t size);
+
+void __wrap_uuid_generate(uuid_t bytes) {
+    if (uuids == Uuids::Random) {
+        __real_uuid_generate(bytes);
+        return;
+    }
+    ++drawn;
+    UuidBytes numbered = {};
+    numbered.back() = static_cast<unsigned char>(drawn);
+    std::ranges::copy(uuids == Uuids::Fixed ? fixedUuid : numbered, bytes);
+}
+
+void* __wrap_malloc(std::size_t size) {
+    if (size == mallocSizeToFail && size != 0) {
+        mallocSizeToFail = 0;
+        return nullptr;
+    }
+    return __real_malloc(size);
+}
+
+// GoogleTest prints as well; only the client's one line is of interest, without the directories of its file.
+__attribute__((format(printf, 1, 2))) int __wrap_printf(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    if (std::string_view(format).find("NotImplemented") != std::string_view::npos)
+        journal().add(describePrinted(format, arguments));
+    va_end(arguments);
+    va_start(arguments, format);
+    const int length = std::vprintf(format, arguments);
+    va_end(arguments);
+    return length;
+}
+
+} // extern "C"
+
+// operator new, whose name tells how wide its argument is.
+#if SIZE_MAX > UINT32_MAX
+void* realNew(std::size_t size) asm("__real__Znwm");
+void* wrappedNew(std::size_t size) asm("__wrap__Znwm");
+#else
+void* realNew(std::size_t size) asm("__real__Znwj");
+void* wrappedNew(std::size_t size) asm("__wrap__Znwj");
+#endif
+
+void* wrappedNew(std::size_t size) {
+    if (nextNewFails) {
+        nextNewFails = false;
+        throw std::bad_alloc();
+    }
+    if (size == countedSize)
+        ++countedCalls;
+    return realNew(size);
+}

@@ -1,0 +1,38 @@
+// What the tests replace of the C and C++ run time and of libuuid at link time: the random bytes, two kinds
+// of allocation that may fail, and printf, whose lines go into the journal too.
+#ifndef RUNTIME_REPLACEMENTS_H
+#define RUNTIME_REPLACEMENTS_H
+
+#include <array>
+#include <cstddef>
+#include <string>
+
+namespace velmora::test {
+
+using UuidBytes = std::array<unsigned char, 16>;
+
+/// From here on the nth drawing of random bytes (from 1) gives fifteen zeros and n.
+void numberUuids();
+/// From here on every drawing gives these bytes.
+void fixUuid(const UuidBytes& bytes);
+/// The drawings since the random bytes are not random any more.
+int uuidsDrawn();
+/// The session identifier that the nth numbered drawing makes.
+std::string sessionId(int nth);
+
+/// Lets the next malloc of this size fail.
+void failNextMalloc(std::size_t size);
+
+/// Lets the next operator new that the client calls fail.
+void failNextNew();
+
+/// From here on counts the operator new calls of this size that the client makes.
+void countNew(std::size_t size);
+int newCalls();
+
+/// How the pause stub's line reads in the journal.
+std::string printedLine(const std::string& file, const std::string& function);
+
+} // namespace velmora::test
+
+#endif // RUNTIME_REPLACEMENTS_H

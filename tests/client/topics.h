@@ -1,0 +1,12 @@
+// The topics, stated once more on the side of the tests.
+#ifndef TOPICS_H
+#define TOPICS_H
+
+namespace velmora::test {
+
+inline constexpr const char* kCommandTopic = "tovik.sl2.vstr.videoplayer.zuv.command";
+inline constexpr const char* kEventTopic = "tovik.sl2.vstr.videoplayer.zuv.event";
+
+} // namespace velmora::test
+
+#endif // TOPICS_H

@@ -1,0 +1,69 @@
+#include "watched_mutexes.h"
+
+#include "journal.h"
+
+#include <pthread.h>
+
+#include <cerrno>
+#include <map>
+#include <thread>
+
+namespace velmora::test {
+
+namespace {
+
+std::map<const pthread_mutex_t*, std::string>& watchedNames() {
+    static std::map<const pthread_mutex_t*, std::string> names;
+    return names;
+}
+
+const pthread_mutex_t* mutexToFail = nullptr;
+
+} // namespace
+
+void watch(std::mutex& mutex, const std::string& name) {
+    watchedNames()[mutex.native_handle()] = name;
+}
+
+void failNextLock(std::mutex& mutex) {
+    mutexToFail = mutex.native_handle();
+}
+
+bool isHeld(std::mutex& mutex) {
+    bool held = false;
+    // Another thread asks: try_lock by the holder itself is undefined.
+    std::thread([&] {
+        held = !mutex.try_lock();
+        if (!held)
+            mutex.unlock();
+    }).join();
+    return held;
+}
+
+} // namespace velmora::test
+
+using namespace velmora::test;
+
+extern "C" {
+
+int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
+int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
+
+int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
+    if (mutex == mutexToFail) {
+        mutexToFail = nullptr;
+        return EINVAL;
+    }
+    const int result = __real_pthread_mutex_lock(mutex);
+    if (const auto watched = watchedNames().find(mutex); watched != watchedNames().end())
+        journal().add(locked(watched->second));
+    return result;
+}
+
+int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
+    if (const auto watched = watchedNames().find(mutex); watched != watchedNames().end())
+        journal().add(unlocked(watched->second));
+    return __real_pthread_mutex_unlock(mutex);
+}
+
+} // extern "C"

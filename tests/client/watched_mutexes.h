@@ -1,0 +1,22 @@
+// Mutexes whose locking a test wants to see in the journal, or wants to fail. Replaces pthread_mutex_lock and
+// pthread_mutex_unlock at link time; mutexes that nobody watches are the real thing.
+#ifndef WATCHED_MUTEXES_H
+#define WATCHED_MUTEXES_H
+
+#include <mutex>
+#include <string>
+
+namespace velmora::test {
+
+/// From here on the journal tells of this mutex. Not to be called while another thread runs.
+void watch(std::mutex& mutex, const std::string& name);
+
+/// Lets the next lock of this mutex fail, so that std::mutex::lock throws std::system_error.
+void failNextLock(std::mutex& mutex);
+
+/// Whether any thread holds the mutex at this moment.
+bool isHeld(std::mutex& mutex);
+
+} // namespace velmora::test
+
+#endif // WATCHED_MUTEXES_H

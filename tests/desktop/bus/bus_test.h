@@ -1,0 +1,50 @@
+#ifndef TESTS_DESKTOP_BUS_TEST_H
+#define TESTS_DESKTOP_BUS_TEST_H
+
+#include "bus_peer.h"
+#include "private_bus.h"
+#include "processes.h"
+#include "recording_client.h"
+#include "topic_message.h"
+#include "zuv_model_access.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+namespace velmora::bus_test {
+
+using desktop::kCommandTopic;
+using desktop::kEventTopic;
+using desktop::kKeeperName;
+using desktop::kServiceName;
+
+/// A connection together with the client that it delivers to.
+struct Participant {
+    RecordingClient client;
+    ZUVModelAccess access{&client};
+
+    /// Connects and starts delivery; whether both worked.
+    bool join() { return access.initialize() == 0 && access.start() == 0; }
+
+    /// Reads, and again when 100 ms did not suffice for it on a machine that has other things to do.
+    int readPatiently(const std::string& topic, Event& value);
+};
+
+/// Gives each test a bus of its own, named by DBUS_SESSION_BUS_ADDRESS. Nothing runs on it before it is asked
+/// for.
+class BusTest : public ::testing::Test {
+protected:
+    BusTest();
+
+    /// The processes that the bus runs, and those of them that it did not run at the time of `before`.
+    std::set<pid_t> processes() const;
+    std::set<pid_t> processesStartedSince(const std::set<pid_t>& before) const;
+
+    desktop::PrivateBus m_bus{ZUV_TEST_PROGRAMS_DIR};
+};
+
+} // namespace velmora::bus_test
+
+#endif // TESTS_DESKTOP_BUS_TEST_H

@@ -1,0 +1,151 @@
+// The end of a connection, on whatever thread and at whatever moment it comes.
+#include "bus_test.h"
+
+#include <atomic>
+#include <csignal>
+#include <future>
+#include <memory>
+#include <thread>
+
+namespace velmora::bus_test {
+namespace {
+
+using Lifetime = BusTest;
+
+TEST_F(Lifetime, EndsOnTheDeliveryThreadFromInsideACallback) {
+    RecordingClient client;
+    auto access = std::make_unique<ZUVModelAccess>(&client);
+    std::promise<void> destroyed;
+    client.whenEvent = [&](const Event&) {
+        access.reset();
+        destroyed.set_value();
+    };
+    ASSERT_EQ(access->initialize(), 0);
+    ASSERT_EQ(access->start(), 0);
+
+    access->publish(kEventTopic, {"last"});
+    access->publish(kEventTopic, {"one too many"});
+
+    ASSERT_EQ(destroyed.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_EQ(client.events(), std::vector<Event>{{"last"}});
+}
+
+TEST_F(Lifetime, EndsOnAnotherThreadAfterTheCallbackUnderWay) {
+    RecordingClient client;
+    auto access = std::make_unique<ZUVModelAccess>(&client);
+    std::promise<void> entered, release;
+    std::atomic<bool> finished = false;
+    client.whenEvent = [&](const Event& event) {
+        if (event.at(0) != "under way")
+            return;
+        entered.set_value();
+        release.get_future().wait();
+        finished = true;
+    };
+    ASSERT_EQ(access->initialize(), 0);
+    ASSERT_EQ(access->start(), 0);
+    access->publish(kEventTopic, {"under way"});
+    entered.get_future().wait();
+
+    auto destroyer = std::async(std::launch::async, [&] {
+        access.reset();
+        return finished.load();
+    });
+    EXPECT_EQ(destroyer.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+    release.set_value();
+
+    EXPECT_TRUE(destroyer.get());
+}
+
+TEST_F(Lifetime, DeliversNothingAfterItsEnd) {
+    RecordingClient client;
+    auto access = std::make_unique<ZUVModelAccess>(&client);
+    Participant witness;
+    ASSERT_TRUE(witness.join());
+    ASSERT_EQ(access->initialize(), 0);
+    ASSERT_EQ(access->start(), 0);
+
+    access.reset();
+    witness.access.publish(kEventTopic, {"too late"});
+
+    ASSERT_TRUE(witness.client.awaitEvents(1));
+    EXPECT_TRUE(client.events().empty());
+}
+
+TEST_F(Lifetime, EndsInTheMidstOfAFloodOfEvents) {
+    Participant sender;
+    ASSERT_TRUE(sender.join());
+    std::atomic<bool> enough = false;
+    std::thread flood([&] {
+        while (!enough) {
+            sender.access.publish(kEventTopic, {"event"});
+            std::this_thread::yield();
+        }
+    });
+
+    bool joined = true;
+    for (int i = 0; i < 50 && joined; ++i) {
+        Participant shortLived;
+        joined = shortLived.join() && shortLived.client.awaitEvents(1);
+    }
+    enough = true;
+    flood.join();
+
+    EXPECT_TRUE(joined);
+}
+
+TEST_F(Lifetime, EndsUnusedInEachOfItsStates) {
+    RecordingClient client;
+    { const ZUVModelAccess untouched(&client); }
+    {
+        ZUVModelAccess initialized(&client);
+        EXPECT_EQ(initialized.initialize(), 0);
+    }
+    {
+        ZUVModelAccess started(&client);
+        EXPECT_EQ(started.initialize(), 0);
+        EXPECT_EQ(started.start(), 0);
+    }
+    EXPECT_EQ(client.stateChanges(), 0);
+}
+
+TEST_F(Lifetime, RefusesToBeginTwice) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+
+    EXPECT_LT(participant.access.initialize(), 0);
+    EXPECT_LT(participant.access.start(), 0);
+
+    participant.access.publish(kEventTopic, {"unharmed"});
+    EXPECT_TRUE(participant.client.awaitEvents(1));
+}
+
+TEST_F(Lifetime, RefusesToDeliverToNobody) {
+    ZUVModelAccess access(nullptr);
+    ASSERT_EQ(access.initialize(), 0);
+
+    EXPECT_LT(access.start(), 0);
+}
+
+TEST_F(Lifetime, DeliveryThreadTakesNoSignals) {
+    Participant participant;
+    std::promise<sigset_t> mask;
+    participant.client.whenEvent = [&](const Event&) {
+        sigset_t blocked;
+        pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+        mask.set_value(blocked);
+    };
+    ASSERT_TRUE(participant.join());
+    participant.access.publish(kEventTopic, {"event"});
+
+    const sigset_t blocked = mask.get_future().get();
+
+    EXPECT_EQ(sigismember(&blocked, SIGTERM), 1);
+    EXPECT_EQ(sigismember(&blocked, SIGALRM), 1);
+    sigset_t own;
+    pthread_sigmask(SIG_SETMASK, nullptr, &own);
+    EXPECT_EQ(sigismember(&own, SIGTERM), 0);
+}
+
+} // namespace
+} // namespace velmora::bus_test

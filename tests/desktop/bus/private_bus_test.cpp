@@ -1,0 +1,135 @@
+// The private bus and the private /dev/shm leave nothing behind.
+#include "bus_test.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <memory>
+
+namespace velmora::bus_test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// "unix:path=FOLDER/bus,guid=..."
+fs::path folderOf(const desktop::PrivateBus& bus) {
+    const std::string& address = bus.address();
+    const std::size_t begin = address.find('/');
+    return fs::path(address.substr(begin, address.find(',') - begin)).parent_path();
+}
+
+TEST(PrivateBus, HasAFolderThatNobodyElseEnters) {
+    const desktop::PrivateBus bus(ZUV_TEST_PROGRAMS_DIR);
+
+    EXPECT_EQ(fs::status(folderOf(bus)).permissions(), fs::perms::owner_all);
+}
+
+TEST(PrivateBus, LivesBesideAnother) {
+    const desktop::PrivateBus one(ZUV_TEST_PROGRAMS_DIR);
+    const desktop::PrivateBus other(ZUV_TEST_PROGRAMS_DIR);
+
+    EXPECT_NE(one.address(), other.address());
+}
+
+TEST(PrivateBus, EndsWithEverythingItStarted) {
+    auto bus = std::make_unique<desktop::PrivateBus>(ZUV_TEST_PROGRAMS_DIR);
+    setenv("DBUS_SESSION_BUS_ADDRESS", bus->address().c_str(), 1);
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    ASSERT_EQ(participant.access.startService(), 0);
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    const fs::path folder = folderOf(*bus);
+    const auto processes = processesOfGroup(bus->daemonProcess());
+    ASSERT_GE(processes.size(), 3u) << "the daemon, the keeper and the service";
+
+    bus.reset();
+
+    for (const pid_t process : processes)
+        EXPECT_TRUE(isGone(process)) << process;
+    EXPECT_FALSE(fs::exists(folder));
+}
+
+TEST(PrivateBus, EndsEvenWhatHangs) {
+    auto bus = std::make_unique<desktop::PrivateBus>(ZUV_TEST_PROGRAMS_DIR);
+    setenv("DBUS_SESSION_BUS_ADDRESS", bus->address().c_str(), 1);
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    const pid_t keeper = BusPeer().processOf(kKeeperName);
+    const pid_t daemon = bus->daemonProcess();
+    ASSERT_EQ(kill(keeper, SIGSTOP), 0);
+    ASSERT_EQ(kill(daemon, SIGSTOP), 0);
+
+    bus.reset();
+
+    EXPECT_TRUE(isGone(keeper));
+    EXPECT_TRUE(isGone(daemon));
+}
+
+TEST(PrivateBus, DoesNotTouchOtherChildren) {
+    Launched other({"sleep", "60"});
+    { const desktop::PrivateBus bus(ZUV_TEST_PROGRAMS_DIR); }
+
+    EXPECT_EQ(waitpid(other.process(), nullptr, WNOHANG), 0) << "it runs, and is still ours to wait for";
+}
+
+TEST(PrivateBus, WithoutADaemonSaysSo) {
+    setenv("PATH", "/nonexistent", 1);
+
+    EXPECT_THROW(desktop::PrivateBus(ZUV_TEST_PROGRAMS_DIR), std::system_error);
+}
+
+bool findsPrivateShm(const std::string& name, void (*enter)()) {
+    try {
+        enter();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return false;
+    }
+    return fs::is_empty("/dev/shm") && shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600) >= 0;
+}
+
+// Whether `enter` gives a process an empty /dev/shm in which it can make `name`. In a process of its own:
+// there is no way back out of it.
+bool hasPrivateShm(const std::string& name, void (*enter)()) {
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(findsPrivateShm(name, enter) ? 0 : 1);
+    int status = -1;
+    return waitpid(child, &status, 0) == child && status == 0;
+}
+
+void becomeNobody() {
+    constexpr uid_t kNobody = 65534;
+    // Whoever changes the user is no longer let at its own files in /proc, until it says that it minds
+    // nothing.
+    if (geteuid() == 0 && (setgid(kNobody) < 0 || setuid(kNobody) < 0 || prctl(PR_SET_DUMPABLE, 1) < 0))
+        _exit(1);
+}
+
+std::string shmName() {
+    return "/zuv_private_shm_test_" + std::to_string(getpid());
+}
+
+TEST(PrivateShm, IsEmptyAndInvisibleOutside) {
+    EXPECT_TRUE(hasPrivateShm(shmName(), desktop::enterPrivateShm));
+
+    EXPECT_LT(shm_open(shmName().c_str(), O_RDWR, 0), 0);
+}
+
+TEST(PrivateShm, IsThereForUsersWithoutPrivileges) {
+    EXPECT_TRUE(hasPrivateShm(shmName(), [] {
+        becomeNobody();
+        desktop::enterPrivateShm();
+    }));
+}
+
+} // namespace
+} // namespace velmora::bus_test

@@ -1,0 +1,235 @@
+// What is published arrives: whole, in order, at everyone who listens, without holding the publisher up.
+#include "bus_test.h"
+
+#include <csignal>
+#include <map>
+#include <thread>
+
+namespace velmora::bus_test {
+namespace {
+
+using Publish = BusTest;
+
+constexpr std::size_t kMebibyte = std::size_t{1} << 20;
+
+TEST_F(Publish, ReachesAnotherConnection) {
+    Participant sender, receiver;
+    ASSERT_TRUE(sender.join() && receiver.join());
+
+    EXPECT_EQ(sender.access.publish(kEventTopic, {"created", "200", "ses-1"}), 0);
+
+    ASSERT_TRUE(receiver.client.awaitEvents(1));
+    EXPECT_EQ(receiver.client.events()[0], (Event{"created", "200", "ses-1"}));
+}
+
+TEST_F(Publish, ComesBackToItsSender) {
+    Participant sender;
+    ASSERT_TRUE(sender.join());
+
+    sender.access.publish(kEventTopic, {"unknown"});
+
+    ASSERT_TRUE(sender.client.awaitEvents(1));
+    EXPECT_EQ(sender.client.events()[0], Event{"unknown"});
+}
+
+TEST_F(Publish, DeliversTheEventTopicOnly) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+
+    participant.access.publish(kCommandTopic, {"create"});
+    participant.access.publish("some.other.topic", {"news"});
+    participant.access.publish(kEventTopic, {"created"});
+
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    EXPECT_EQ(participant.client.events(), std::vector<Event>{{"created"}});
+}
+
+TEST_F(Publish, DeliversOnOneThreadThatIsNotTheCallers) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+
+    participant.access.publish(kEventTopic, {"first"});
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    const auto thread = participant.client.thread();
+    participant.access.publish(kEventTopic, {"second"});
+    ASSERT_TRUE(participant.client.awaitEvents(2));
+
+    EXPECT_EQ(participant.client.thread(), thread);
+    EXPECT_NE(thread, std::this_thread::get_id());
+}
+
+TEST_F(Publish, DeliversNothingBeforeTheStart) {
+    Participant participant;
+    ASSERT_EQ(participant.access.initialize(), 0);
+    Event value;
+
+    participant.access.publish(kEventTopic, {"early"});
+    ASSERT_EQ(participant.readPatiently(kEventTopic, value), 0);
+    EXPECT_TRUE(participant.client.events().empty());
+
+    ASSERT_EQ(participant.access.start(), 0);
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    EXPECT_EQ(participant.client.events()[0], Event{"early"});
+}
+
+TEST_F(Publish, KeepsTheOrderOfEachSender) {
+    constexpr int kCount = 2000;
+    Participant left, right, receiver;
+    ASSERT_TRUE(left.join() && right.join() && receiver.join());
+    const auto publishAll = [](ZUVModelAccess& access, const std::string& name) {
+        for (int i = 0; i < kCount; ++i)
+            access.publish(kEventTopic, {name, std::to_string(i)});
+    };
+
+    std::thread other(publishAll, std::ref(left.access), "left");
+    publishAll(right.access, "right");
+    other.join();
+
+    ASSERT_TRUE(receiver.client.awaitEvents(2 * kCount));
+    std::map<std::string, int> next;
+    for (const Event& event : receiver.client.events())
+        ASSERT_EQ(event.at(1), std::to_string(next[event.at(0)]++)) << event.at(0);
+}
+
+TEST_F(Publish, CarriesAnyBytesWhole) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    const Event event = {std::string("a\0b\0", 4), "\xff\xfe\xc3\x28", "", std::string(kMebibyte, '\x80'),
+                         "\n\r\t"};
+
+    EXPECT_EQ(participant.access.publish(kEventTopic, event), 0);
+
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    EXPECT_EQ(participant.client.events()[0], event);
+}
+
+TEST_F(Publish, CarriesAnEmptyList) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+
+    EXPECT_EQ(participant.access.publish(kEventTopic, {}), 0);
+
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    EXPECT_EQ(participant.client.events()[0], Event{});
+}
+
+TEST_F(Publish, CarriesElevenStringsOfAMebibyteThreeTimes) {
+    Participant sender, receiver;
+    ASSERT_TRUE(sender.join() && receiver.join());
+    const Event event(11, std::string(kMebibyte, 'x'));
+
+    for (std::size_t i = 1; i <= 3; ++i) {
+        EXPECT_EQ(sender.access.publish(kEventTopic, event), 0);
+        ASSERT_TRUE(receiver.client.awaitEvents(i));
+    }
+
+    EXPECT_EQ(receiver.client.events(), std::vector<Event>(3, event));
+}
+
+TEST_F(Publish, ArrivesWhenTheSenderGoesAwayAtOnce) {
+    Participant receiver;
+    ASSERT_TRUE(receiver.join());
+    const Event event = {std::string(kMebibyte, 'x')};
+
+    {
+        ZUVModelAccess sender(nullptr);
+        ASSERT_EQ(sender.initialize(), 0);
+        EXPECT_EQ(sender.publish(kEventTopic, event), 0);
+    }
+
+    ASSERT_TRUE(receiver.client.awaitEvents(1));
+    EXPECT_EQ(receiver.client.events()[0], event);
+}
+
+TEST_F(Publish, RefusesWhatTheBusCannotCarryAndGoesOn) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+
+    EXPECT_LT(participant.access.publish(kEventTopic, {std::string(17 * kMebibyte, 'x')}), 0);
+    EXPECT_LT(participant.access.publish(std::string("topic\0", 6), {"x"}), 0);
+    EXPECT_LT(participant.access.publish("\xff\xfe", {"x"}), 0);
+
+    EXPECT_EQ(participant.access.publish(kEventTopic, {"still here"}), 0);
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    EXPECT_EQ(participant.client.events()[0], Event{"still here"});
+    EXPECT_EQ(participant.client.stateChanges(), 0);
+}
+
+TEST_F(Publish, WithNobodyListeningTakesTwentyThousandCommands) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    const Event command(11, "a command's entry");
+
+    int refused = 0;
+    for (int i = 0; i < 20000; ++i)
+        refused += participant.access.publish(kCommandTopic, command) != 0;
+
+    EXPECT_EQ(refused, 0);
+    participant.access.publish(kEventTopic, {"done"});
+    EXPECT_TRUE(participant.client.awaitEvents(1));
+}
+
+TEST_F(Publish, DoesNotWaitForABusThatHangs) {
+    constexpr std::size_t kCount = 20000;
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    ASSERT_EQ(kill(m_bus.daemonProcess(), SIGSTOP), 0);
+
+    int refused = 0;
+    for (std::size_t i = 0; i < kCount; ++i)
+        refused += participant.access.publish(kEventTopic, {std::to_string(i)}) != 0;
+    ASSERT_EQ(kill(m_bus.daemonProcess(), SIGCONT), 0);
+
+    EXPECT_EQ(refused, 0);
+    ASSERT_TRUE(participant.client.awaitEvents(kCount));
+    const auto events = participant.client.events();
+    for (std::size_t i = 0; i < kCount; ++i)
+        ASSERT_EQ(events[i].at(0), std::to_string(i));
+}
+
+TEST_F(Publish, FromInsideACallbackWhileAnotherThreadPublishes) {
+    constexpr int kCount = 1000;
+    Participant participant;
+    participant.client.whenEvent = [&](const Event& event) {
+        if (event.at(0) == "question")
+            participant.access.publish(kEventTopic, {"answer"});
+    };
+    ASSERT_TRUE(participant.join());
+
+    for (int i = 0; i < kCount; ++i)
+        participant.access.publish(kEventTopic, {"question"});
+
+    EXPECT_TRUE(participant.client.awaitEvents(2 * kCount));
+}
+
+TEST_F(Publish, ActivatesNothing) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    const auto before = processes();
+
+    participant.access.publish(kCommandTopic, {"create"});
+    participant.access.publish(kEventTopic, {"unknown"});
+
+    // What the daemon starts on a message runs, in its group, before it delivers the next one.
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    EXPECT_EQ(processesStartedSince(before), std::set<pid_t>{});
+}
+
+TEST_F(Publish, MalformedMessagesAreDroppedWithALine) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    BusPeer peer;
+    ::testing::internal::CaptureStderr();
+
+    ASSERT_GE(peer.publishMalformed(kEventTopic), 0);
+    ASSERT_GE(peer.publish(kEventTopic, {"sound"}), 0);
+
+    const bool arrived = participant.client.awaitEvents(1);
+    const std::string log = ::testing::internal::GetCapturedStderr();
+    ASSERT_TRUE(arrived);
+    EXPECT_EQ(participant.client.events(), std::vector<Event>{{"sound"}});
+    EXPECT_NE(log.find("malformed publication dropped: sender=:1."), std::string::npos) << log;
+}
+
+} // namespace
+} // namespace velmora::bus_test

@@ -1,0 +1,225 @@
+// The current value of a topic: kept by a process of its own, read in bounded time from any thread.
+#include "bus_test.h"
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <future>
+
+namespace velmora::bus_test {
+namespace {
+
+using Read = BusTest;
+using Clock = std::chrono::steady_clock;
+
+TEST_F(Read, FindsWhatWasPublishedBeforeTheReaderCame) {
+    Participant sender;
+    ASSERT_TRUE(sender.join());
+    sender.access.publish(kEventTopic, {"created", "200"});
+    ASSERT_TRUE(sender.client.awaitEvents(1));
+
+    Participant late;
+    ASSERT_TRUE(late.join());
+    Event value;
+
+    EXPECT_EQ(late.readPatiently(kEventTopic, value), 0);
+    EXPECT_EQ(value, (Event{"created", "200"}));
+}
+
+TEST_F(Read, OfATopicWithoutAValueFailsAndEmptiesTheList) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    Event value = {"left over"};
+
+    EXPECT_LT(participant.readPatiently(kEventTopic, value), 0);
+    EXPECT_TRUE(value.empty());
+}
+
+TEST_F(Read, CarriesAnyBytesWhole) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    const Event event = {std::string("a\0b", 3), "\xff\xfe", "", std::string(std::size_t{1} << 20, '\x80')};
+    participant.access.publish(kEventTopic, event);
+    Event value;
+
+    EXPECT_EQ(participant.readPatiently(kEventTopic, value), 0);
+
+    EXPECT_EQ(value, event);
+}
+
+TEST_F(Read, IsNeverOlderThanWhatTheSameConnectionPublished) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+
+    for (int i = 0; i < 2000; ++i) {
+        const Event neutral = {"unknown", std::to_string(i)};
+        participant.access.publish(kEventTopic, {"created", std::to_string(i)});
+        participant.access.publish(kEventTopic, neutral);
+        Event value;
+        ASSERT_EQ(participant.readPatiently(kEventTopic, value), 0) << i;
+        ASSERT_EQ(value, neutral);
+    }
+}
+
+TEST_F(Read, KnowsTheTopicsApart) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    participant.access.publish(kCommandTopic, {"create"});
+    participant.access.publish(kEventTopic, {"created"});
+    Event command, event;
+
+    EXPECT_EQ(participant.readPatiently(kCommandTopic, command), 0);
+    EXPECT_EQ(participant.readPatiently(kEventTopic, event), 0);
+
+    EXPECT_EQ(command, Event{"create"});
+    EXPECT_EQ(event, Event{"created"});
+}
+
+TEST_F(Read, FindsNothingOnTopicsOfOthers) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    participant.access.publish("some.other.topic", {"news"});
+    Event value;
+
+    EXPECT_LT(participant.readPatiently("some.other.topic", value), 0);
+    EXPECT_TRUE(value.empty());
+}
+
+TEST_F(Read, FindsTheValueAfterItsPublisherAndTheServiceAreGone) {
+    Participant reader;
+    ASSERT_TRUE(reader.join());
+    ASSERT_EQ(reader.access.startService(), 0);
+    ASSERT_TRUE(reader.client.awaitEvents(1));
+    const pid_t service = std::stoi(reader.client.events()[0].at(1));
+    {
+        Participant publisher;
+        ASSERT_TRUE(publisher.join());
+        publisher.access.publish(kEventTopic, {"stopped"});
+    }
+    ASSERT_TRUE(reader.client.awaitEvents(2));
+    ASSERT_EQ(kill(service, SIGKILL), 0);
+    BusPeer peer;
+    ASSERT_TRUE(eventually([&] { return !peer.isOwned(kServiceName); }));
+    Event value;
+
+    EXPECT_EQ(reader.readPatiently(kEventTopic, value), 0);
+    EXPECT_EQ(value, Event{"stopped"});
+}
+
+TEST_F(Read, SurvivesMalformedMessages) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    BusPeer peer;
+    ASSERT_GE(peer.publish(kEventTopic, {"sound"}), 0);
+    ASSERT_GE(peer.publishMalformed(kEventTopic), 0);
+    ASSERT_TRUE(peer.isOwned(kKeeperName)) << "and what the peer sent before is on its way to the keeper";
+    Event value;
+
+    EXPECT_EQ(participant.readPatiently(kEventTopic, value), 0);
+    EXPECT_EQ(value, Event{"sound"});
+}
+
+TEST_F(Read, FromInsideACallbackKeepsTheEventsBehindItInOrder) {
+    constexpr int kCount = 500;
+    Participant participant;
+    std::atomic<int> failed = 0;
+    participant.client.whenEvent = [&](const Event&) {
+        Event value;
+        failed += participant.readPatiently(kEventTopic, value) != 0;
+    };
+    ASSERT_TRUE(participant.join());
+
+    for (int i = 0; i < kCount; ++i)
+        participant.access.publish(kEventTopic, {std::to_string(i)});
+
+    ASSERT_TRUE(participant.client.awaitEvents(kCount));
+    EXPECT_EQ(failed, 0);
+    const auto events = participant.client.events();
+    for (std::size_t i = 0; i < kCount; ++i)
+        ASSERT_EQ(events[i].at(0), std::to_string(i));
+}
+
+TEST_F(Read, IsAnsweredWhileACallbackBlocks) {
+    Participant participant;
+    std::promise<void> entered, release;
+    participant.client.whenEvent = [&](const Event&) {
+        entered.set_value();
+        release.get_future().wait();
+    };
+    ASSERT_TRUE(participant.join());
+    participant.access.publish(kEventTopic, {"blocking"});
+    entered.get_future().wait();
+    Event value;
+
+    const int result = participant.readPatiently(kEventTopic, value);
+    release.set_value();
+
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(value, Event{"blocking"});
+}
+
+TEST_F(Read, FromManyThreadsAtOnceIsAnsweredToEach) {
+    constexpr int kReads = 200;
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    participant.access.publish(kEventTopic, {"value"});
+    const auto readAll = [&] {
+        int answered = 0;
+        for (int i = 0; i < kReads; ++i) {
+            Event value;
+            answered += participant.readPatiently(kEventTopic, value) == 0 && value == Event{"value"};
+        }
+        return answered;
+    };
+
+    std::vector<std::future<int>> readers;
+    for (int i = 0; i < 4; ++i)
+        readers.push_back(std::async(std::launch::async, readAll));
+
+    for (auto& reader : readers)
+        EXPECT_EQ(reader.get(), kReads);
+}
+
+TEST_F(Read, GivesUpOnAKeeperThatHangsAndRecoversWithIt) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    participant.access.publish(kEventTopic, {"value"});
+    const pid_t keeper = BusPeer().processOf(kKeeperName);
+    ASSERT_GT(keeper, 0);
+    ASSERT_EQ(kill(keeper, SIGSTOP), 0);
+    Event value;
+
+    const auto begin = Clock::now();
+    const int result = participant.access.read(kEventTopic, value);
+    const auto elapsed = Clock::now() - begin;
+    ASSERT_EQ(kill(keeper, SIGCONT), 0);
+
+    EXPECT_LT(result, 0);
+    EXPECT_GE(elapsed, std::chrono::milliseconds(100));
+    EXPECT_LT(elapsed, std::chrono::seconds(2)) << "100 ms are promised; a busy machine adds to them";
+    EXPECT_EQ(participant.readPatiently(kEventTopic, value), 0);
+    EXPECT_EQ(value, Event{"value"});
+}
+
+TEST_F(Read, DoesNotHoldUpAPublisher) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    const pid_t keeper = BusPeer().processOf(kKeeperName);
+    ASSERT_GT(keeper, 0);
+    ASSERT_EQ(kill(keeper, SIGSTOP), 0);
+
+    auto reader = std::async(std::launch::async, [&] {
+        Event value;
+        return participant.access.read(kEventTopic, value);
+    });
+    int published = 0;
+    while (reader.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+        published += participant.access.publish(kCommandTopic, {"create"}) == 0;
+    ASSERT_EQ(kill(keeper, SIGCONT), 0);
+
+    EXPECT_LT(reader.get(), 0);
+    EXPECT_GT(published, 10);
+}
+
+} // namespace
+} // namespace velmora::bus_test

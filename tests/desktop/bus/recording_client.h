@@ -1,0 +1,45 @@
+#ifndef TESTS_DESKTOP_RECORDING_CLIENT_H
+#define TESTS_DESKTOP_RECORDING_CLIENT_H
+
+#include "zuv_model_access.h"
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace velmora::bus_test {
+
+using Event = std::vector<std::string>;
+
+/// Records what a connection delivers. Any thread may wait for it, for up to ten seconds.
+class RecordingClient final : public ZUVModelAccessClient {
+public:
+    void onModelAccessStateChanged() override;
+    void onZUVEvent(Event& event) override;
+
+    /// Runs inside the callback, after the event was recorded. Set before delivery starts.
+    std::function<void(const Event&)> whenEvent;
+
+    /// Whether at least `count` events have come.
+    bool awaitEvents(std::size_t count);
+    bool awaitStateChange();
+    std::vector<Event> events() const;
+    int stateChanges() const;
+
+    /// The thread of the last callback.
+    std::thread::id thread() const;
+
+private:
+    mutable std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<Event> m_events;
+    int m_stateChanges = 0;
+    std::thread::id m_thread;
+};
+
+} // namespace velmora::bus_test
+
+#endif // TESTS_DESKTOP_RECORDING_CLIENT_H

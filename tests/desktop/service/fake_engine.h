@@ -1,0 +1,46 @@
+#ifndef ZUV_FAKE_ENGINE_H
+#define ZUV_FAKE_ENGINE_H
+
+#include "media_engine.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmora::desktop {
+
+/// Plays nothing, and remembers what it was asked for. Any thread.
+class FakeEngine final : public MediaEngine {
+public:
+    std::unique_ptr<MediaPlayback> open(const MediaLocation& location, double position,
+                                        std::stop_token stop) override;
+
+    /// What was done, in order: "open NAME at 0.000000", "seek NAME to 1.000000", "end NAME".
+    std::vector<std::string> journal();
+
+    /// From here on opening takes until release(), or until a stop is requested.
+    void hold();
+    /// Returns when an opening waits for release().
+    void awaitHeld();
+    void release();
+
+    std::atomic<bool> failing = false; ///< opening and seeking fail as what cannot be played
+    std::atomic<int> height = 240;     ///< of the video; 0: there is none
+
+private:
+    friend class FakePlayback;
+    void note(const std::string& entry);
+
+    std::mutex m_mutex;
+    std::condition_variable_any m_changed;
+    std::vector<std::string> m_journal;
+    bool m_held = false;
+    bool m_waiting = false;
+};
+
+} // namespace velmora::desktop
+
+#endif // ZUV_FAKE_ENGINE_H

@@ -1,0 +1,233 @@
+#include "fake_engine.h"
+#include "http_client.h"
+#include "media_object.h"
+#include "recording_sink.h"
+#include "test_files.h"
+
+#include <gtest/gtest.h>
+#include <json/reader.h>
+
+namespace velmora::desktop {
+namespace {
+
+class MediaObjectTest : public testing::Test {
+protected:
+    void post(CommandName name, const std::string& kind, const std::string& url = "",
+              const std::string& position = "") {
+        m_object.post({name, kind, "ses-" + std::to_string(++m_session), "obj-1", position, url});
+    }
+
+    Event answer(CommandName name, const std::string& kind, const std::string& url = "",
+                 const std::string& position = "") {
+        post(name, kind, url, position);
+        return m_events.next();
+    }
+
+    TemporaryFolder m_folder;
+    const std::string m_film = addFile(m_folder, "film.webm", "the film");
+    const std::string m_other = addFile(m_folder, "other.webm", "another film");
+    FakeEngine m_engine;
+    RecordingSink m_events;
+    MediaServer m_server;
+    MediaObject m_object{"obj-1", {m_engine, m_server, m_events}};
+    int m_session = 0;
+};
+
+constexpr const char* kMain = "main_video";
+constexpr const char* kAd = "advertisement";
+
+TEST_F(MediaObjectTest, StartOpensTheMediumAndServesIt) {
+    const Event started = answer(CommandName::Start, kMain, m_film);
+    EXPECT_EQ(started.name, "started");
+    EXPECT_EQ(started.code, ResultCode::Ok);
+    EXPECT_EQ(started.session, "ses-1");
+    EXPECT_EQ(started.objectId, "obj-1");
+    EXPECT_EQ(started.kind, kMain);
+    EXPECT_EQ(fetch(started.localUrl).body, "the film");
+    EXPECT_EQ(m_engine.journal(), std::vector<std::string>{"open film.webm at 0.000000"});
+}
+
+TEST_F(MediaObjectTest, StartIgnoresThePosition) {
+    EXPECT_EQ(answer(CommandName::Start, kMain, m_film, "nonsense").code, ResultCode::Ok);
+}
+
+TEST_F(MediaObjectTest, PreloadStartsAtThePosition) {
+    const Event started = answer(CommandName::Preload, kAd, m_film, "1.500000");
+    EXPECT_EQ(started.name, "started");
+    EXPECT_EQ(started.kind, kAd);
+    EXPECT_EQ(fetch(started.localUrl).body, "the film");
+    EXPECT_EQ(m_engine.journal(), std::vector<std::string>{"open film.webm at 1.500000"});
+}
+
+TEST_F(MediaObjectTest, StopEndsTheMediumAndItsUrl) {
+    const std::string url = answer(CommandName::Start, kMain, m_film).localUrl;
+    const Event stopped = answer(CommandName::Stop, kMain);
+    EXPECT_EQ(stopped.name, "stopped");
+    EXPECT_EQ(stopped.code, ResultCode::Ok);
+    EXPECT_EQ(stopped.session, "ses-2");
+    EXPECT_EQ(fetch(url).status, 404);
+    EXPECT_EQ(m_engine.journal().back(), "end film.webm");
+}
+
+TEST_F(MediaObjectTest, SeekMovesTheMainVideo) {
+    answer(CommandName::Start, kMain, m_film);
+    answer(CommandName::Start, kAd, m_other);
+    const Event seeked = answer(CommandName::Seek, kMain, "", "2.250000");
+    EXPECT_EQ(seeked.name, "seeked");
+    EXPECT_EQ(seeked.code, ResultCode::Ok);
+    EXPECT_EQ(m_engine.journal().back(), "seek film.webm to 2.250000");
+}
+
+TEST_F(MediaObjectTest, KindsAreIndependent) {
+    const std::string film = answer(CommandName::Start, kMain, m_film).localUrl;
+    const std::string advertisement = answer(CommandName::Start, kAd, m_other).localUrl;
+    EXPECT_NE(film, advertisement);
+    answer(CommandName::Stop, kAd);
+    EXPECT_EQ(fetch(advertisement).status, 404);
+    EXPECT_EQ(fetch(film).body, "the film");
+}
+
+TEST_F(MediaObjectTest, StartReplacesWhatIsStarted) {
+    const std::string before = answer(CommandName::Start, kMain, m_film).localUrl;
+    const std::string after = answer(CommandName::Start, kMain, m_other).localUrl;
+    EXPECT_EQ(fetch(before).status, 404);
+    EXPECT_EQ(fetch(after).body, "another film");
+    EXPECT_EQ(m_engine.journal().back(), "end film.webm");
+}
+
+TEST_F(MediaObjectTest, AFailedStartLeavesWhatIsStarted) {
+    const std::string url = answer(CommandName::Start, kMain, m_film).localUrl;
+    m_engine.failing = true;
+    const Event failed = answer(CommandName::Start, kMain, m_other);
+    EXPECT_EQ(failed.name, "started");
+    EXPECT_EQ(failed.code, ResultCode::Unplayable);
+    EXPECT_EQ(failed.detail, "It cannot be played");
+    EXPECT_EQ(failed.localUrl, "");
+    EXPECT_EQ(fetch(url).body, "the film");
+}
+
+TEST_F(MediaObjectTest, WhatIsIdleCannotBeStoppedOrSought) {
+    const Event notStopped = answer(CommandName::Stop, kAd);
+    EXPECT_EQ(notStopped.code, ResultCode::WrongState);
+    EXPECT_EQ(notStopped.detail, "advertisement is not started");
+    EXPECT_EQ(answer(CommandName::Seek, kMain, "", "1.000000").code, ResultCode::WrongState);
+    answer(CommandName::Start, kMain, m_film);
+    EXPECT_EQ(answer(CommandName::Stop, kMain).code, ResultCode::Ok);
+    EXPECT_EQ(answer(CommandName::Stop, kMain).code, ResultCode::WrongState);
+}
+
+TEST_F(MediaObjectTest, BadArgumentsAreAnswered) {
+    EXPECT_EQ(answer(CommandName::Start, "picture", m_film).code, ResultCode::BadCommand);
+    EXPECT_EQ(answer(CommandName::Start, kMain, "nonsense").code, ResultCode::BadCommand);
+    EXPECT_EQ(answer(CommandName::Start, kMain, "/no/such/film").code, ResultCode::NotFound);
+    EXPECT_EQ(answer(CommandName::Preload, kMain, m_film, "nan").code, ResultCode::BadCommand);
+    EXPECT_EQ(answer(CommandName::Seek, kMain, "", "-1.000000").code, ResultCode::BadCommand);
+    EXPECT_EQ(answer(CommandName::Stop, "").code, ResultCode::BadCommand);
+}
+
+TEST_F(MediaObjectTest, AFailedSeekLeavesTheMediumStarted) {
+    answer(CommandName::Start, kMain, m_film);
+    m_engine.failing = true;
+    EXPECT_EQ(answer(CommandName::Seek, kMain, "", "1.000000").code, ResultCode::Unplayable);
+    EXPECT_EQ(answer(CommandName::Stop, kMain).code, ResultCode::Ok);
+}
+
+TEST_F(MediaObjectTest, CommandsAreAnsweredInTheirOrder) {
+    m_engine.hold();
+    post(CommandName::Start, kMain, m_film);
+    post(CommandName::Start, kAd, m_other);
+    post(CommandName::Seek, kMain, "", "1.000000");
+    post(CommandName::Stop, kMain);
+    m_engine.awaitHeld();
+    EXPECT_TRUE(m_events.empty());
+    m_engine.release();
+    for (const char* session : {"ses-1", "ses-2", "ses-3", "ses-4"})
+        EXPECT_EQ(m_events.next().session, session);
+}
+
+TEST_F(MediaObjectTest, DefinitionsOfTheMainVideoComeLater) {
+    const Event started = answer(CommandName::Start, kMain, m_film);
+    const auto news = m_events.news(1);
+    ASSERT_EQ(news.size(), 1U);
+    const Event& definition = news.at(0).event;
+    EXPECT_EQ(definition.name, "definition");
+    EXPECT_EQ(definition.code, ResultCode::Ok);
+    EXPECT_EQ(definition.session, "");
+    EXPECT_EQ(definition.objectId, "obj-1");
+    EXPECT_EQ(definition.kind, kMain);
+    EXPECT_EQ(definition.definitions, R"([{"definition":"240p","url":")" + started.localUrl + R"("}])");
+    EXPECT_FALSE(news.at(0).subject.expired());
+}
+
+TEST_F(MediaObjectTest, DefinitionsOfSoundAreAudio) {
+    m_engine.height = 0;
+    const Event started = answer(CommandName::Start, kMain, m_film);
+    EXPECT_EQ(m_events.news(1).at(0).event.definitions,
+              R"([{"definition":"audio","url":")" + started.localUrl + R"("}])");
+}
+
+TEST_F(MediaObjectTest, DefinitionsAreTheOtherQualitiesServedWithTheMedium) {
+    addFile(m_folder, "film.240p.webm", "low");
+    addFile(m_folder, "film.1080p.webm", "high");
+    answer(CommandName::Start, kMain, m_film);
+    Json::Value list;
+    ASSERT_TRUE(Json::Reader().parse(m_events.news(1).at(0).event.definitions, list));
+    ASSERT_EQ(list.size(), 2U);
+    EXPECT_EQ(list[0]["definition"].asString(), "240p");
+    EXPECT_EQ(fetch(list[0]["url"].asString()).body, "low");
+    EXPECT_EQ(list[1]["definition"].asString(), "1080p");
+    EXPECT_EQ(fetch(list[1]["url"].asString()).body, "high");
+    answer(CommandName::Stop, kMain);
+    EXPECT_EQ(fetch(list[0]["url"].asString()).status, 404);
+}
+
+TEST_F(MediaObjectTest, NewsOfAMediumEndsWithIt) {
+    answer(CommandName::Start, kMain, m_film);
+    const auto subject = m_events.news(1).at(0).subject;
+    answer(CommandName::Stop, kMain);
+    EXPECT_TRUE(subject.expired());
+}
+
+TEST_F(MediaObjectTest, AnAdvertisementHasNoDefinitions) {
+    answer(CommandName::Start, kAd, m_film);
+    answer(CommandName::Start, kMain, m_film);
+    const auto news = m_events.news(1);
+    ASSERT_EQ(news.size(), 1U);
+    EXPECT_EQ(news.at(0).event.kind, kMain);
+}
+
+TEST(MediaObject, EndsWhileAMediumOpens) {
+    const TemporaryFolder folder;
+    const std::string film = addFile(folder, "film.webm");
+    FakeEngine engine;
+    RecordingSink events;
+    MediaServer server;
+    {
+        MediaObject object("obj-1", {engine, server, events});
+        engine.hold();
+        object.post({CommandName::Start, kMain, "ses-1", "obj-1", "", film});
+        object.post({CommandName::Stop, kMain, "ses-2", "obj-1", "", ""});
+        engine.awaitHeld();
+    }
+    EXPECT_EQ(events.next().code, ResultCode::Internal);
+    EXPECT_TRUE(events.empty());
+}
+
+TEST(MediaObject, EndsItsMediaWithItself) {
+    const TemporaryFolder folder;
+    const std::string film = addFile(folder, "film.webm", "the film");
+    FakeEngine engine;
+    RecordingSink events;
+    MediaServer server;
+    std::string url;
+    {
+        MediaObject object("obj-1", {engine, server, events});
+        object.post({CommandName::Start, kMain, "ses-1", "obj-1", "", film});
+        url = events.next().localUrl;
+    }
+    EXPECT_EQ(engine.journal().back(), "end film.webm");
+    EXPECT_EQ(fetch(url).status, 404);
+}
+
+} // namespace
+} // namespace velmora::desktop

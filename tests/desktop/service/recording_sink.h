@@ -1,0 +1,43 @@
+#ifndef ZUV_RECORDING_SINK_H
+#define ZUV_RECORDING_SINK_H
+
+#include "event_sink.h"
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace velmora::desktop {
+
+/// Keeps events for a test to look at. Any thread.
+class RecordingSink final : public EventSink {
+public:
+    struct News {
+        Event event;
+        std::weak_ptr<const void> subject;
+    };
+
+    void publish(Event event) override;
+    void publishLater(Event event, std::weak_ptr<const void> subject) override;
+
+    /// The next event that was published, in their order; waits for it. A failed test when it does not come.
+    Event next();
+
+    /// Whether events wait for next().
+    bool empty();
+
+    /// All that was to be published later. What belongs to an answer is here soon after it.
+    std::vector<News> news(std::size_t count);
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<Event> m_events;
+    std::vector<News> m_news;
+};
+
+} // namespace velmora::desktop
+
+#endif // ZUV_RECORDING_SINK_H

@@ -1,0 +1,11 @@
+// Tests of the system share one machine: each process gets a /dev/shm of its own before it has threads.
+#include "private_bus.h"
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    if (!::testing::GTEST_FLAG(list_tests))
+        velmora::desktop::enterPrivateShm();
+    return RUN_ALL_TESTS();
+}
