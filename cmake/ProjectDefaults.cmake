@@ -12,6 +12,8 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # The build tree is laid out as an installation is, so that programs find the libraries, and each other, alike in both.
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
 
+set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG")
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE RelWithDebInfo)
 endif()
@@ -29,6 +31,12 @@ add_compile_options(
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
 endif()
+
+# The file with a program's main() holds little but CLI11's templates. Optimised, it takes longer to compile than the
+# rest of the program, and runs once.
+function(zuv_leave_unoptimized source)
+    set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS -O0)
+endfunction()
 
 add_link_options(-Wl,--as-needed -Wl,-z,defs)
 

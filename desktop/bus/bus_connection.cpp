@@ -146,9 +146,9 @@ int BusConnection::startService() {
     const Lock lock(m_mutex);
     if (!isUsable())
         return -ENOTCONN;
-    return sent(sd_bus_call_method_async(m_bus.get(), nullptr, kDaemonName, kDaemonPath, kDaemonName,
-                                         kStartMethod, onServiceStarted, nullptr, "su", kServiceName,
-                                         kStartFlags));
+    return afterSending(sd_bus_call_method_async(m_bus.get(), nullptr, kDaemonName, kDaemonPath, kDaemonName,
+                                                 kStartMethod, onServiceStarted, nullptr, "su", kServiceName,
+                                                 kStartFlags));
 }
 
 int BusConnection::read(const std::string& topic, std::vector<std::string>& values) {
@@ -159,8 +159,9 @@ int BusConnection::read(const std::string& topic, std::vector<std::string>& valu
         return -ENOTCONN;
     ReadAnswer answer;
     sd_bus_slot* slot = nullptr;
-    int result = sent(sd_bus_call_method_async(m_bus.get(), &slot, kKeeperName, kObjectPath, kKeeperInterface,
-                                               kReadMethod, onReadAnswered, &answer, "s", topic.c_str()));
+    int result =
+        afterSending(sd_bus_call_method_async(m_bus.get(), &slot, kKeeperName, kObjectPath, kKeeperInterface,
+                                              kReadMethod, onReadAnswered, &answer, "s", topic.c_str()));
     const SlotPointer withdrawn(slot);
     if (result >= 0)
         result = pumpUntil(lock, deadline, [&answer] { return answer.arrived; });
@@ -174,7 +175,7 @@ int BusConnection::publish(const std::string& topic, const std::vector<std::stri
     const Lock lock(m_mutex);
     if (!isUsable())
         return -ENOTCONN;
-    return sent(sendTopicValue(m_bus.get(), topic, values));
+    return afterSending(sendTopicValue(m_bus.get(), topic, values));
 }
 
 std::optional<std::vector<std::string>> BusConnection::nextEvent() {
@@ -210,17 +211,15 @@ bool BusConnection::isUsable() const {
     return m_bus != nullptr && !m_lost;
 }
 
-// After each send: what the socket did not take waits in the connection, and a sleeping pump does not know of
-// it.
-int BusConnection::sent(int result) {
+// What the socket did not take waits in the connection, and a sleeping pump does not know of it.
+int BusConnection::afterSending(int result) {
     if (result < 0 || (sd_bus_get_events(m_bus.get()) & POLLOUT) != 0)
         wakePump();
     return std::min(result, 0);
 }
 
-// Runs until isReached(), asked with the mutex held, says so: 0; -ENOTCONN when the connection is lost
-// before, -ETIMEDOUT at the deadline. Processes one message at a time, so that traffic without end keeps
-// nobody here.
+// Runs until isReached(), asked with the mutex held, says so: 0. -ENOTCONN when the connection is lost before,
+// -ETIMEDOUT at the deadline. Asks after every message, so that traffic without end keeps nobody here.
 template <typename Condition>
 int BusConnection::pumpUntil(Lock& lock, Clock::time_point deadline, Condition isReached) {
     while (!isReached()) {

@@ -44,7 +44,8 @@ public:
     /// Reads the last value of `topic`; waits for at most 100 ms. -ENODATA when there is none.
     int read(const std::string& topic, std::vector<std::string>& values);
 
-    /// Publishes without waiting.
+    /// Publishes without waiting. On the topic that is listened to, the connection's own publications come
+    /// back as events, as D-Bus has it.
     int publish(const std::string& topic, const std::vector<std::string>& values);
 
     /// Waits for the next event, in the order of arrival. nullopt once stop() was called, or when the
@@ -66,7 +67,7 @@ private:
     int listen(const std::string& topic);
     void startKeeper();
     bool isUsable() const;
-    int sent(int result);
+    int afterSending(int result);
 
     template <typename Condition>
     int pumpUntil(Lock& lock, Clock::time_point deadline, Condition isReached);

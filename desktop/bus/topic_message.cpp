@@ -7,7 +7,8 @@
 namespace velmora::desktop {
 namespace {
 
-constexpr uint64_t kCallTimeoutMicroseconds = 2'000'000;
+// Longer than a daemon takes to give up on a program that it was asked to start.
+constexpr uint64_t kCallTimeoutMicroseconds = 3'000'000;
 
 // Of each array element in a message, besides its bytes: the length word and at most three bytes of padding.
 constexpr std::size_t kElementOverhead = 7;

@@ -41,7 +41,7 @@ struct TopicValue {
 };
 
 /// Opens a connection to the bus that DBUS_SESSION_BUS_ADDRESS names. Does not wait: sd-bus authenticates and
-/// says Hello while the connection is processed. No call on it is waited for longer than two seconds.
+/// says Hello while the connection is processed. No call on it is waited for longer than three seconds.
 /// @return 0, or -ENOTCONN when the variable is not set, or what the connection failed with.
 int openBus(BusPointer& bus);
 

@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <fstream>
 #include <stdexcept>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -21,15 +20,12 @@ namespace fs = std::filesystem;
 
 constexpr int kReadyLimitMilliseconds = 5000;
 
-// - Policies: a daemon without receive_sender lets nothing arrive, not even the answer to a connection's
-// first call.
-// - service_start_timeout (ms): a program that does not come up is given up before its caller's patience
-// ends.
+// - Policies: without receive_sender nothing arrives, not even the answer to a connection's first call.
+// - service_start_timeout (ms): a program that does not come up is given up while its caller still waits.
 // - max_outgoing_bytes bounds what the daemon keeps for a reader that hangs: beyond it, publications are
-// dropped for
-//   that reader alone. The limit is looked at before a message is added, so one message of any length passes
-//   a reader that keeps up; 16 MiB let a burst of a dozen strings of 1 MiB, or tens of thousands of events,
-//   wait for a reader that is only late.
+//   dropped for that reader alone. The daemon looks at what it already keeps before it adds a message, so a
+//   message of any length reaches a reader that keeps up. 16 MiB let a burst of a dozen strings of 1 MiB, or
+//   tens of thousands of events, wait for a reader that is only late.
 std::string configuration(const fs::path& folder) {
     return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">

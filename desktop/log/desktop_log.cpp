@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <mutex>
+#include <optional>
 #include <utility>
 
 namespace velmora::desktop {
@@ -20,15 +20,36 @@ constexpr const char* kVariable = "ZUV_LOG_LEVEL";
 // Time to the microsecond: a whole round trip over the bus takes about a hundred of them.
 constexpr const char* kPattern = "[%Y-%m-%d %H:%M:%S.%f] [%n] %v";
 
+constexpr std::array<std::pair<std::string_view, int>, 5> kLimitNames = {{{"off", kLogOff},
+                                                                          {"milestones", kLogMilestones},
+                                                                          {"failures", kLogFailures},
+                                                                          {"progress", kLogProgress},
+                                                                          {"dump", kLogDump}}};
+
+std::optional<int> parseLimit(std::string_view text) {
+    for (const auto& [name, limit] : kLimitNames) {
+        if (text == name)
+            return limit;
+    }
+    int number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || rest != end || number < 0)
+        return std::nullopt;
+    return number;
+}
+
 int readLogLimit() {
-    int limit = kLogFailures;
     const char* text = std::getenv(kVariable);
-    if (text != nullptr && !parseLogLimit(text, limit))
+    if (text == nullptr)
+        return kLogFailures;
+    const std::optional<int> limit = parseLimit(text);
+    if (!limit)
         std::fprintf(stderr,
                      "%s=%s is not understood: off, milestones, failures, progress, dump or a number is. "
                      "Using failures.\n",
                      kVariable, text);
-    return limit;
+    return limit.value_or(kLogFailures);
 }
 
 int levelOf(spdlog::level::level_enum level) {
@@ -69,28 +90,6 @@ const std::shared_ptr<spdlog::logger>& sharedLog() {
 }
 
 } // namespace
-
-bool parseLogLimit(std::string_view text, int& limit) {
-    static constexpr std::array<std::pair<std::string_view, int>, 5> kNames = {
-        {{"off", kLogOff},
-         {"milestones", kLogMilestones},
-         {"failures", kLogFailures},
-         {"progress", kLogProgress},
-         {"dump", kLogDump}}};
-    for (const auto& [name, level] : kNames) {
-        if (text == name) {
-            limit = level;
-            return true;
-        }
-    }
-    int number = 0;
-    const char* end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || rest != end || number < 0)
-        return false;
-    limit = number;
-    return true;
-}
 
 bool isLogged(int level) {
     static const int limit = readLogLimit();

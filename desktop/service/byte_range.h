@@ -1,12 +1,12 @@
 #ifndef ZUV_DESKTOP_BYTE_RANGE_H
 #define ZUV_DESKTOP_BYTE_RANGE_H
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <optional>
 #include <utility>
 #include <vector>
-
-#include <sys/types.h>
 
 namespace velmora::desktop {
 

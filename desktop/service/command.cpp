@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
 
 namespace velmora::desktop {
 
@@ -40,30 +39,44 @@ std::optional<CommandName> commandName(const std::string& text) {
     return found->name;
 }
 
+/// As much of a text from elsewhere as a line can take.
+std::string brief(const std::string& text) {
+    return fmt::format("{:?}", text.substr(0, 200));
+}
+
+/// Why the values are no command; empty when they are one.
+std::string objectionTo(const std::vector<std::string>& values) {
+    const auto tooLong = [](const std::string& text) { return text.size() > kLongestIdentifier; };
+    if (values.size() != kEntries)
+        return fmt::format("{} entries instead of {}", values.size(), kEntries);
+    if (!commandName(values[0]))
+        return "unknown name " + brief(values[0]);
+    if (std::any_of(values.begin() + 1, values.begin() + 4, tooLong))
+        return fmt::format("a kind or identifier of more than {} bytes", kLongestIdentifier);
+    return "";
+}
+
+/// The entries that are not empty.
+std::string describe(const std::vector<std::string>& values) {
+    std::string text;
+    for (std::size_t i = 0; i < values.size(); ++i)
+        if (!values[i].empty())
+            text += fmt::format(" {}={}", i, brief(values[i]));
+    return text;
+}
+
 } // namespace
 
 std::optional<Command> decodeCommand(const std::vector<std::string>& values) {
-    if (values.size() != kEntries) {
-        spdlog::warn("command dropped: entries={} expected={}", values.size(), kEntries);
+    const std::string objection = objectionTo(values);
+    if (!objection.empty()) {
+        spdlog::warn("command dropped: {}", objection);
         return std::nullopt;
     }
-    const std::optional<CommandName> name = commandName(values[0]);
-    if (!name) {
-        spdlog::warn("command dropped: unknown name={:?}", values[0].substr(0, kLongestIdentifier));
-        return std::nullopt;
-    }
-    if (std::any_of(values.begin() + 1, values.begin() + 4,
-                    [](const std::string& text) { return text.size() > kLongestIdentifier; })) {
-        spdlog::warn("command dropped: name={} kind or identifier longer than {} bytes", values[0],
-                     kLongestIdentifier);
-        return std::nullopt;
-    }
-    spdlog::debug(
-        "command name={} kind={:?} session={:?} object={:?} time={:?} 5={:?} 6={:?} 7={:?} 8={:?} 9={:?}",
-        values[0], values[1], values[2], values[3], values[4], values[5], values[6], values[7], values[8],
-        values[9]);
-    const std::string kind = *name == CommandName::Seek ? "main_video" : values[1];
-    return Command{*name, kind, values[2], values[3], values[5], values[6]};
+    spdlog::debug("command{}", describe(values));
+    const CommandName name = *commandName(values[0]);
+    const std::string kind = name == CommandName::Seek ? "main_video" : values[1];
+    return Command{name, kind, values[2], values[3], values[5], values[6]};
 }
 
 MediaKind mediaKind(const std::string& text) {
@@ -71,7 +84,7 @@ MediaKind mediaKind(const std::string& text) {
         return MediaKind::MainVideo;
     if (text == "advertisement")
         return MediaKind::Advertisement;
-    throw CommandFailure(ResultCode::BadCommand, fmt::format("No such media kind: {:?}", text));
+    throw CommandFailure(ResultCode::BadCommand, "No such media kind: " + brief(text));
 }
 
 double positionSeconds(const std::string& text) {
@@ -81,8 +94,7 @@ double positionSeconds(const std::string& text) {
     // Written so that a NaN fails it as well.
     const bool valid = error == std::errc() && stop == end && seconds >= 0 && seconds <= kLastPosition;
     if (!valid)
-        throw CommandFailure(ResultCode::BadCommand,
-                             fmt::format("No position in seconds: {:?}", text.substr(0, 64)));
+        throw CommandFailure(ResultCode::BadCommand, "No position in seconds: " + brief(text));
     return seconds;
 }
 

@@ -24,7 +24,7 @@ struct Command {
 
 /// Decodes a command vector; empty when it is none: not 11 strings, an unknown name, or an identifier or kind
 /// longer than 128 bytes, which no answer could repeat within the size of the event region. Logs what it
-/// turns down, and the arguments that the service does not use.
+/// turns down, and the arguments that the service does not use (texts and the option of a start).
 std::optional<Command> decodeCommand(const std::vector<std::string>& values);
 
 /// @throws CommandFailure BadCommand when the text names no kind.

@@ -52,9 +52,10 @@ Event answerTo(const Command& command) {
     return event;
 }
 
-Event failureOf(const Command& command, const CommandFailure& failure) {
+Event failureOf(const Command& command, const std::exception& failure) {
+    const auto* expected = dynamic_cast<const CommandFailure*>(&failure);
     Event event = answerTo(command);
-    event.code = failure.code();
+    event.code = expected == nullptr ? ResultCode::Internal : expected->code();
     event.detail = failure.what();
     return event;
 }

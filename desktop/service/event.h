@@ -4,6 +4,7 @@
 #include "command.h"
 #include "result_code.h"
 
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -24,8 +25,8 @@ struct Event {
 /// The successful answer to a command, without what only carrying it out can tell.
 Event answerTo(const Command& command);
 
-/// The answer to a command that failed.
-Event failureOf(const Command& command, const CommandFailure& failure);
+/// The answer to a command that failed; what is no CommandFailure is the service's own fault.
+Event failureOf(const Command& command, const std::exception& failure);
 
 /// The event as the list of 11 strings that goes over the bus.
 std::vector<std::string> toValues(const Event& event);

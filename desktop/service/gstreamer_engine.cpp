@@ -113,7 +113,7 @@ private:
     std::atomic<bool> m_errorLogged = false;
     Owned<GstElement> m_videoSink = makeSink();
     Owned<GstElement> m_audioSink = makeSink();
-    // Not playbin3: in GStreamer 1.22 it fails to get ready about once in fifteen times on a busy machine.
+    // Not playbin3: in GStreamer 1.22 a damaged file can crash the process with it.
     Owned<GstElement> m_pipeline = makeElement("playbin");
     Owned<GstBus> m_messages{gst_element_get_bus(m_pipeline.get())};
 };
@@ -178,7 +178,10 @@ GstBusSyncReply GstreamerPlayback::onMessage(GstBus*, GstMessage* message, gpoin
     // The first error tells the reason; what follows are other elements that stop because of it.
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR && !self.m_errorLogged.exchange(true))
         spdlog::warn("medium failed uri={:?} reason={:?}", self.m_uri, failureOf(message).what());
-    return (GST_MESSAGE_TYPE(message) & kAwaited) != 0 ? GST_BUS_PASS : GST_BUS_DROP;
+    if ((GST_MESSAGE_TYPE(message) & kAwaited) != 0)
+        return GST_BUS_PASS;
+    gst_message_unref(message); // who drops a message owns it
+    return GST_BUS_DROP;
 }
 
 /// A medium that failed while it played would keep a seek waiting. What else is queued belongs to earlier

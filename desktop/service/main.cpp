@@ -52,12 +52,14 @@ EventLoop makeLoop() {
 
 /// @return when SIGTERM or SIGINT arrives or the bus goes away; the media have ended then.
 void serve(double openTimeout) {
-    const EventLoop loop = makeLoop();
-    ServiceBus bus(loop.get());
     EventRegion region("/ZUV_PROXY");
-    EventPublisher publisher(loop.get(), region, [&bus](const auto& values) { bus.sendEvent(values); });
     MediaServer server;
     GstreamerEngine engine{std::chrono::milliseconds(static_cast<long>(openTimeout * 1000))};
+    // From here on in this order, so that at the end the media go first, then the name on the bus, and the
+    // server last, which may wait for a slow reader.
+    const EventLoop loop = makeLoop();
+    ServiceBus bus(loop.get());
+    EventPublisher publisher(loop.get(), region, [&bus](const auto& values) { bus.sendEvent(values); });
     MediaService service({engine, server, publisher});
     bus.serve({[&service](const auto& values, const auto& client) { service.onCommand(values, client); },
                [&service](const auto& client) { service.onClientLeft(client); }});

@@ -35,10 +35,8 @@ void MediaObject::post(Command command) {
 void MediaObject::execute(const Command& command, const std::stop_token& stop) {
     try {
         carryOut(command, stop);
-    } catch (const CommandFailure& failure) {
+    } catch (const std::exception& failure) {
         m_services.events.publish(failureOf(command, failure));
-    } catch (const std::exception& error) {
-        m_services.events.publish(failureOf(command, CommandFailure(ResultCode::Internal, error.what())));
     }
 }
 

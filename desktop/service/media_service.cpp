@@ -22,7 +22,7 @@ void MediaService::onCommand(const std::vector<std::string>& values, const std::
             inspect(*command);
         else
             forward(*command);
-    } catch (const CommandFailure& failure) {
+    } catch (const std::exception& failure) {
         m_services.events.publish(failureOf(*command, failure));
     }
 }

@@ -377,12 +377,12 @@ TEST_F(NewSyncProxy, TakesTheLockOnlyInTheReplays) {
 }
 
 TEST_F(NewSyncProxy, EntersSynchronousModeBeforeItMaps) {
-    bool syncModeAtOpen = false;
-    eventRegion().onOpen = [&] { syncModeAtOpen = manager.m_syncMode; };
+    std::vector<bool> syncModeAtOpen;
+    eventRegion().onOpen = [&] { syncModeAtOpen.push_back(manager.m_syncMode); };
 
     manager.createNewZUVMediaProxySync();
 
-    EXPECT_TRUE(syncModeAtOpen);
+    EXPECT_EQ(syncModeAtOpen, (std::vector<bool>{true, true}));
 }
 
 TEST_F(NewSyncProxy, MakesLaterRequestsSynchronous) {

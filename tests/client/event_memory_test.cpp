@@ -201,6 +201,12 @@ TEST_F(EventMemoryRead, EndsTheTextAtItsFirstZeroByte) {
     EXPECT_EQ(journal().lines().front(), managerLog(4000, "readZUVEventMemory", "buf: %s\n", text.c_str()));
 }
 
+TEST_F(EventMemoryRead, TakesATextThatAZeroByteCutsOffForInvalid) {
+    eventRegion().write(std::string(R"({"0":"star)") + '\0' + R"(ted"})");
+
+    EXPECT_TRUE(manager.readZUVEventMemory().empty());
+}
+
 TEST_F(EventMemoryRead, BoundsATextWithoutZeroByteToTheRegion) {
     const std::string text = R"({"0":"started"})" + std::string(kRegionSize - 15, ' ');
     ASSERT_EQ(text.size(), kRegionSize);

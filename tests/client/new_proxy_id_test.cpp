@@ -422,6 +422,14 @@ TEST_F(NewProxyIdInSynchronousMode, CountsAnAnswerThatOnlyTheBusBrings) {
     EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(250));
 }
 
+TEST_F(NewProxyIdInSynchronousMode, CountsAnAnswerFromTheMomentThatTheLockIsFree) {
+    afterNextUnlock(manager.m_mutex, [] { bus().deliver(createdEvent("any", "movie")); });
+
+    EXPECT_EQ(manager.createNewProxyId(), "movie");
+
+    EXPECT_EQ(bus().commandCount("create"), 1);
+}
+
 TEST_F(NewProxyIdInSynchronousMode, TakesTheLastOfSeveral) {
     manager.m_createdObjectIds = {"earlier"};
     bus().onCommand("create", 1, [](const Strings& command) {

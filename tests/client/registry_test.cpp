@@ -152,13 +152,15 @@ TEST_F(Registry, RemovalWalksAllEntriesInsteadOfLookingTheKeyUp) {
     registeredObject("a");
     registeredObject("b");
     registeredObject("c");
-    // Keys out of order, as no operation of the registry could make them: a lookup goes astray here.
+    // Keys twice and out of order, as no operation of the registry could make them: a lookup goes astray
+    // here, and a walk that ends at the first entry misses the second.
     const_cast<std::string&>(manager.m_proxyObjects.begin()->first) = "z";
+    const_cast<std::string&>(manager.m_proxyObjects.rbegin()->first) = "z";
 
     manager.removeProxyObjectFromCache("z");
 
-    EXPECT_JOURNAL(removed("z"));
-    EXPECT_EQ(manager.m_proxyObjects.size(), 2u);
+    EXPECT_JOURNAL(removed("z"), removed("z"));
+    EXPECT_EQ(manager.m_proxyObjects.size(), 1u);
 }
 
 TEST_F(Registry, RemovalReleasesTheLockWhenTheLogThrows) {

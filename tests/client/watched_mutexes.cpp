@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <map>
 #include <thread>
+#include <utility>
 
 namespace velmora::test {
 
@@ -18,11 +19,18 @@ std::map<const pthread_mutex_t*, std::string>& watchedNames() {
 }
 
 const pthread_mutex_t* mutexToFail = nullptr;
+const pthread_mutex_t* mutexOfAction = nullptr;
+std::function<void()> actionAfterUnlock;
 
 } // namespace
 
 void watch(std::mutex& mutex, const std::string& name) {
     watchedNames()[mutex.native_handle()] = name;
+}
+
+void afterNextUnlock(std::mutex& mutex, std::function<void()> action) {
+    mutexOfAction = mutex.native_handle();
+    actionAfterUnlock = std::move(action);
 }
 
 void failNextLock(std::mutex& mutex) {
@@ -63,7 +71,12 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
     if (const auto watched = watchedNames().find(mutex); watched != watchedNames().end())
         journal().add(unlocked(watched->second));
-    return __real_pthread_mutex_unlock(mutex);
+    const int result = __real_pthread_mutex_unlock(mutex);
+    if (mutex == mutexOfAction) {
+        mutexOfAction = nullptr;
+        actionAfterUnlock();
+    }
+    return result;
 }
 
 } // extern "C"

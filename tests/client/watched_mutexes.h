@@ -3,6 +3,7 @@
 #ifndef WATCHED_MUTEXES_H
 #define WATCHED_MUTEXES_H
 
+#include <functional>
 #include <mutex>
 #include <string>
 
@@ -10,6 +11,9 @@ namespace velmora::test {
 
 /// From here on the journal tells of this mutex. Not to be called while another thread runs.
 void watch(std::mutex& mutex, const std::string& name);
+
+/// Runs `action` right after the next unlock of this mutex, on the unlocking thread.
+void afterNextUnlock(std::mutex& mutex, std::function<void()> action);
 
 /// Lets the next lock of this mutex fail, so that std::mutex::lock throws std::system_error.
 void failNextLock(std::mutex& mutex);

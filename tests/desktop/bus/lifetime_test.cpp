@@ -13,12 +13,12 @@ namespace {
 using Lifetime = BusTest;
 
 TEST_F(Lifetime, EndsOnTheDeliveryThreadFromInsideACallback) {
+    std::promise<void> threadEnded;
     RecordingClient client;
     auto access = std::make_unique<ZUVModelAccess>(&client);
-    std::promise<void> destroyed;
     client.whenEvent = [&](const Event&) {
         access.reset();
-        destroyed.set_value();
+        threadEnded.set_value_at_thread_exit();
     };
     ASSERT_EQ(access->initialize(), 0);
     ASSERT_EQ(access->start(), 0);
@@ -26,15 +26,15 @@ TEST_F(Lifetime, EndsOnTheDeliveryThreadFromInsideACallback) {
     access->publish(kEventTopic, {"last"});
     access->publish(kEventTopic, {"one too many"});
 
-    ASSERT_EQ(destroyed.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    ASSERT_EQ(threadEnded.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
     EXPECT_EQ(client.events(), std::vector<Event>{{"last"}});
 }
 
 TEST_F(Lifetime, EndsOnAnotherThreadAfterTheCallbackUnderWay) {
-    RecordingClient client;
-    auto access = std::make_unique<ZUVModelAccess>(&client);
     std::promise<void> entered, release;
     std::atomic<bool> finished = false;
+    RecordingClient client;
+    auto access = std::make_unique<ZUVModelAccess>(&client);
     client.whenEvent = [&](const Event& event) {
         if (event.at(0) != "under way")
             return;
@@ -128,8 +128,8 @@ TEST_F(Lifetime, RefusesToDeliverToNobody) {
 }
 
 TEST_F(Lifetime, DeliveryThreadTakesNoSignals) {
-    Participant participant;
     std::promise<sigset_t> mask;
+    Participant participant;
     participant.client.whenEvent = [&](const Event&) {
         sigset_t blocked;
         pthread_sigmask(SIG_SETMASK, nullptr, &blocked);

@@ -108,8 +108,7 @@ bool hasPrivateShm(const std::string& name, void (*enter)()) {
 
 void becomeNobody() {
     constexpr uid_t kNobody = 65534;
-    // Whoever changes the user is no longer let at its own files in /proc, until it says that it minds
-    // nothing.
+    // A process that has changed its user may use its own files in /proc again once it is "dumpable".
     if (geteuid() == 0 && (setgid(kNobody) < 0 || setuid(kNobody) < 0 || prctl(PR_SET_DUMPABLE, 1) < 0))
         _exit(1);
 }

@@ -121,8 +121,8 @@ TEST_F(Read, SurvivesMalformedMessages) {
 
 TEST_F(Read, FromInsideACallbackKeepsTheEventsBehindItInOrder) {
     constexpr int kCount = 500;
-    Participant participant;
     std::atomic<int> failed = 0;
+    Participant participant;
     participant.client.whenEvent = [&](const Event&) {
         Event value;
         failed += participant.readPatiently(kEventTopic, value) != 0;
@@ -140,8 +140,8 @@ TEST_F(Read, FromInsideACallbackKeepsTheEventsBehindItInOrder) {
 }
 
 TEST_F(Read, IsAnsweredWhileACallbackBlocks) {
-    Participant participant;
     std::promise<void> entered, release;
+    Participant participant;
     participant.client.whenEvent = [&](const Event&) {
         entered.set_value();
         release.get_future().wait();

@@ -5,11 +5,13 @@
 #include "silent_server.h"
 #include "test_files.h"
 
+#define GST_USE_UNSTABLE_API // the counting of live objects
 #include <gst/gst.h>
 #include <gtest/gtest.h>
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 
+#include <cstdlib>
 #include <future>
 #include <string_view>
 
@@ -37,7 +39,22 @@ private:
 
 class GstreamerEngineTest : public testing::Test {
 protected:
-    static void SetUpTestSuite() { gst_init(nullptr, nullptr); }
+    static void SetUpTestSuite() {
+        // Has GStreamer count what is alive; see liveObjects().
+        setenv("GST_TRACERS", "leaks(filters=\"GstElement,GstMessage\")", 1);
+        gst_init(nullptr, nullptr);
+    }
+
+    /// How many elements and messages of pipelines there are.
+    static unsigned liveObjects() {
+        GList* tracers = gst_tracing_get_active_tracers();
+        GstStructure* live = nullptr;
+        g_signal_emit_by_name(tracers->data, "get-live-objects", &live);
+        const unsigned count = gst_value_list_get_size(gst_structure_get_value(live, "live-objects-list"));
+        gst_structure_free(live);
+        g_list_free_full(tracers, gst_object_unref);
+        return count;
+    }
 
     std::unique_ptr<MediaPlayback> open(const std::string& url, double position = 0) {
         return m_engine.open(locateMedia(url), position, m_stop.get_token());
@@ -113,6 +130,13 @@ TEST_F(GstreamerEngineTest, PlaysSeveralMediaAtOnce) {
     const auto advertisement = open(clip("tone.ogg"));
     EXPECT_EQ(failureToSeek(*film, 1.0).code(), ResultCode::Ok);
     EXPECT_EQ(failureToSeek(*advertisement, 1.0).code(), ResultCode::Ok);
+}
+
+TEST_F(GstreamerEngineTest, LeavesNothingBehind) {
+    failureToSeek(*open(clip("clip.webm")), 1.0);
+    failureToOpen(clip("not-media.txt"));
+    failureToOpen("http://127.0.0.1:1/film.webm");
+    EXPECT_EQ(liveObjects(), 0U);
 }
 
 TEST_F(GstreamerEngineTest, CannotPlayWhatIsNoMedium) {

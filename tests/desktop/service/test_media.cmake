@@ -4,29 +4,26 @@
 #   qualities.webm, .120p.webm, .240p.webm         the same medium in three files
 #   tone.ogg                                       sound only
 #   not-media.txt, cut-short.webm                  what cannot be played; the second ends before its first frame
-find_program(GST_LAUNCH gst-launch-1.0 REQUIRED)
 set(ZUV_TEST_MEDIA_DIR ${CMAKE_BINARY_DIR}/test-media CACHE INTERNAL "Clips for tests")
 file(MAKE_DIRECTORY ${ZUV_TEST_MEDIA_DIR})
 
-function(generate_clip name width height)
+function(generate_clip name)
     add_custom_command(
         OUTPUT ${ZUV_TEST_MEDIA_DIR}/${name}
-        COMMAND ${GST_LAUNCH} -q webmmux name=mux ! filesink location=${ZUV_TEST_MEDIA_DIR}/${name}
-            videotestsrc num-buffers=75 ! video/x-raw,width=${width},height=${height},framerate=25/1
-                ! vp8enc deadline=1 keyframe-max-dist=25 ! mux.
-            audiotestsrc num-buffers=130 ! audioconvert ! vorbisenc ! mux.
+        COMMAND ${PROJECT_SOURCE_DIR}/scripts/make-clip ${ZUV_TEST_MEDIA_DIR}/${name} ${ARGN}
+        DEPENDS ${PROJECT_SOURCE_DIR}/scripts/make-clip
         COMMENT "Generating ${name}"
         VERBATIM)
 endfunction()
 
-generate_clip(clip.webm 320 240)
-generate_clip(qualities.webm 640 480)
-generate_clip(qualities.120p.webm 160 120)
-generate_clip(qualities.240p.webm 320 240)
+generate_clip(clip.webm 3)
+generate_clip(qualities.webm 3 smpte 480)
+generate_clip(qualities.120p.webm 3 smpte 120)
+generate_clip(qualities.240p.webm 3 smpte 240)
 
 add_custom_command(
     OUTPUT ${ZUV_TEST_MEDIA_DIR}/tone.ogg
-    COMMAND ${GST_LAUNCH} -q audiotestsrc num-buffers=130 ! audioconvert ! vorbisenc ! oggmux
+    COMMAND gst-launch-1.0 -q audiotestsrc num-buffers=130 ! audioconvert ! vorbisenc ! oggmux
         ! filesink location=${ZUV_TEST_MEDIA_DIR}/tone.ogg
     COMMENT "Generating tone.ogg"
     VERBATIM)
