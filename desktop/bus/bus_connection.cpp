@@ -218,8 +218,8 @@ int BusConnection::afterSending(int result) {
     return std::min(result, 0);
 }
 
-// Runs until isReached(), asked with the mutex held, says so: 0. -ENOTCONN when the connection is lost before,
-// -ETIMEDOUT at the deadline. Asks after every message, so that traffic without end keeps nobody here.
+// Runs until isReached(), asked with the mutex held, says so: 0. -ENOTCONN when the connection is lost
+// before, -ETIMEDOUT at the deadline. Asks after every message: traffic without end keeps nobody here.
 template <typename Condition>
 int BusConnection::pumpUntil(Lock& lock, Clock::time_point deadline, Condition isReached) {
     while (!isReached()) {

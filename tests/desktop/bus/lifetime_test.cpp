@@ -12,21 +12,40 @@ namespace {
 
 using Lifetime = BusTest;
 
+/// Becomes true when the thread that it was given to has ended.
+using ThreadEnd = std::shared_ptr<std::atomic<bool>>;
+
+void reportEndOfThisThread(const ThreadEnd& end) {
+    struct Report {
+        ~Report() { *end = true; }
+        ThreadEnd end;
+    };
+    static thread_local const Report report{end};
+}
+
 TEST_F(Lifetime, EndsOnTheDeliveryThreadFromInsideACallback) {
-    std::promise<void> threadEnded;
+    const ThreadEnd threadEnd = std::make_shared<std::atomic<bool>>(false);
+    std::promise<void> started;
+    Participant sender;
     RecordingClient client;
     auto access = std::make_unique<ZUVModelAccess>(&client);
     client.whenEvent = [&](const Event&) {
+        reportEndOfThisThread(threadEnd);
+        started.get_future().wait();
+        // Once its value can be read, the event itself has arrived and waits behind this one.
+        access->publish(kEventTopic, {"one too many"});
+        Event value;
+        access->read(kEventTopic, value);
         access.reset();
-        threadEnded.set_value_at_thread_exit();
     };
+    ASSERT_TRUE(sender.join());
     ASSERT_EQ(access->initialize(), 0);
     ASSERT_EQ(access->start(), 0);
+    started.set_value();
 
-    access->publish(kEventTopic, {"last"});
-    access->publish(kEventTopic, {"one too many"});
+    sender.access.publish(kEventTopic, {"last"});
 
-    ASSERT_EQ(threadEnded.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    ASSERT_TRUE(eventually([&] { return threadEnd->load(); }));
     EXPECT_EQ(client.events(), std::vector<Event>{{"last"}});
 }
 

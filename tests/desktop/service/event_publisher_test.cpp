@@ -75,7 +75,7 @@ TEST_F(EventPublisherTest, SendsOnTheLoopOnly) {
 }
 
 TEST_F(EventPublisherTest, KeepsTheOrderOfEachThread) {
-    constexpr int kEach = 200;
+    constexpr int kEach = 50;
     std::vector<std::jthread> threads;
     for (const char* name : {"a", "b", "c"})
         threads.emplace_back([this, name] {

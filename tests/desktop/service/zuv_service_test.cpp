@@ -116,11 +116,17 @@ protected:
     std::optional<PrivateBus> m_bus{std::in_place, ZUV_PROGRAMS_DIR};
 };
 
-/// With the service running, as the bus starts it.
+/// With the service running; at the end of each test it ends cleanly.
 class ZuvServiceTest : public BusTest {
 protected:
-    ZuvServiceTest() { m_client.activateService(); }
+    ZuvServiceTest() { m_client.awaitService(); }
 
+    void TearDown() override {
+        m_service.signal(SIGTERM);
+        EXPECT_EQ(m_service.exitStatus(), 0);
+    }
+
+    OwnService m_service;
     ServiceClient m_client;
 };
 
@@ -427,7 +433,7 @@ TEST_F(ServiceEndTest, KeepsTheRegionAcrossARestart) {
     EXPECT_EQ(m_client.request("stop", last.object(), kMain).code(), "404");
 }
 
-TEST_F(ServiceEndTest, IsReplacedAfterACrash) {
+TEST_F(ServiceEndTest, IsStartedByTheBusAfterACrash) {
     OwnService before;
     m_client.awaitService();
     before.signal(SIGKILL);
