@@ -63,6 +63,19 @@ bool sendChunk(Transfer& transfer, httplib::DataSink& sink) {
     return sink.write(chunk.data(), chunk.size());
 }
 
+/// @param bytes what is sent, empty when nothing of the file was asked for.
+void describe(const std::optional<ByteRange>& bytes, std::uint64_t size, httplib::Response& response) {
+    response.set_header("Accept-Ranges", "bytes");
+    if (!bytes) {
+        response.set_header("Content-Range", fmt::format("bytes */{}", size));
+        return;
+    }
+    response.set_header("Content-Length", std::to_string(bytes->length));
+    if (response.status == 206)
+        response.set_header("Content-Range", fmt::format("bytes {}-{}/{}", bytes->first,
+                                                         bytes->first + bytes->length - 1, size));
+}
+
 } // namespace
 
 void respondFromFile(const std::shared_ptr<const ServedLocation>& medium, const httplib::Request& request,
@@ -75,18 +88,11 @@ void respondFromFile(const std::shared_ptr<const ServedLocation>& medium, const 
         response.status = 404;
         return;
     }
-    response.set_header("Accept-Ranges", "bytes");
-    response.status = request.ranges.empty() ? 200 : 206;
     const std::optional<ByteRange> bytes = requestedBytes(request.ranges, size);
-    if (!bytes) {
-        response.status = 416;
-        response.set_header("Content-Range", fmt::format("bytes */{}", size));
+    response.status = !bytes ? 416 : request.ranges.empty() ? 200 : 206;
+    describe(bytes, size, response);
+    if (!bytes)
         return;
-    }
-    if (response.status == 206)
-        response.set_header("Content-Range", fmt::format("bytes {}-{}/{}", bytes->first,
-                                                         bytes->first + bytes->length - 1, size));
-    response.set_header("Content-Length", std::to_string(bytes->length));
     file.seekg(static_cast<std::streamoff>(bytes->first));
     const auto transfer = std::make_shared<Transfer>(Transfer{medium, std::move(file), bytes->length});
     response.set_content_provider(contentType(path), [transfer](std::size_t, httplib::DataSink& sink) {

@@ -205,7 +205,7 @@ void GstreamerPlayback::await(const std::stop_token& stop) {
         throw CommandFailure(ResultCode::Unplayable,
                              fmt::format("Not ready within {} ms", m_timeout.count()));
     if (GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_APPLICATION)
-        throw CommandFailure(ResultCode::Internal, "The service ends");
+        throw CommandFailure(ResultCode::Internal, "Interrupted: the object is given up");
     if (GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR)
         throw CommandFailure(m_failure.emplace(failureOf(message.get())));
 }

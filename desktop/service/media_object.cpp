@@ -60,11 +60,7 @@ void MediaObject::start(const Command& command, const std::stop_token& stop) {
     // Clients take every definitions text for the main video's.
     if (mediaKind(command.kind) == MediaKind::Advertisement)
         return m_services.events.publish(answer);
-    Event news;
-    news.name = "definition";
-    news.objectId = m_id;
-    news.definitions = definitionsOf(*medium);
-    news.kind = command.kind;
+    const Event news = definitionsOf(*medium, command.kind);
     m_services.events.publish(answer);
     m_services.events.publishLater(news, medium);
 }
@@ -83,7 +79,7 @@ void MediaObject::seek(const Command& command, const std::stop_token& stop) {
 }
 
 /// The other qualities are served for as long as the medium is.
-std::string MediaObject::definitionsOf(StartedMedium& medium) {
+Event MediaObject::definitionsOf(StartedMedium& medium, const std::string& kind) {
     std::vector<Definition> definitions;
     for (const QualityFile& quality : qualityFiles(medium.location.file)) {
         const ServedMedium& served =
@@ -93,7 +89,12 @@ std::string MediaObject::definitionsOf(StartedMedium& medium) {
     const std::optional<int> height = medium.playback->videoHeight();
     if (definitions.empty())
         definitions.push_back({height ? fmt::format("{}p", *height) : "audio", medium.served.url()});
-    return definitionsText(definitions);
+    Event news;
+    news.name = "definition";
+    news.objectId = m_id;
+    news.definitions = definitionsText(definitions);
+    news.kind = kind;
+    return news;
 }
 
 std::shared_ptr<MediaObject::StartedMedium>& MediaObject::slot(const Command& command) {

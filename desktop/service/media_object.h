@@ -47,7 +47,7 @@ private:
     void start(const Command& command, const std::stop_token& stop);
     void stop(const Command& command);
     void seek(const Command& command, const std::stop_token& stop);
-    std::string definitionsOf(StartedMedium& medium);
+    Event definitionsOf(StartedMedium& medium, const std::string& kind);
     std::shared_ptr<StartedMedium>& slot(const Command& command);
     StartedMedium& started(const Command& command);
 

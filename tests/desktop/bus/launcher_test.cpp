@@ -93,7 +93,7 @@ TEST(Launcher, GivesTheCommandABusOfItsOwn) {
     const fs::path folder = folderOf(launcher.readLine());
 
     EXPECT_TRUE(fs::is_socket(folder / "bus"));
-    ASSERT_EQ(kill(launcher.process(), SIGTERM), 0);
+    ASSERT_TRUE(sendSignal(launcher.process(), SIGTERM));
     launcher.wait();
 }
 
@@ -111,7 +111,7 @@ TEST_P(ForwardedSignal, ReachesTheCommand) {
                             "while :; do sleep 0.01; done"));
     ASSERT_EQ(launcher.readLine(), "ready");
 
-    ASSERT_EQ(kill(launcher.process(), GetParam()), 0);
+    ASSERT_TRUE(sendSignal(launcher.process(), GetParam()));
 
     const int expected = GetParam() == SIGINT ? 11 : GetParam() == SIGTERM ? 12 : 13;
     EXPECT_EQ(launcher.wait(), expected);
@@ -122,7 +122,7 @@ INSTANTIATE_TEST_SUITE_P(Signals, ForwardedSignal, ::testing::Values(SIGINT, SIG
 TEST(Launcher, EndsEverythingItStarted) {
     RunningPlatform platform;
 
-    ASSERT_EQ(kill(platform.launcher.process(), SIGTERM), 0);
+    ASSERT_TRUE(sendSignal(platform.launcher.process(), SIGTERM));
     EXPECT_EQ(platform.launcher.wait(), 128 + SIGTERM);
 
     EXPECT_TRUE(isGone(platform.daemon));
@@ -149,7 +149,7 @@ TEST(Launcher, KilledTakesTheDaemonAndTheOthersAlong) {
     ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
     RunningPlatform platform;
 
-    ASSERT_EQ(kill(platform.launcher.process(), SIGKILL), 0);
+    ASSERT_TRUE(sendSignal(platform.launcher.process(), SIGKILL));
     EXPECT_EQ(platform.launcher.wait(), 128 + SIGKILL);
 
     for (const pid_t process : {platform.daemon, platform.keeper, platform.service})

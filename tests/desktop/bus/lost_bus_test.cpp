@@ -4,8 +4,8 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <future>
 #include <memory>
-#include <thread>
 
 namespace velmora::bus_test {
 namespace {
@@ -56,7 +56,7 @@ TEST_F(LostBus, IsReportedAndEveryOperationFails) {
     Participant participant;
     ASSERT_TRUE(participant.join());
 
-    ASSERT_EQ(kill(m_bus.daemonProcess(), SIGKILL), 0);
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGKILL));
 
     ASSERT_TRUE(participant.client.awaitStateChange());
     EXPECT_NE(participant.client.thread(), std::this_thread::get_id());
@@ -68,14 +68,15 @@ TEST_F(LostBus, FailsAReadThatIsUnderWay) {
     ASSERT_TRUE(participant.join());
     const pid_t keeper = BusPeer().processOf(kKeeperName);
     ASSERT_GT(keeper, 0);
-    ASSERT_EQ(kill(keeper, SIGSTOP), 0);
-    std::thread killer([this] { kill(m_bus.daemonProcess(), SIGKILL); });
+    ASSERT_TRUE(sendSignal(keeper, SIGSTOP));
+    auto killer =
+        std::async(std::launch::async, [this] { return sendSignal(m_bus.daemonProcess(), SIGKILL); });
     Event value;
 
     EXPECT_LT(participant.access.read(kEventTopic, value), 0);
 
-    killer.join();
-    kill(keeper, SIGCONT);
+    EXPECT_TRUE(killer.get());
+    EXPECT_TRUE(sendSignal(keeper, SIGCONT));
     EXPECT_TRUE(participant.client.awaitStateChange());
 }
 
@@ -84,8 +85,9 @@ TEST_F(LostBus, DeliversWhatArrivedBefore) {
     ASSERT_TRUE(participant.join());
     const pid_t daemon = m_bus.daemonProcess();
     participant.client.whenEvent = [daemon](const Event& event) {
-        if (event.at(0) == "first")
-            kill(daemon, SIGKILL);
+        if (event.at(0) == "first") {
+            EXPECT_TRUE(sendSignal(daemon, SIGKILL));
+        }
     };
     Participant sender;
     ASSERT_TRUE(sender.join());
@@ -100,21 +102,21 @@ TEST_F(LostBus, DeliversWhatArrivedBefore) {
 TEST_F(LostBus, LetsTheConnectionEnd) {
     auto participant = std::make_unique<Participant>();
     ASSERT_TRUE(participant->join());
-    ASSERT_EQ(kill(m_bus.daemonProcess(), SIGKILL), 0);
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGKILL));
     ASSERT_TRUE(participant->client.awaitStateChange());
 
     participant.reset();
 }
 
 TEST_F(LostBus, HangingAtTheStartFailsWithinSeconds) {
-    ASSERT_EQ(kill(m_bus.daemonProcess(), SIGSTOP), 0);
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGSTOP));
     Participant participant;
 
     const auto begin = Clock::now();
     EXPECT_LT(participant.access.initialize(), 0);
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds(10));
 
-    ASSERT_EQ(kill(m_bus.daemonProcess(), SIGCONT), 0);
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGCONT));
 }
 
 } // namespace

@@ -64,8 +64,8 @@ TEST(PrivateBus, EndsEvenWhatHangs) {
     ASSERT_TRUE(participant.join());
     const pid_t keeper = BusPeer().processOf(kKeeperName);
     const pid_t daemon = bus->daemonProcess();
-    ASSERT_EQ(kill(keeper, SIGSTOP), 0);
-    ASSERT_EQ(kill(daemon, SIGSTOP), 0);
+    ASSERT_TRUE(sendSignal(keeper, SIGSTOP));
+    ASSERT_TRUE(sendSignal(daemon, SIGSTOP));
 
     bus.reset();
 

@@ -62,8 +62,12 @@ std::set<pid_t> processesOfGroup(pid_t group) {
     return processes;
 }
 
+bool sendSignal(pid_t process, int signal) {
+    return process > 0 && kill(process, signal) == 0;
+}
+
 bool isGone(pid_t process) {
-    return kill(process, 0) < 0 && errno == ESRCH;
+    return process > 0 && kill(process, 0) < 0 && errno == ESRCH;
 }
 
 Launched::Launched(const std::vector<std::string>& command) {
@@ -87,10 +91,8 @@ Launched::Launched(const std::vector<std::string>& command) {
 }
 
 Launched::~Launched() {
-    if (m_process > 0) {
-        kill(m_process, SIGKILL);
+    if (sendSignal(m_process, SIGKILL))
         wait();
-    }
     close(m_output);
 }
 

@@ -16,6 +16,11 @@ bool eventually(const std::function<bool()>& condition);
 /// The processes of a process group, other than those that have ended and wait to be reaped.
 std::set<pid_t> processesOfGroup(pid_t group);
 
+/// As kill(), for one process only: refuses 0 and less, by which kill() means whole groups, or everything
+/// there is. What a failed look-up returns must never get there.
+/// @return whether the signal was sent.
+[[nodiscard]] bool sendSignal(pid_t process, int signal);
+
 /// Whether no process has this number, not even one that has ended and waits to be reaped.
 bool isGone(pid_t process);
 

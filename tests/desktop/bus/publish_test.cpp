@@ -173,12 +173,12 @@ TEST_F(Publish, DoesNotWaitForABusThatHangs) {
     constexpr std::size_t kCount = 20000;
     Participant participant;
     ASSERT_TRUE(participant.join());
-    ASSERT_EQ(kill(m_bus.daemonProcess(), SIGSTOP), 0);
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGSTOP));
 
     int refused = 0;
     for (std::size_t i = 0; i < kCount; ++i)
         refused += participant.access.publish(kEventTopic, {std::to_string(i)}) != 0;
-    ASSERT_EQ(kill(m_bus.daemonProcess(), SIGCONT), 0);
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGCONT));
 
     EXPECT_EQ(refused, 0);
     ASSERT_TRUE(participant.client.awaitEvents(kCount));

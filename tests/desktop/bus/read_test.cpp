@@ -97,7 +97,7 @@ TEST_F(Read, FindsTheValueAfterItsPublisherAndTheServiceAreGone) {
         publisher.access.publish(kEventTopic, {"stopped"});
     }
     ASSERT_TRUE(reader.client.awaitEvents(2));
-    ASSERT_EQ(kill(service, SIGKILL), 0);
+    ASSERT_TRUE(sendSignal(service, SIGKILL));
     BusPeer peer;
     ASSERT_TRUE(eventually([&] { return !peer.isOwned(kServiceName); }));
     Event value;
@@ -186,13 +186,13 @@ TEST_F(Read, GivesUpOnAKeeperThatHangsAndRecoversWithIt) {
     participant.access.publish(kEventTopic, {"value"});
     const pid_t keeper = BusPeer().processOf(kKeeperName);
     ASSERT_GT(keeper, 0);
-    ASSERT_EQ(kill(keeper, SIGSTOP), 0);
+    ASSERT_TRUE(sendSignal(keeper, SIGSTOP));
     Event value;
 
     const auto begin = Clock::now();
     const int result = participant.access.read(kEventTopic, value);
     const auto elapsed = Clock::now() - begin;
-    ASSERT_EQ(kill(keeper, SIGCONT), 0);
+    ASSERT_TRUE(sendSignal(keeper, SIGCONT));
 
     EXPECT_LT(result, 0);
     EXPECT_GE(elapsed, std::chrono::milliseconds(100));
@@ -206,7 +206,7 @@ TEST_F(Read, DoesNotHoldUpAPublisher) {
     ASSERT_TRUE(participant.join());
     const pid_t keeper = BusPeer().processOf(kKeeperName);
     ASSERT_GT(keeper, 0);
-    ASSERT_EQ(kill(keeper, SIGSTOP), 0);
+    ASSERT_TRUE(sendSignal(keeper, SIGSTOP));
 
     auto reader = std::async(std::launch::async, [&] {
         Event value;
@@ -215,7 +215,7 @@ TEST_F(Read, DoesNotHoldUpAPublisher) {
     int published = 0;
     while (reader.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
         published += participant.access.publish(kCommandTopic, {"create"}) == 0;
-    ASSERT_EQ(kill(keeper, SIGCONT), 0);
+    ASSERT_TRUE(sendSignal(keeper, SIGCONT));
 
     EXPECT_LT(reader.get(), 0);
     EXPECT_GT(published, 10);

@@ -47,7 +47,7 @@ TEST_F(StartService, StartsItAgainAfterItsDeath) {
     ASSERT_TRUE(m_participant.join());
     ASSERT_EQ(m_participant.access.startService(), 0);
     const pid_t first = startedProcess(0);
-    ASSERT_EQ(kill(first, SIGKILL), 0);
+    ASSERT_TRUE(sendSignal(first, SIGKILL));
     BusPeer peer;
     ASSERT_TRUE(eventually([&] { return !peer.isOwned(kServiceName); }));
 
@@ -58,12 +58,12 @@ TEST_F(StartService, StartsItAgainAfterItsDeath) {
 
 TEST_F(StartService, ReturnsAtOnceThoughTheBusHangs) {
     ASSERT_TRUE(m_participant.join());
-    ASSERT_EQ(kill(m_bus.daemonProcess(), SIGSTOP), 0);
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGSTOP));
 
     EXPECT_EQ(m_participant.access.startService(), 0);
 
     EXPECT_TRUE(m_participant.client.events().empty());
-    ASSERT_EQ(kill(m_bus.daemonProcess(), SIGCONT), 0);
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGCONT));
     EXPECT_GT(startedProcess(0), 0);
 }
 
