@@ -75,6 +75,26 @@ static_assert(std::is_abstract_v<ZUVMediaProxyInterface> &&
 // No data of its own: nothing but the pointer to its table.
 static_assert(sizeof(ZUVMediaProxyManagerInterface) == sizeof(void*));
 static_assert(sizeof(ZUVMediaProxyInterface) == sizeof(void*));
+static_assert(sizeof(ZUVModelAccessClient) == sizeof(void*));
+// One field, and a destructor that does nothing.
+static_assert(sizeof(ZUVMediaProxyManagerInterfaceImpl) == 2 * sizeof(void*));
+static_assert(std::is_trivially_destructible_v<ZUVMediaProxyManagerInterfaceImpl>);
+
+/// The manager's table and its fields, so that a field too many shows in the size.
+struct ManagerFields {
+    void* table;
+    ZUVCallback callbacks[2];
+    std::map<std::string, std::string> remoteObjectIds;
+    std::vector<std::string> createdObjectIds;
+    std::map<std::string, std::shared_ptr<ZUVMediaProxyObject>> proxyObjects;
+    std::mutex mutex;
+    std::shared_ptr<IZuvModelAccess> modelAccess;
+    std::condition_variable condition;
+    bool syncMode;
+    char eventBuffer[4096];
+    char* eventMemory;
+};
+static_assert(sizeof(ZUVMediaProxyManager) == sizeof(ManagerFields));
 
 /// The places of fields, which must rise in the order in which they are given.
 template <typename... Fields>
@@ -132,6 +152,11 @@ static_assert(fieldIs<&ZUVMediaProxyManagerInterfaceImpl::m_impl, ZUVMediaProxyM
 
 static_assert(std::is_same_v<ZUVCallback, void (*)(std::string, std::string, std::string)>);
 static_assert(std::is_same_v<decltype(&requestZUVMediaProxy), ZUVMediaProxyManagerInterface* (*)()>);
+static_assert(std::is_same_v<decltype(&ZUVMediaProxyManagerInterface::getInstance),
+                             ZUVMediaProxyManagerInterface* (*)()>);
+static_assert(std::is_same_v<decltype(&ZUVMediaProxyInterface::create), Proxy (*)()>);
+static_assert(std::is_same_v<decltype(&ZUVMediaProxyInterface::getObjectById), Proxy (*)(std::string)>);
+static_assert(std::is_same_v<decltype(&ZUVMediaProxyManager::getInstance), ZUVMediaProxyManager* (*)()>);
 
 /// Whether an operation has this signature; whether it is const makes no difference to its callers.
 template <auto Operation, typename Signature>
@@ -191,6 +216,8 @@ static_assert(
 static_assert(operationIs<&ZUVMediaProxyManager::findProxyObjectFromCache,
                           std::shared_ptr<ZUVMediaProxyObject>(std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::removeProxyObjectFromCache, void(std::string)>);
+static_assert(operationIs<&ZUVMediaProxyManager::generateUUID, std::string()>);
+static_assert(operationIs<&ZUVMediaProxyManager::getNextSessionId, std::string()>);
 static_assert(
     operationIs<&ZUVMediaProxyManager::waitRequestRemoteObjectCompleted, int(std::string, std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::requestCreateRemoteObject, void(std::string)>);
