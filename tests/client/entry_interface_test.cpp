@@ -4,6 +4,7 @@
 #include "zuv_media_proxy.h"
 
 #include <new>
+#include <utility>
 
 // The manager's getInstance() as the entry interface calls it can be made to give nothing.
 namespace {
@@ -57,6 +58,20 @@ TEST_F(EntryInterface, LaterRequestsOnlyLog) {
 
 TEST_F(EntryInterface, HoldsTheManagerSingleton) {
     EXPECT_EQ(implementation().m_impl, ZUVMediaProxyManager::getInstance());
+}
+
+TEST_F(EntryInterface, FirstRequestIsGuardedByNothing) {
+    ZUVMediaProxyManagerInterface* inner = nullptr;
+    bus().onConnectionMade = [&, first = true]() mutable {
+        if (std::exchange(first, false))
+            inner = requestZUVMediaProxy();
+    };
+
+    ZUVMediaProxyManagerInterface* outer = requestZUVMediaProxy();
+
+    EXPECT_NE(inner, outer);
+    EXPECT_EQ(requestZUVMediaProxy(), outer);
+    delete static_cast<ZUVMediaProxyManagerInterfaceImpl*>(inner);
 }
 
 TEST_F(EntryInterface, FailedConstructionLeavesNothingBehindAndTheNextRequestTriesAgain) {
@@ -272,6 +287,12 @@ TEST_F(EntryInterface, UnknownIdentifierGivesNoObject) {
     EXPECT_EQ(ZUVMediaProxyInterface::getObjectById("nobody"), nullptr);
 
     EXPECT_JOURNAL();
+}
+
+TEST_F(EntryInterface, LookUpOfAnObjectMakesTheManagerWhenThereIsNone) {
+    EXPECT_EQ(ZUVMediaProxyInterface::getObjectById("nobody"), nullptr);
+
+    EXPECT_EQ(journal().count(busLine("connection made")), 1u);
 }
 
 TEST_F(EntryInterface, KnownIdentifierGivesTheRegisteredObject) {

@@ -1,10 +1,14 @@
 // The manager's construction, connection, callbacks, service start, pause and destruction.
 #include "client_test.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <functional>
 #include <new>
+#include <utility>
 
 namespace velmora::test {
 namespace {
@@ -56,12 +60,42 @@ TEST_F(ManagerSingleton, FailedInitializationReleasesTheConnection) {
     EXPECT_EQ(journal().lines().back(), busLine("connection deleted"));
 }
 
+TEST_F(ManagerSingleton, FailedStartReleasesTheConnectionToo) {
+    bus().onStart = [] { throw std::bad_alloc(); };
+
+    EXPECT_THROW(ZUVMediaProxyManager::getInstance(), std::bad_alloc);
+
+    EXPECT_EQ(journal().lines().back(), busLine("connection deleted"));
+}
+
 TEST_F(ManagerSingleton, FailedAllocationTriesAgainToo) {
     failNextNew();
     EXPECT_THROW(ZUVMediaProxyManager::getInstance(), std::bad_alloc);
     EXPECT_JOURNAL();
 
     EXPECT_NE(ZUVMediaProxyManager::getInstance(), nullptr);
+}
+
+TEST_F(ManagerSingleton, FirstCallIsGuardedByNothing) {
+    ZUVMediaProxyManager* inner = nullptr;
+    bus().onConnectionMade = [&, first = true]() mutable {
+        if (std::exchange(first, false))
+            inner = ZUVMediaProxyManager::getInstance();
+    };
+
+    ZUVMediaProxyManager* outer = ZUVMediaProxyManager::getInstance();
+
+    EXPECT_NE(inner, outer);
+    EXPECT_EQ(ZUVMediaProxyManager::getInstance(), outer);
+    delete inner;
+}
+
+TEST_F(ManagerSingleton, IsNotDestroyedWhenTheProcessEnds) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    eventRegion().onUnlink = [] { _exit(1); };
+    ZUVMediaProxyManager::getInstance();
+
+    EXPECT_EXIT(std::exit(0), ::testing::ExitedWithCode(0), "");
 }
 
 /// A manager in memory that held something else before.
@@ -351,14 +385,17 @@ TEST_F(ManagerDestruction, ReleasesOnlyItsShareOfAnAdoptedConnection) {
     EXPECT_JOURNAL(managerLog(4000, "~ZUVMediaProxyManager", "enter\n"), unlinked());
 }
 
-TEST_F(ManagerDestruction, LeavesSynchronousModeBeforeItUnlinks) {
+TEST_F(ManagerDestruction, LeavesSynchronousModeAfterItsLineAndBeforeItUnlinks) {
     auto* manager = new ZUVMediaProxyManager();
     manager->m_syncMode = true;
+    bool syncModeAtLine = false;
+    recordingLog().onLine = [&](const std::string&) { syncModeAtLine = manager->m_syncMode; };
     bool syncModeAtUnlink = true;
     eventRegion().onUnlink = [&] { syncModeAtUnlink = manager->m_syncMode; };
 
     delete manager;
 
+    EXPECT_TRUE(syncModeAtLine);
     EXPECT_FALSE(syncModeAtUnlink);
 }
 
