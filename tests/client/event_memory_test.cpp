@@ -2,6 +2,7 @@
 #include "client_test.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <exception>
@@ -61,6 +62,25 @@ TEST_F(EventMemoryCheck, LeavesTheDescriptorOpenWhenTheRegionCannotBeResized) {
                    managerLog(4000, "checkZUVEventMemory", "Failed to allocate shared memory\n\n"));
     EXPECT_EQ(eventRegion().openDescriptors(), 1u);
     EXPECT_EQ(manager.m_eventMemory, nullptr);
+}
+
+TEST_F(EventMemoryCheck, KeepsAnEarlierMappingWhenTheRegionCannotBeResized) {
+    mapRegion();
+    const char* mapping = manager.m_eventMemory;
+    eventRegion().resizeFails = true;
+
+    EXPECT_EQ(manager.checkZUVEventMemory(), -1);
+
+    EXPECT_EQ(manager.m_eventMemory, mapping);
+}
+
+TEST_F(EventMemoryCheck, TakesDescriptorZeroForASuccess) {
+    eventRegion().create();
+    close(STDIN_FILENO);
+
+    EXPECT_EQ(manager.checkZUVEventMemory(), 0);
+
+    EXPECT_JOURNAL_LINES(regionChecked());
 }
 
 TEST_F(EventMemoryCheck, TakesANullMappingForAFailureAndStoresIt) {
@@ -181,6 +201,13 @@ TEST_F(EventMemoryRead, CopiesTheWholeRegionIntoTheBuffer) {
     manager.readZUVEventMemory();
 
     EXPECT_EQ(std::string(manager.m_eventBuffer, sizeof manager.m_eventBuffer), content);
+}
+
+TEST_F(EventMemoryRead, ParsesItsCopyWhateverTheServiceWritesMeanwhile) {
+    eventRegion().writeEvent({"first"});
+    recordingLog().onLine = [](const std::string&) { eventRegion().writeEvent({"second"}); };
+
+    EXPECT_EQ(manager.readZUVEventMemory(), eleven({"first"}));
 }
 
 TEST_F(EventMemoryRead, TakesNoLock) {
@@ -378,6 +405,30 @@ TEST_F(EventRead, IsEmptyWithoutALineWhenTheBusHasNothingEither) {
     EXPECT_TRUE(manager.readZUVEvent().empty());
 
     EXPECT_JOURNAL(managerLog(4000, "readZUVEventMemory", "memory NULL.\n"), askedTheBus());
+}
+
+TEST_F(EventRead, GivesAListOfTheBusInItsWholeLength) {
+    bus().topicValue = Strings(13, "text");
+
+    EXPECT_EQ(manager.readZUVEvent(), Strings(13, "text"));
+
+    EXPECT_EQ(journal().lines().back(), managerLog(5000, "readZUVEvent", "parameter %d: %s \n", 12, "text"));
+}
+
+TEST_F(EventRead, TakesNoLock) {
+    watch(manager.m_mutex, "manager");
+
+    manager.readZUVEvent();
+
+    EXPECT_EQ(journal().count(locked("manager")), 0u);
+}
+
+// There is no connection to fall back on, and none is asked for: reading is for a manager that is connected.
+TEST_F(EventRead, NeitherChecksForAConnectionNorMakesOne) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    manager.m_modelAccess.reset();
+
+    EXPECT_DEATH(manager.readZUVEvent(), "");
 }
 
 TEST_F(EventRead, LogsNothingWhileLevelsAreOff) {
