@@ -217,6 +217,53 @@ TEST_F(EventDispatch, TellsNamesApartByCase) {
     EXPECT_JOURNAL(noObjectFor("Created", "200", "movie"), noObjectFor("STATUS", "200", "movie"));
 }
 
+// Lists that end early, or late: what is behind the end reads as empty.
+
+class ListOfAnyLength : public EventDispatch, public ::testing::WithParamInterface<std::size_t> {
+protected:
+    static Strings event(const char* name) {
+        Strings parameters = {name, "200", "session", "movie"};
+        parameters.resize(GetParam(), "more");
+        return parameters;
+    }
+    /// What is read at this place of such an event.
+    static const char* read(std::size_t field, const char* value) { return field < GetParam() ? value : ""; }
+};
+
+class CreatedOfAnyLength : public ListOfAnyLength {};
+
+TEST_P(CreatedOfAnyLength, ReadsAsEmptyBehindItsEnd) {
+    dispatch(event("created"));
+
+    EXPECT_EQ(manager.m_createdObjectIds, Strings{read(3, "movie")});
+    EXPECT_EQ(journal().lines().front(), managerLog(1, "onZUVEvent", "New Created Object: %s - %s\n",
+                                                    read(2, "session"), read(3, "movie")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, CreatedOfAnyLength, ::testing::Values(3, 12));
+
+class StatusOfAnyLength : public ListOfAnyLength {};
+
+TEST_P(StatusOfAnyLength, ReadsAsEmptyBehindItsEnd) {
+    dispatch(event("status"));
+
+    EXPECT_JOURNAL(
+        managerLog(4000, "onZUVEvent", "zuv service alive: %s - %s\n", read(2, "session"), read(3, "movie")),
+        notifiedAll());
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, StatusOfAnyLength, ::testing::Values(2, 3, 12));
+
+class OtherOfAnyLength : public ListOfAnyLength {};
+
+TEST_P(OtherOfAnyLength, ReadsAsEmptyBehindItsEnd) {
+    dispatch(event("other"));
+
+    EXPECT_JOURNAL(noObjectFor("other", read(1, "200"), read(3, "movie")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, OtherOfAnyLength, ::testing::Values(1, 2, 3, 12));
+
 TEST_F(EventDispatch, DropsAnEmptyList) {
     dispatch({});
 
@@ -330,6 +377,15 @@ TEST_F(Lookup, KnowsNoRemoteObjectIdentifier) {
 
     EXPECT_EQ(manager.getRemoteObjectId("movie"), "");
     EXPECT_EQ(manager.getRemoteObjectId(""), "");
+
+    EXPECT_TRUE(manager.m_remoteObjectIds.empty());
+}
+
+TEST_F(Lookup, KnowsNoRemoteObjectIdentifierOfAnAnnouncedObjectEither) {
+    Strings created = {"created", "200", "session", "movie"};
+
+    manager.onZUVEvent(created);
+    manager.createNewZUVMediaProxy("movie");
 
     EXPECT_TRUE(manager.m_remoteObjectIds.empty());
 }
