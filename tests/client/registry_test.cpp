@@ -38,6 +38,16 @@ TEST_F(Registry, RegistersWithoutTheLock) {
     EXPECT_JOURNAL();
 }
 
+TEST_F(Registry, AsksTheObjectForItsIdentifier) {
+    const auto object = ZUVMediaProxyObject::create("movie");
+    journal().clear();
+    watch(object->m_mutex, "object");
+
+    manager.cacheProxyObject(object);
+
+    EXPECT_JOURNAL(locked("object"), unlocked("object"));
+}
+
 TEST_F(Registry, KeepsTheFirstObjectOfAnIdentifier) {
     const auto first = registeredObject("movie");
 
@@ -117,6 +127,17 @@ TEST_F(Registry, RemovingNobodyChangesAndLogsNothing) {
     EXPECT_TRUE(manager.m_proxyObjects.contains("movie"));
 }
 
+TEST_F(Registry, TellsIdentifiersApartBehindAZeroByte) {
+    const std::string id("movie\0one", 9);
+    const auto object = registeredObject(id);
+
+    manager.removeProxyObjectFromCache("movie");
+    manager.removeProxyObjectFromCache(std::string("movie\0two", 9));
+
+    EXPECT_EQ(manager.findProxyObjectFromCache("movie"), nullptr);
+    EXPECT_EQ(manager.findProxyObjectFromCache(id), object);
+}
+
 TEST_F(Registry, RemovesWhileLevelsAreOff) {
     registeredObject("movie");
     recordingLog().wantedUpTo = 0;
@@ -137,6 +158,16 @@ TEST_F(Registry, RemovalDestroysAnObjectThatNobodyElseHolds) {
 
     EXPECT_TRUE(aliveWhenLogged);
     EXPECT_TRUE(object.expired());
+}
+
+TEST_F(Registry, RemovalReleasesTheObjectUnderTheLock) {
+    bool heldAtRelease = false;
+    const auto noteRelease = [&](ZUVMediaProxyObject*) { heldAtRelease = isHeld(manager.m_mutex); };
+    manager.m_proxyObjects["movie"] = std::shared_ptr<ZUVMediaProxyObject>(nullptr, noteRelease);
+
+    manager.removeProxyObjectFromCache("movie");
+
+    EXPECT_TRUE(heldAtRelease);
 }
 
 TEST_F(Registry, RemovalLeavesAnObjectToItsOtherOwners) {
