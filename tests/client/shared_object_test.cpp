@@ -186,6 +186,18 @@ TEST(SharedObject, NeedsJsonUuidThePlatformAndTheRunTimeAlone) {
     EXPECT_EQ(needed, (Lines{"libjsoncpp", "libuuid", "libzuv_desktop"}));
 }
 
+TEST(SharedObject, StartsNoThreadsOpensNoFilesReadsNoSettingsAndThrowsNothing) {
+    const std::string threads = "pthread_create|_ZNSt6thread.*_M_start_thread.*";
+    const std::string files = "f?open(?:64)?|.*basic_(?:filebuf|[io]?fstream).*";
+    const std::string others = "(?:secure_)?getenv|signal|sigaction|atexit|__cxa_throw";
+
+    const std::vector<std::string> imported =
+        outputOf(ZUV_NM " --dynamic --undefined-only '" ZUV_MEDIA_PROXY_LIBRARY "'");
+
+    ASSERT_FALSE(matches(imported, "^ *U (shm_open)").empty());
+    EXPECT_EQ(matches(imported, "^ *U (" + threads + "|" + files + "|" + others + ")(?:@.*)?$"), Lines{});
+}
+
 TEST(SharedObject, BearsItsMajorVersionInItsName) {
     EXPECT_EQ(matches(dynamicSection(), R"(\(SONAME\).*\[(.*)\])"),
               Lines{"libzuv_media_proxy.so." + std::to_string(ZUV_MEDIA_PROXY_VERSION_MAJOR)});
