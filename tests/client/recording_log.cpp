@@ -8,9 +8,11 @@
 
 #include <cstdarg>
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <set>
 #include <string_view>
+#include <utility>
 
 namespace velmora::test {
 
@@ -56,6 +58,25 @@ BaseNames& baseNames() {
     return instance;
 }
 
+// The places in the code that lines said they come from: no two formats stand in one place.
+class Places {
+public:
+    void check(const std::string& file, int line, const std::string& format) {
+        std::lock_guard lock(m_mutex);
+        const std::string& known = m_formats.emplace(std::pair(file, line), format).first->second;
+        EXPECT_EQ(format, known) << "both at line " << line << " of " << file;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::map<std::pair<std::string, int>, std::string> m_formats;
+};
+
+Places& places() {
+    static Places instance;
+    return instance;
+}
+
 /// Where a line says that it comes from.
 struct Origin {
     std::string file;
@@ -80,6 +101,7 @@ std::string describeLine(const std::string& level, const std::string& format, co
     if (format.starts_with(kCommonBeginning)) {
         const std::string tag = va_arg(arguments, const char*);
         const Origin origin = takeOrigin(arguments);
+        places().check(origin.file, origin.line, format);
         const std::string message = text.substr(("[" + tag + "] " + origin.text()).size());
         return describeOrdinaryLine(level, tag, origin.file, origin.function,
                                     format.substr(kCommonBeginning.size()), message);
