@@ -150,6 +150,35 @@ TEST_F(NewSyncProxyForIdentifier, EntersSynchronousModeBeforeItMaps) {
     EXPECT_TRUE(syncModeAtOpen);
 }
 
+TEST_F(NewSyncProxyForIdentifier, ReplacesAnEarlierOneUnderTheLock) {
+    const std::shared_ptr<ZUVMediaProxyObject> first = manager.createNewZUVMediaProxySync("movie");
+    journal().clear();
+    watch(manager.m_mutex, "manager");
+
+    const std::shared_ptr<ZUVMediaProxyObject> second = manager.createNewZUVMediaProxySync("movie");
+
+    EXPECT_NE(second, first);
+    EXPECT_EQ(manager.m_proxyObjects.at("movie"), second);
+    EXPECT_JOURNAL_LINES(joined(
+        {{entered()},
+         regionMissing(),
+         {locked("manager"),
+          managerLog(4000, "removeProxyObjectFromCache", "find in cache and remove proxy, id:%s\n", "movie"),
+          unlocked("manager"), objectMade("movie"), locked("manager"), unlocked("manager")}}));
+}
+
+TEST_F(NewSyncProxyForIdentifier, LogsBeforeItEntersSynchronousMode) {
+    bool syncModeWhenLogged = true;
+    recordingLog().onLine = [&](const std::string& line) {
+        if (line == entered())
+            syncModeWhenLogged = manager.m_syncMode;
+    };
+
+    manager.createNewZUVMediaProxySync("movie");
+
+    EXPECT_FALSE(syncModeWhenLogged);
+}
+
 TEST_F(NewSyncProxyForIdentifier, MakesLaterRequestsSynchronous) {
     eventRegion().create();
     manager.createNewZUVMediaProxySync("movie");
@@ -175,6 +204,16 @@ protected:
     static std::string restarting(const std::string& session) {
         return managerLog(1000, "createNewZUVMediaProxySync",
                           "Wait response timeout for id:%s, restart zuv service.\n", session.c_str());
+    }
+    /// The identifiers that are known when this line is logged.
+    Strings knownAt(const std::string& line) {
+        Strings known = {"never logged"};
+        recordingLog().onLine = [&](const std::string& logged) {
+            if (logged == line)
+                known = manager.m_createdObjectIds;
+        };
+        manager.createNewZUVMediaProxySync();
+        return known;
     }
     static std::vector<std::string> finished(const char* id) {
         return {managerLog(4000, "createNewZUVMediaProxySync", "id :%s\n", id), objectMade(id)};
@@ -300,6 +339,19 @@ TEST_F(NewSyncProxy, RestartsWhenTheRegionIsMissing) {
                                  finished("movie")}));
 }
 
+TEST_F(NewSyncProxy, LogsThatTheRegionIsMissingBeforeItForgets) {
+    eventRegion().remove();
+    manager.m_createdObjectIds = {"earlier"};
+
+    EXPECT_EQ(knownAt(serviceNotWorking()), Strings{"earlier"});
+}
+
+TEST_F(NewSyncProxy, ForgetsBeforeItLogsThatTheAnswerIsMissing) {
+    manager.m_createdObjectIds = {"earlier"};
+
+    EXPECT_EQ(knownAt(restarting(sessionId(1))), Strings{});
+}
+
 TEST_F(NewSyncProxy, WaitsASecondTimeForTheRegionAndChecksOnceMore) {
     eventRegion().remove();
     virtualTime().after(milliseconds(1500), [] { eventRegion().create(); });
@@ -376,6 +428,19 @@ TEST_F(NewSyncProxy, TakesTheLockOnlyInTheReplays) {
     EXPECT_EQ(journal().lines().back(), objectMade("movie"));
 }
 
+TEST_F(NewSyncProxy, UnderATakenIdentifierIsReturnedButNotRegistered) {
+    const auto first = registeredObject("movie");
+    answerInMemory(1, "movie");
+    answerInMemory(2, "movie");
+
+    const std::shared_ptr<ZUVMediaProxyObject> second = manager.createNewZUVMediaProxySync();
+
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(second->id(), "movie");
+    EXPECT_NE(second, first);
+    EXPECT_EQ(manager.m_proxyObjects.at("movie"), first);
+}
+
 TEST_F(NewSyncProxy, EntersSynchronousModeBeforeItMaps) {
     std::vector<bool> syncModeAtOpen;
     eventRegion().onOpen = [&] { syncModeAtOpen.push_back(manager.m_syncMode); };
@@ -383,6 +448,18 @@ TEST_F(NewSyncProxy, EntersSynchronousModeBeforeItMaps) {
     manager.createNewZUVMediaProxySync();
 
     EXPECT_EQ(syncModeAtOpen, (std::vector<bool>{true, true}));
+}
+
+TEST_F(NewSyncProxy, LogsBeforeItEntersSynchronousMode) {
+    bool syncModeWhenLogged = true;
+    recordingLog().onLine = [&](const std::string& line) {
+        if (line == entered())
+            syncModeWhenLogged = manager.m_syncMode;
+    };
+
+    manager.createNewZUVMediaProxySync();
+
+    EXPECT_FALSE(syncModeWhenLogged);
 }
 
 TEST_F(NewSyncProxy, MakesLaterRequestsSynchronous) {

@@ -123,6 +123,25 @@ TEST_F(NewProxyId, RestartsInTheFirstAttemptWhenItsCommandTakesLong) {
                                  {waitDone(), resultIs("movie")}}));
 }
 
+TEST_F(NewProxyId, BeginsToCountBehindItsUnusedSession) {
+    // Two drawings would pass the threshold.
+    duringUuid = [] { virtualTime().advance(milliseconds(150)); };
+    answerOverBus(1, milliseconds(50), "movie");
+
+    EXPECT_EQ(manager.createNewProxyId(), "movie");
+
+    EXPECT_EQ(journal().count(busLine("start service")), 0u);
+}
+
+TEST_F(NewProxyId, CountsTheTimeThatItWaitsForTheLock) {
+    beforeNextLock(manager.m_mutex, [] { virtualTime().advance(milliseconds(201)); });
+    answerOverBus(2, milliseconds(50), "movie");
+
+    EXPECT_EQ(manager.createNewProxyId(), "movie");
+
+    EXPECT_EQ(journal().count(restarting(attemptSession(1))), 1u);
+}
+
 TEST_F(NewProxyId, DoesNotRestartAtExactlyTheThreshold) {
     virtualTime().set(nanoseconds(0));
     bus().onCommand("create", 1, [](const Strings& command) {
@@ -184,6 +203,41 @@ TEST_F(NewProxyId, IsNotGivenUpBeforeTheRestart) {
     EXPECT_EQ(manager.createNewProxyId(), "movie");
 
     EXPECT_EQ(journal().count(restarting(attemptSession(1))), 1u);
+}
+
+TEST_F(NewProxyId, IsNotGivenUpInTheAttemptThatRestarts) {
+    // The restart's wait ends three seconds late: only the next attempt looks at the time again.
+    bus().onCommand("create", 1, [](const Strings&) { virtualTime().advance(milliseconds(201)); });
+    bus().onStartService = [] {
+        virtualTime().after(milliseconds(100), [] { virtualTime().advance(seconds(3)); });
+    };
+
+    EXPECT_EQ(manager.createNewProxyId(), "");
+
+    EXPECT_EQ(journal().count(givingUp(attemptSession(1))), 0u);
+    EXPECT_EQ(journal().count(givingUp(attemptSession(2))), 1u);
+}
+
+TEST_F(NewProxyId, TakesAStartThatTheClockDidNotTellForMinusOneSecond) {
+    virtualTime().set(nanoseconds(0));
+    virtualTime().breakMonotonicClock();
+    bus().onCommand("create", 1, [](const Strings&) { virtualTime().repairMonotonicClock(); });
+    answerOverBus(2, milliseconds(10), "movie");
+
+    EXPECT_EQ(manager.createNewProxyId(), "movie");
+
+    EXPECT_EQ(journal().count(restarting(attemptSession(1))), 1u);
+}
+
+TEST_F(NewProxyId, TakesARestartThatTheClockDidNotTellForMinusOneSecond) {
+    bus().onCommand("create", 1, [](const Strings&) { virtualTime().advance(milliseconds(201)); });
+    bus().onStartService = [] { virtualTime().breakMonotonicClock(); };
+
+    EXPECT_EQ(manager.createNewProxyId(), "");
+
+    // The restart seems to lie more than two seconds back.
+    EXPECT_EQ(journal().count(givingUp(attemptSession(1))), 1u);
+    EXPECT_EQ(journal().lines().back(), resultIs(""));
 }
 
 TEST_F(NewProxyId, NeverRestartsWhileTheClockCannotBeRead) {
@@ -316,6 +370,23 @@ TEST_F(NewProxyId, GivingUpForgetsWhatWasAnnouncedMeanwhile) {
     EXPECT_TRUE(manager.m_createdObjectIds.empty());
 }
 
+TEST_F(NewProxyId, LogsBeforeItForgets) {
+    manager.m_createdObjectIds = {"earlier"};
+    letPublishesTakeAMillisecond();
+    bus().onStartService = [] {
+        virtualTime().after(milliseconds(100), [] { bus().deliver(createdEvent("any", "movie")); });
+    };
+    std::vector<Strings> knownWhenLogged;
+    recordingLog().onLine = [&](const std::string& line) {
+        if (line == restarting(attemptSession(2)) || line == givingUp(attemptSession(12)))
+            knownWhenLogged.push_back(manager.m_createdObjectIds);
+    };
+
+    manager.createNewProxyId();
+
+    EXPECT_EQ(knownWhenLogged, (std::vector<Strings>{{"earlier"}, {"movie"}}));
+}
+
 TEST_F(NewProxyId, KeepsTheIdentifiersAfterSuccess) {
     answerOverBus(1, milliseconds(50), "movie");
 
@@ -355,6 +426,14 @@ TEST_F(NewProxyId, IsEmptyWithoutAccess) {
     EXPECT_EQ(bus().commandCount("create"), 0);
     EXPECT_EQ(journal().count(managerLog(1000, "requestCreateRemoteObject", "No Access\n")), 10u);
     EXPECT_EQ(journal().count(managerLog(1000, "requestStartZUVService", "Cannot get access.\n")), 1u);
+}
+
+TEST_F(NewProxyId, WithoutAccessMayBeAnOlderOne) {
+    loseAccess();
+    manager.m_createdObjectIds = {"older"};
+    wakeWithStatus(milliseconds(50));
+
+    EXPECT_EQ(manager.createNewProxyId(), "older");
 }
 
 TEST_F(NewProxyId, ReleasesTheLockWhenThePublishThrows) {
@@ -420,6 +499,37 @@ TEST_F(NewProxyIdInSynchronousMode, CountsAnAnswerThatOnlyTheBusBrings) {
     EXPECT_EQ(journal().count(busLine("start service")), 0u);
     EXPECT_TRUE(journal().linesOf("wait").empty());
     EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(250));
+}
+
+TEST_F(NewProxyIdInSynchronousMode, CountsAnAnswerDuringTheWaitBehindTheRequest) {
+    // 250 ms of the request and 500 ms of the restart lie before that wait.
+    answerOverBus(1, milliseconds(800), "movie");
+
+    EXPECT_EQ(manager.createNewProxyId(), "movie");
+
+    EXPECT_EQ(bus().commandCount("create"), 1);
+    EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(800));
+}
+
+TEST_F(NewProxyIdInSynchronousMode, LeavesWhatTheRestartsWaitBroughtToTheNextWakeUp) {
+    answerOverBus(1, milliseconds(400), "movie");
+    wakeWithStatus(milliseconds(500));
+
+    EXPECT_EQ(manager.createNewProxyId(), "movie");
+
+    EXPECT_EQ(bus().commandCount("create"), 1);
+    EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(500));
+}
+
+TEST_F(NewProxyIdInSynchronousMode, MayBeginWithAnyAttempt) {
+    manager.m_syncMode = false;
+    virtualTime().after(milliseconds(50), [this] { manager.m_syncMode = true; });
+    answerInMemory(2, "movie");
+
+    EXPECT_EQ(manager.createNewProxyId(), "movie");
+
+    EXPECT_EQ(journal().count(asyncCreateLogged()), 1u);
+    EXPECT_EQ(journal().count(syncCreateLogged()), 1u);
 }
 
 TEST_F(NewProxyIdInSynchronousMode, CountsAnAnswerFromTheMomentThatTheLockIsFree) {

@@ -15,6 +15,8 @@
 
 namespace velmora::test {
 
+std::function<void()> duringUuid = [] {};
+
 namespace {
 
 enum class Uuids { Random, Numbered, Fixed };
@@ -94,6 +96,7 @@ void __wrap_uuid_generate(uuid_t bytes) {
         return;
     }
     ++drawn;
+    duringUuid();
     UuidBytes numbered = {};
     numbered.back() = static_cast<unsigned char>(drawn);
     std::ranges::copy(uuids == Uuids::Fixed ? fixedUuid : numbered, bytes);

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <string>
 
 namespace velmora::test {
@@ -15,6 +16,8 @@ using UuidBytes = std::array<unsigned char, 16>;
 void numberUuids();
 /// From here on every drawing gives these bytes.
 void fixUuid(const UuidBytes& bytes);
+/// Called within every drawing of numbered or fixed bytes.
+extern std::function<void()> duringUuid;
 /// The drawings since the random bytes are not random any more.
 int uuidsDrawn();
 /// The session identifier that the nth numbered drawing makes.

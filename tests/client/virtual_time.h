@@ -40,6 +40,7 @@ public:
 
     /// Lets clock_gettime fail from here on.
     void breakMonotonicClock() { m_monotonicClockBroken = true; }
+    void repairMonotonicClock() { m_monotonicClockBroken = false; }
     bool isMonotonicClockBroken() const { return m_monotonicClockBroken; }
 
     /// Waits end by a real notification of another thread only, never by their deadline, and take no time.

@@ -19,7 +19,9 @@ std::map<const pthread_mutex_t*, std::string>& watchedNames() {
 }
 
 const pthread_mutex_t* mutexToFail = nullptr;
-const pthread_mutex_t* mutexOfAction = nullptr;
+const pthread_mutex_t* mutexToLock = nullptr;
+std::function<void()> actionBeforeLock;
+const pthread_mutex_t* mutexToUnlock = nullptr;
 std::function<void()> actionAfterUnlock;
 
 } // namespace
@@ -28,8 +30,13 @@ void watch(std::mutex& mutex, const std::string& name) {
     watchedNames()[mutex.native_handle()] = name;
 }
 
+void beforeNextLock(std::mutex& mutex, std::function<void()> action) {
+    mutexToLock = mutex.native_handle();
+    actionBeforeLock = std::move(action);
+}
+
 void afterNextUnlock(std::mutex& mutex, std::function<void()> action) {
-    mutexOfAction = mutex.native_handle();
+    mutexToUnlock = mutex.native_handle();
     actionAfterUnlock = std::move(action);
 }
 
@@ -62,6 +69,10 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
         mutexToFail = nullptr;
         return EINVAL;
     }
+    if (mutex == mutexToLock) {
+        mutexToLock = nullptr;
+        actionBeforeLock();
+    }
     const int result = __real_pthread_mutex_lock(mutex);
     if (const auto watched = watchedNames().find(mutex); watched != watchedNames().end())
         journal().add(locked(watched->second));
@@ -72,8 +83,8 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
     if (const auto watched = watchedNames().find(mutex); watched != watchedNames().end())
         journal().add(unlocked(watched->second));
     const int result = __real_pthread_mutex_unlock(mutex);
-    if (mutex == mutexOfAction) {
-        mutexOfAction = nullptr;
+    if (mutex == mutexToUnlock) {
+        mutexToUnlock = nullptr;
         actionAfterUnlock();
     }
     return result;
