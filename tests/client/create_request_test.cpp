@@ -61,6 +61,14 @@ TEST_F(CreateRequest, SynchronousOneHandsTheAnswerOver) {
     EXPECT_EQ(manager.m_createdObjectIds, Strings{"movie"});
 }
 
+TEST_F(CreateRequest, SynchronousOneWaitsAlthoughThePublishFailed) {
+    mapRegion();
+    bus().result = -1;
+    answerInMemory(1, "movie");
+
+    EXPECT_EQ(manager.requestCreateRemoteObjectSync("session"), 0);
+}
+
 TEST_F(CreateRequest, SynchronousOneTimesOut) {
     mapRegion();
 

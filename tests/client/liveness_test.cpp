@@ -88,6 +88,22 @@ TEST_F(Inspection, SynchronousOnePublishesTheNeutralEventAndWaits) {
     EXPECT_JOURNAL_LINES(answeredSyncInspect(1));
 }
 
+TEST_F(Inspection, IsSentOnceAlthoughThePublishFailed) {
+    bus().result = -1;
+
+    manager.requestRemoteObjectInspect();
+
+    EXPECT_JOURNAL(inspectCommand(1));
+}
+
+TEST_F(Inspection, SynchronousOneWaitsAlthoughThePublishFailed) {
+    mapRegion();
+    bus().result = -1;
+    answerInMemory();
+
+    EXPECT_EQ(manager.requestRemoteObjectInspectSync(), 0);
+}
+
 TEST_F(Inspection, SynchronousOneTimesOut) {
     mapRegion();
 
@@ -284,6 +300,18 @@ TEST_F(LivenessInSynchronousMode, DoesNotHoldTheLockAcrossTheRequest) {
     EXPECT_FALSE(held);
 }
 
+TEST_F(LivenessInSynchronousMode, WaitsAndEndsWithTheLock) {
+    watch(manager.m_mutex, "manager");
+
+    manager.checkZUVServiceAlive();
+
+    const std::string lock = locked("manager");
+    const std::string unlock = unlocked("manager");
+    EXPECT_JOURNAL_LINES(joined({{entered(), lock, unlock},
+                                 unansweredSyncInspect(1),
+                                 {lock, waited(milliseconds(200)), unlock, lock, waitTimeout(), unlock}}));
+}
+
 TEST_F(LivenessInSynchronousMode, WaitsAnotherFifthOfASecondWithoutAnAnswer) {
     EXPECT_FALSE(manager.checkZUVServiceAlive());
 
@@ -298,6 +326,16 @@ TEST_F(LivenessInSynchronousMode, CountsAStatusOfTheBusDuringThatWait) {
     EXPECT_TRUE(manager.checkZUVServiceAlive());
 
     EXPECT_EQ(journal().lines().back(), waitDone());
+}
+
+TEST_F(LivenessInSynchronousMode, IsFalseWithoutAccess) {
+    loseAccess();
+
+    EXPECT_FALSE(manager.checkZUVServiceAlive());
+
+    EXPECT_JOURNAL_LINES(joined({{entered()},
+                                 noAccess("requestRemoteObjectInspectSync"),
+                                 {waited(milliseconds(200)), waitTimeout()}}));
 }
 
 TEST_F(LivenessInSynchronousMode, ReleasesTheLockWhenTheReaderThrows) {

@@ -165,6 +165,35 @@ TEST_P(PlaybackCommand, SynchronousOneWaitsForItsAnswer) {
     EXPECT_JOURNAL_LINES(joined({{GetParam().logged, sent(1)}, answeredWait(answer(1)), {replayed()}}));
 }
 
+TEST_P(PlaybackCommand, SynchronousOneWaitsAlthoughThePublishFailed) {
+    mapRegion();
+    bus().result = -1;
+    bus().onCommand(commandName(), 1, [](const Strings&) { eventRegion().writeEvent(answer(1)); });
+
+    EXPECT_EQ(callSynchronous(), 0);
+}
+
+TEST_P(PlaybackCommand, ReadsItsTimeBehindItsSession) {
+    duringUuid = [] { virtualTime().advance(seconds(1)); };
+
+    callAsynchronous();
+
+    EXPECT_JOURNAL(sent(1, "813.004531"));
+}
+
+TEST_P(PlaybackCommand, SynchronousOneReadsItsTimeBehindItsLineAndItsSession) {
+    mapRegion();
+    recordingLog().onLine = [](const std::string& line) {
+        if (line == GetParam().logged)
+            virtualTime().advance(seconds(1));
+    };
+    duringUuid = [] { virtualTime().advance(seconds(1)); };
+
+    callSynchronous();
+
+    EXPECT_EQ(journal().count(sent(1, "814.004531")), 1u);
+}
+
 TEST_P(PlaybackCommand, SynchronousOneTimesOutAndSendsOnce) {
     mapRegion();
 
