@@ -290,6 +290,23 @@ TEST_F(Definitions, CallBackWithoutTheLockAndAreStoredBefore) {
     EXPECT_EQ(stored, "definitions");
 }
 
+TEST_F(Definitions, LookAtTheStateAfterTheyAreStored) {
+    afterNextUnlock(object->m_mutex, [this] { object->m_state = 1; });
+
+    object->onDefinitionsChanged("text");
+
+    EXPECT_JOURNAL(notifying(), calledBack("main", "movie", "definitions", "text"), newText("text"));
+}
+
+TEST_F(Definitions, TakeTheLockForTheTextAndForTheStateAndLogWithoutIt) {
+    watch(object->m_mutex, "object");
+
+    object->onDefinitionsChanged("text");
+
+    EXPECT_JOURNAL(locked("object"), unlocked("object"), locked("object"), unlocked("object"),
+                   invalidState(0), newText("text"));
+}
+
 TEST_F(Definitions, WithoutCallbackAreNotifiedInVain) {
     manager.setZUVCallback(nullptr);
     object->m_state = 2;

@@ -260,6 +260,37 @@ TEST_F(ObjectOperations, SeekIsSentWhileStarting) {
     EXPECT_EQ(journal().count(sent({{0, "seek"}, {5, "-0.500000"}})), 1u);
 }
 
+class SeekInUnknownState : public ObjectOperations, public ::testing::WithParamInterface<int> {};
+
+TEST_P(SeekInUnknownState, IsSent) {
+    object->m_state = GetParam();
+
+    object->seek(1.0, "");
+
+    EXPECT_EQ(bus().commandCount("seek"), 1);
+    EXPECT_EQ(object->getState(), GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(States, SeekInUnknownState, ::testing::Values(3, -1));
+
+TEST_F(ObjectOperations, SeekLooksAtTheStateAfterItsFirstLock) {
+    object->m_state = 1;
+    afterNextUnlock(object->m_mutex, [this] { object->m_state = 0; });
+
+    object->seek(1.0, "");
+
+    EXPECT_EQ(bus().commandCount("seek"), 0);
+}
+
+TEST_F(ObjectOperations, SeekReadsTheStateUnderTheLockAgain) {
+    watch(object->m_mutex, "object");
+
+    object->seek(1.0, "");
+
+    EXPECT_JOURNAL(traceIn("seek"), locked("object"), unlocked("object"), locked("object"),
+                   unlocked("object"), traceOut("seek"));
+}
+
 TEST_F(ObjectOperations, SeekDoesNotLookAtTheAdvertisement) {
     object->m_adState = 1;
 
@@ -392,6 +423,54 @@ TEST_F(Attaching, StartAdLooksAtTheAdvertisementsUrlOnly) {
     EXPECT_EQ(journal().count(notReceived("startAd")), 1u);
 }
 
+TEST_F(Attaching, StartLooksAtTheUrlAfterTheStateIsSet) {
+    // The answer comes in between: handled while starting, and found as received as well.
+    afterNextUnlock(object->m_mutex, [] { bus().deliver(started("movie", "main_video")); });
+
+    object->start("ignored", 0);
+
+    EXPECT_EQ(journal().count(received("start")), 1u);
+    EXPECT_EQ(journal().count(calledBack("main", "movie", "url", "local")), 2u);
+    EXPECT_EQ(object->getState(), 2);
+}
+
+TEST_F(Attaching, StartAdLooksAtTheUrlAfterTheStateIsSet) {
+    afterNextUnlock(object->m_mutex, [] { bus().deliver(started("movie", "advertisement")); });
+
+    object->startAd("ignored", 0);
+
+    EXPECT_EQ(journal().count(received("startAd")), 1u);
+    EXPECT_EQ(journal().count(calledBack("ad", "movie", "url", "local")), 2u);
+}
+
+TEST_F(Attaching, StartReadsTheDefinitionsBehindTheUrlsCallback) {
+    object->m_localURL = "local";
+    object->m_definitions = "earlier";
+    duringCallback = [this] { object->m_definitions = "new"; };
+
+    object->start("ignored", 0);
+
+    EXPECT_EQ(journal().linesOf("callback").back(), calledBack("main", "movie", "definitions", "new"));
+}
+
+TEST_F(Attaching, ReadsEachFieldUnderTheLockAgain) {
+    object->m_localURL = "local";
+    object->m_localAdURL = "local";
+    watch(object->m_mutex, "object");
+
+    object->start("ignored", 0);
+    object->startAd("ignored", 0);
+
+    const std::string lock = locked("object");
+    const std::string unlock = unlocked("object");
+    EXPECT_JOURNAL(traceIn("start"), lock, unlock, lock, unlock, received("start"),
+                   calledBack("main", "movie", "url", "local"), lock, unlock,
+                   calledBack("main", "movie", "definitions", ""), traceOut("start"),
+                   // The advertisement has no definitions.
+                   traceIn("startAd"), lock, unlock, lock, unlock, received("startAd"),
+                   calledBack("ad", "movie", "url", "local"), traceOut("startAd"));
+}
+
 TEST_F(Attaching, StartReadsTheAnswerFromSharedMemory) {
     mapRegion();
     const Strings answer = started("movie", "main_video");
@@ -475,6 +554,31 @@ TEST_F(Attaching, StartHandlesAnyEventOfItsObjectThatIsThere) {
     EXPECT_EQ(journal().count(calledBack("main", "movie", "definitions", "new definitions")), 1u);
 }
 
+TEST_F(Attaching, StartAdHandlesAnAnswerForTheMainVideoAsSuch) {
+    mapRegion();
+    eventRegion().writeEvent(started("movie", "main_video"));
+
+    object->startAd("ignored", 0);
+
+    EXPECT_EQ(object->localURL(), "local");
+    EXPECT_EQ(object->localAdURL(), "");
+    EXPECT_EQ(object->getState(), 2);
+    EXPECT_EQ(object->getAdState(), 1);
+    EXPECT_TRUE(journal().linesOf("callback").empty());
+}
+
+TEST_F(Attaching, StartAdIgnoresTheEventOfAnotherObject) {
+    mapRegion();
+    eventRegion().writeEvent(started("other", "advertisement"));
+
+    object->startAd("ignored", 0);
+
+    EXPECT_EQ(object->getAdState(), 1);
+    EXPECT_EQ(object->getState(), 0);
+    EXPECT_EQ(object->localAdURL(), "");
+    EXPECT_TRUE(journal().linesOf("callback").empty());
+}
+
 TEST_F(Attaching, SameEventFromTheBusCallsBackOnlyOnce) {
     mapRegion();
     eventRegion().writeEvent(started("movie", "main_video"));
@@ -497,8 +601,10 @@ TEST_F(Attaching, ReadsWithoutTheLock) {
 TEST_F(Attaching, SendsNothingInSynchronousModeEither) {
     enterSynchronousMode();
     object->m_localURL = "local";
+    object->m_localAdURL = "local";
 
     object->start("ignored", 0);
+    object->startAd("ignored", 0);
 
     EXPECT_TRUE(journal().linesOf("bus: publish").empty());
     EXPECT_TRUE(journal().linesOf("sleep").empty());

@@ -391,6 +391,12 @@ INSTANTIATE_TEST_SUITE_P(
                                calledBack("ad", "movie", "url", "url")},
                               0,
                               1},
+                      // No operation brings an advertisement into this state.
+                      Handler{"AdStartedWhileStarted",
+                              [](auto& object) { object.onAdMediaStarted("url"); },
+                              {currentState("onAdMediaStarted", 2)},
+                              1,
+                              2},
                       Handler{"StartFailed",
                               [](auto& object) { object.onMediaStartedFailed("500", "detail"); },
                               {startFailed("onMediaStartedFailed", 2)},
@@ -414,6 +420,43 @@ INSTANTIATE_TEST_SUITE_P(
                               [](auto& object) { object.onMediaSeekedFailed("500", "detail"); },
                               {objectLog(1000, "onMediaSeekedFailed", "Seek failed : %s\n", "movie")}}),
     caseName);
+
+class UnknownState : public ObjectTest, public ::testing::WithParamInterface<int> {};
+
+TEST_P(UnknownState, OfTheMainVideoIsStartedWithoutACallback) {
+    object->m_state = GetParam();
+
+    object->onMediaStarted("url");
+
+    EXPECT_EQ(object->localURL(), "url");
+    EXPECT_EQ(object->getState(), 2);
+    EXPECT_JOURNAL(currentState("onMediaStarted", GetParam()));
+}
+
+TEST_P(UnknownState, OfTheAdvertisementIsKeptWithoutACallback) {
+    object->m_adState = GetParam();
+
+    object->onAdMediaStarted("url");
+
+    EXPECT_EQ(object->localAdURL(), "url");
+    EXPECT_EQ(object->getState(), 2);
+    EXPECT_EQ(object->getAdState(), GetParam());
+    EXPECT_JOURNAL(currentState("onAdMediaStarted", GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(States, UnknownState, ::testing::Values(3, -1));
+
+TEST_F(ObjectTest, UrlsAreStoredBeforeTheFirstLine) {
+    std::vector<std::string> stored;
+    recordingLog().onLine = [&](const std::string&) {
+        stored.push_back(object->m_localURL + "/" + object->m_localAdURL);
+    };
+
+    object->onMediaStarted("main");
+    object->onAdMediaStarted("ad");
+
+    EXPECT_EQ(stored, (Strings{"main/", "main/ad"}));
+}
 
 TEST_F(ObjectTest, UrlIsStoredBeforeTheCallbackAndTheStateChangesAfterIt) {
     object->m_state = 1;
