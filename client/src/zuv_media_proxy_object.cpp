@@ -178,14 +178,16 @@ std::string ZUVMediaProxyObject::markStarting(int32_t& state) {
 std::string ZUVMediaProxyObject::markIdle(int32_t& state, std::string& url) {
     std::lock_guard<std::mutex> lock(m_mutex);
     state = ZUVMediaProxyState::Idle;
-    url.clear();
-    return m_id;
+    std::string id = m_id;
+    url.clear(); // last: a copy that cannot be made leaves the URL
+    return id;
 }
 
 std::string ZUVMediaProxyObject::forgetURL(std::string& url) {
     std::lock_guard<std::mutex> lock(m_mutex);
-    url.clear();
-    return m_id;
+    std::string id = m_id;
+    url.clear(); // last: a copy that cannot be made leaves the URL
+    return id;
 }
 
 void ZUVMediaProxyObject::readPreloadAnswer(const char* function) {

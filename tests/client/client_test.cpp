@@ -4,14 +4,18 @@
 
 namespace velmora::test {
 
+std::optional<ZUVMediaProxyManager*> managerToGive;
+
 std::function<void()> duringCallback = [] {};
 
 void mainCallback(std::string id, std::string key, std::string value) {
+    const OwnWork work;
     journal().add(calledBack("main", id, key, value));
     duringCallback();
 }
 
 void adCallback(std::string id, std::string key, std::string value) {
+    const OwnWork work;
     journal().add(calledBack("ad", id, key, value));
     duringCallback();
 }
@@ -65,3 +69,10 @@ std::vector<std::string> noAccess(const char* function) {
 }
 
 } // namespace velmora::test
+
+velmora::ZUVMediaProxyManager* realManager() asm("__real__ZN7velmora20ZUVMediaProxyManager11getInstanceEv");
+velmora::ZUVMediaProxyManager*
+wrappedManager() asm("__wrap__ZN7velmora20ZUVMediaProxyManager11getInstanceEv");
+velmora::ZUVMediaProxyManager* wrappedManager() {
+    return velmora::test::managerToGive ? *velmora::test::managerToGive : realManager();
+}

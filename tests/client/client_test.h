@@ -4,6 +4,7 @@
 #define CLIENT_TEST_H
 
 #include "event_region.h"
+#include "failing_calls.h"
 #include "journal.h"
 #include "recording_bus.h"
 #include "recording_log.h"
@@ -18,6 +19,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,6 +31,9 @@ void adCallback(std::string id, std::string key, std::string value);
 
 /// Called within every call of either callback; what it throws reaches the client.
 extern std::function<void()> duringCallback;
+
+/// What getInstance() gives the client's other classes, in place of the process's manager; may be null.
+extern std::optional<ZUVMediaProxyManager*> managerToGive;
 
 /// Nothing of the client exists yet.
 class PlatformTest : public ::testing::Test {

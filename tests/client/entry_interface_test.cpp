@@ -6,17 +6,6 @@
 #include <new>
 #include <utility>
 
-// The manager's getInstance() as the entry interface calls it can be made to give nothing.
-namespace {
-bool managerIsMissing = false;
-}
-velmora::ZUVMediaProxyManager* realManager() asm("__real__ZN7velmora20ZUVMediaProxyManager11getInstanceEv");
-velmora::ZUVMediaProxyManager*
-wrappedManager() asm("__wrap__ZN7velmora20ZUVMediaProxyManager11getInstanceEv");
-velmora::ZUVMediaProxyManager* wrappedManager() {
-    return managerIsMissing ? nullptr : realManager();
-}
-
 namespace velmora::test {
 namespace {
 
@@ -44,7 +33,8 @@ TEST_F(EntryInterface, FirstRequestBuildsTheManagerAndItsConnection) {
     requestZUVMediaProxy();
 
     EXPECT_JOURNAL(entryLog(4000, "requestZUVMediaProxy", "get proxy manager interface.\n"),
-                   managerLog(4000, "ZUVMediaProxyManager", "enter, %p\n", static_cast<void*>(realManager())),
+                   managerLog(4000, "ZUVMediaProxyManager", "enter, %p\n",
+                              static_cast<void*>(ZUVMediaProxyManager::getInstance())),
                    busLine("connection made"), busLine("initialize"), busLine("start"));
 }
 
@@ -88,7 +78,7 @@ TEST_F(EntryInterface, FailedConstructionLeavesNothingBehindAndTheNextRequestTri
 }
 
 TEST_F(EntryInterface, FailedAllocationOfTheInterfaceLeavesNothingBehindEither) {
-    failNextNew();
+    failNext(Call::New);
     EXPECT_THROW(requestZUVMediaProxy(), std::bad_alloc);
 
     EXPECT_EQ(requestZUVMediaProxy(), ZUVMediaProxyManagerInterface::getInstance());
@@ -231,7 +221,7 @@ TEST_F(EntryInterface, SettersReachTheManager) {
 // Without a manager.
 
 TEST_F(EntryInterface, MissingManagerIsLoggedAndTheInterfaceKeptAllTheSame) {
-    managerIsMissing = true;
+    managerToGive = nullptr;
 
     ZUVMediaProxyManagerInterface* interface = requestZUVMediaProxy();
 
@@ -243,9 +233,9 @@ TEST_F(EntryInterface, MissingManagerIsLoggedAndTheInterfaceKeptAllTheSame) {
 }
 
 TEST_F(EntryInterface, NeverAsksForTheManagerAgain) {
-    managerIsMissing = true;
+    managerToGive = nullptr;
     ZUVMediaProxyManagerInterface& interface = readyInterface();
-    managerIsMissing = false;
+    managerToGive.reset();
 
     EXPECT_EQ(requestZUVMediaProxy(), &interface);
     EXPECT_EQ(interface.createNewZUVMediaProxy("movie"), nullptr);

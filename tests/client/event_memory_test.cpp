@@ -54,7 +54,7 @@ TEST_F(EventMemoryCheck, KeepsAnEarlierMappingWhenTheRegionIsGone) {
 
 TEST_F(EventMemoryCheck, LeavesTheDescriptorOpenWhenTheRegionCannotBeResized) {
     eventRegion().create();
-    eventRegion().resizeFails = true;
+    failEvery(Call::ResizeRegion);
 
     EXPECT_EQ(manager.checkZUVEventMemory(), -1);
 
@@ -67,7 +67,7 @@ TEST_F(EventMemoryCheck, LeavesTheDescriptorOpenWhenTheRegionCannotBeResized) {
 TEST_F(EventMemoryCheck, KeepsAnEarlierMappingWhenTheRegionCannotBeResized) {
     mapRegion();
     const char* mapping = manager.m_eventMemory;
-    eventRegion().resizeFails = true;
+    failNext(Call::ResizeRegion);
 
     EXPECT_EQ(manager.checkZUVEventMemory(), -1);
 
@@ -85,7 +85,7 @@ TEST_F(EventMemoryCheck, TakesDescriptorZeroForASuccess) {
 
 TEST_F(EventMemoryCheck, TakesANullMappingForAFailureAndStoresIt) {
     mapRegion();
-    eventRegion().mapping = EventRegion::Mapping::Null;
+    failEvery(Call::MapRegionToNull);
 
     EXPECT_EQ(manager.checkZUVEventMemory(), -1);
 
@@ -97,7 +97,7 @@ TEST_F(EventMemoryCheck, TakesANullMappingForAFailureAndStoresIt) {
 
 TEST_F(EventMemoryCheck, TakesMapFailedForASuccess) {
     eventRegion().create();
-    eventRegion().mapping = EventRegion::Mapping::Failed;
+    failEvery(Call::MapRegion);
 
     EXPECT_EQ(manager.checkZUVEventMemory(), 0);
 

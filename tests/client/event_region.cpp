@@ -1,5 +1,7 @@
 #include "event_region.h"
 
+#include "failing_calls.h"
+
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -40,11 +42,11 @@ std::size_t EventRegion::size() const {
     return static_cast<std::size_t>(status.st_size);
 }
 
-int EventRegion::open(const char* name, int flags, unsigned mode) {
+int EventRegion::open(const char* name, int flags, unsigned mode, bool fails) {
     journal().add("shm_open " + quoted(name) + (flags == O_RDWR ? " O_RDWR" : " other flags") +
                   (mode == 0666 ? " 0666" : " other mode"));
     onOpen();
-    if (!m_exists) {
+    if (!m_exists || fails) {
         errno = ENOENT;
         return -1;
     }
@@ -117,10 +119,13 @@ using namespace velmora::test;
 extern "C" {
 
 int __wrap_shm_open(const char* name, int flags, mode_t mode) {
-    return eventRegion().open(name, flags, mode);
+    const bool fails = isToFail(Call::OpenRegion);
+    const OwnWork work;
+    return eventRegion().open(name, flags, mode, fails);
 }
 
 int __wrap_shm_unlink(const char* name) {
+    const OwnWork work;
     journal().add("shm_unlink " + quoted(name));
     eventRegion().onUnlink();
     return 0;
@@ -129,8 +134,10 @@ int __wrap_shm_unlink(const char* name) {
 int __wrap_ftruncate(int descriptor, off_t length) {
     if (!eventRegion().owns(descriptor))
         return __real_ftruncate(descriptor, length);
+    const bool fails = isToFail(Call::ResizeRegion);
+    const OwnWork work;
     journal().add("ftruncate " + std::to_string(length));
-    if (!eventRegion().resizeFails)
+    if (!fails)
         return __real_ftruncate(descriptor, length);
     errno = EPERM;
     return -1;
@@ -140,22 +147,22 @@ void* __wrap_mmap(void* address, std::size_t length, int protection, int flags, 
                   off_t offset) {
     if (!eventRegion().owns(descriptor))
         return __real_mmap(address, length, protection, flags, descriptor, offset);
+    const bool failed = isToFail(Call::MapRegion);
+    const bool null = isToFail(Call::MapRegionToNull);
+    const OwnWork work;
     journal().add(std::string("mmap ") + (address == nullptr ? "null " : "address ") +
                   std::to_string(length) + (protection == PROT_READ ? " PROT_READ" : " other protection") +
                   (flags == MAP_SHARED ? " MAP_SHARED " : " other flags ") + std::to_string(offset));
-    switch (eventRegion().mapping) {
-    case EventRegion::Mapping::Null:
-        return nullptr;
-    case EventRegion::Mapping::Failed:
+    if (failed)
         return MAP_FAILED;
-    case EventRegion::Mapping::Real:
-        break;
-    }
+    if (null)
+        return nullptr;
     return __real_mmap(address, length, protection, flags, descriptor, offset);
 }
 
 int __wrap_close(int descriptor) {
     if (eventRegion().owns(descriptor)) {
+        const OwnWork work;
         journal().add("close");
         eventRegion().forget(descriptor);
     }

@@ -16,13 +16,11 @@ inline constexpr std::size_t kRegionSize = 4096;
 
 class EventRegion {
 public:
-    enum class Mapping { Real, Null, Failed };
-
     // The service's side.
 
     /// From here on the object exists, all zero.
     void create();
-    /// From here on opening it fails.
+    /// From here on it does not exist, and opening it fails.
     void remove() { m_exists = false; }
     /// Replaces the whole content; what `text` leaves over is zero.
     void write(const std::string& text);
@@ -32,8 +30,6 @@ public:
 
     // What the script makes of the calls.
 
-    bool resizeFails = false;
-    Mapping mapping = Mapping::Real;
     std::function<void()> onOpen = [] {};
     std::function<void()> onUnlink = [] {};
 
@@ -41,7 +37,7 @@ public:
     std::size_t openDescriptors() const { return m_descriptors.size(); }
 
     // The replaced functions report here.
-    int open(const char* name, int flags, unsigned mode);
+    int open(const char* name, int flags, unsigned mode, bool fails);
     bool owns(int descriptor) const { return m_descriptors.contains(descriptor); }
     void forget(int descriptor) { m_descriptors.erase(descriptor); }
 

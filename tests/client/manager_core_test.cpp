@@ -69,7 +69,7 @@ TEST_F(ManagerSingleton, FailedStartReleasesTheConnectionToo) {
 }
 
 TEST_F(ManagerSingleton, FailedAllocationTriesAgainToo) {
-    failNextNew();
+    failNext(Call::New);
     EXPECT_THROW(ZUVMediaProxyManager::getInstance(), std::bad_alloc);
     EXPECT_JOURNAL();
 
@@ -197,7 +197,7 @@ TEST_F(ModelAccess, IsStoredBeforeItIsInitialized) {
 TEST_F(ModelAccess, ConnectionIsDeletedWhenItsBookkeepingCannotBeAllocated) {
     manager.m_modelAccess.reset();
     journal().clear();
-    bus().onConnectionMade = [] { failNextNew(); };
+    bus().onConnectionMade = [] { failNext(Call::New); };
 
     EXPECT_THROW(manager.createModelAccess(), std::bad_alloc);
 

@@ -220,8 +220,7 @@ TEST_F(NewProxyId, IsNotGivenUpInTheAttemptThatRestarts) {
 
 TEST_F(NewProxyId, TakesAStartThatTheClockDidNotTellForMinusOneSecond) {
     virtualTime().set(nanoseconds(0));
-    virtualTime().breakMonotonicClock();
-    bus().onCommand("create", 1, [](const Strings&) { virtualTime().repairMonotonicClock(); });
+    failNext(Call::ReadClock);
     answerOverBus(2, milliseconds(10), "movie");
 
     EXPECT_EQ(manager.createNewProxyId(), "movie");
@@ -231,7 +230,7 @@ TEST_F(NewProxyId, TakesAStartThatTheClockDidNotTellForMinusOneSecond) {
 
 TEST_F(NewProxyId, TakesARestartThatTheClockDidNotTellForMinusOneSecond) {
     bus().onCommand("create", 1, [](const Strings&) { virtualTime().advance(milliseconds(201)); });
-    bus().onStartService = [] { virtualTime().breakMonotonicClock(); };
+    failNth(Call::ReadClock, 3); // after the start and the first attempt, the restart
 
     EXPECT_EQ(manager.createNewProxyId(), "");
 
@@ -241,7 +240,7 @@ TEST_F(NewProxyId, TakesARestartThatTheClockDidNotTellForMinusOneSecond) {
 }
 
 TEST_F(NewProxyId, NeverRestartsWhileTheClockCannotBeRead) {
-    virtualTime().breakMonotonicClock();
+    failEvery(Call::ReadClock);
     answerOverBus(20, milliseconds(10), "movie");
 
     EXPECT_EQ(manager.createNewProxyId(), "movie");

@@ -327,7 +327,7 @@ TEST_F(Definitions, WhileLevelsAreOffArePassedOn) {
 }
 
 TEST_F(Definitions, LetALockFailureOut) {
-    failNextLock(object->m_mutex);
+    failNext(Call::Lock);
 
     EXPECT_THROW(object->onDefinitionsChanged("text"), std::system_error);
 }

@@ -123,7 +123,7 @@ TEST_P(ObjectOperation, TellsTheManagerWithoutTheLock) {
 }
 
 TEST_P(ObjectOperation, TracesTheWayOutWhenTheLockFails) {
-    failNextLock(object->m_mutex);
+    failNext(Call::Lock);
 
     EXPECT_THROW(call(), std::system_error);
 
@@ -300,7 +300,7 @@ TEST_F(ObjectOperations, SeekDoesNotLookAtTheAdvertisement) {
 }
 
 TEST_F(ObjectOperations, SeekRemembersItsPositionEvenWhenTheLockFails) {
-    failNextLock(object->m_mutex);
+    failNext(Call::Lock);
 
     EXPECT_THROW(object->seek(12.5, ""), std::system_error);
 

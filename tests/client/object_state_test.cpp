@@ -135,7 +135,7 @@ TEST_P(ObjectAccess, TakesTheLockOnce) {
 }
 
 TEST_P(ObjectAccess, LetsALockFailureOut) {
-    failNextLock(object->m_mutex);
+    failNext(Call::Lock);
 
     EXPECT_THROW(GetParam().call(*object), std::system_error);
 }
@@ -353,7 +353,7 @@ TEST_P(ObjectHandler, LogsNothingWhileLevelsAreOff) {
 }
 
 TEST_P(ObjectHandler, LetsALockFailureOut) {
-    failNextLock(object->m_mutex);
+    failNext(Call::Lock);
 
     EXPECT_THROW(GetParam().call(*object), std::system_error);
 }

@@ -113,7 +113,7 @@ TEST_P(PlaybackCommand, BearsTheTimeOfItsRequest) {
 }
 
 TEST_P(PlaybackCommand, IsSentWithANegativeTimeWhileTheClockCannotBeRead) {
-    virtualTime().breakMonotonicClock();
+    failEvery(Call::ReadClock);
 
     callAsynchronous();
 
@@ -246,7 +246,7 @@ TEST_P(PlaybackCommand, SynchronousOneFailsWithoutAccess) {
 
 TEST_P(PlaybackCommand, SynchronousOneIsSentWithANegativeTimeWhileTheClockCannotBeRead) {
     mapRegion();
-    virtualTime().breakMonotonicClock();
+    failEvery(Call::ReadClock);
 
     callSynchronous();
 
@@ -392,7 +392,7 @@ TEST_F(EmptyArguments, AreSentAsEmptyTexts) {
 }
 
 TEST_F(EmptyArguments, LeaveABareSessionWithoutMemoryForItsText) {
-    failNextMalloc(256);
+    failNext(Call::UuidBuffer);
 
     manager.requestRemoteObjectStop("movie", "main_video");
 

@@ -1,5 +1,6 @@
 #include "recording_bus.h"
 
+#include "failing_calls.h"
 #include "topics.h"
 
 #include <filesystem>
@@ -11,6 +12,7 @@ namespace velmora {
 using test::bus;
 using test::busLine;
 using test::journal;
+using test::OwnWork;
 using test::Strings;
 
 IZuvModelAccess::~IZuvModelAccess() = default;
@@ -18,41 +20,48 @@ IZuvModelAccess::~IZuvModelAccess() = default;
 struct ZUVModelAccess::Impl {};
 
 ZUVModelAccess::ZUVModelAccess(ZUVModelAccessClient* client) : m_impl(std::make_unique<Impl>()) {
+    const OwnWork work;
     journal().add(busLine("connection made"));
     bus().setClient(client);
     bus().onConnectionMade();
 }
 
 ZUVModelAccess::~ZUVModelAccess() {
+    const OwnWork work;
     journal().add(busLine("connection deleted"));
     bus().onConnectionDeleted();
 }
 
 int ZUVModelAccess::initialize() {
+    const OwnWork work;
     journal().add(busLine("initialize"));
     bus().onInitialize();
     return bus().result;
 }
 
 int ZUVModelAccess::start() {
+    const OwnWork work;
     journal().add(busLine("start"));
     bus().onStart();
     return bus().result;
 }
 
 int ZUVModelAccess::startService() {
+    const OwnWork work;
     journal().add(busLine("start service"));
     bus().onStartService();
     return bus().result;
 }
 
 int ZUVModelAccess::read(const std::string& topic, Strings& values) {
+    const OwnWork work;
     journal().add(busLine("read " + topic));
     values = bus().topicValue;
     return bus().result;
 }
 
 int ZUVModelAccess::publish(std::string topic, Strings values) {
+    const OwnWork work;
     bus().recordPublish("bus: publish on ", topic, values);
     return bus().result;
 }
@@ -106,31 +115,37 @@ RecordingBus& bus() {
 }
 
 AdoptedConnection::~AdoptedConnection() {
+    const OwnWork work;
     journal().add("adopted bus: connection deleted");
 }
 
 int AdoptedConnection::initialize() {
+    const OwnWork work;
     journal().add("adopted bus: initialize");
     return bus().result;
 }
 
 int AdoptedConnection::start() {
+    const OwnWork work;
     journal().add("adopted bus: start");
     return bus().result;
 }
 
 int AdoptedConnection::startService() {
+    const OwnWork work;
     journal().add("adopted bus: start service");
     return bus().result;
 }
 
 int AdoptedConnection::read(const std::string& topic, Strings& values) {
+    const OwnWork work;
     journal().add("adopted bus: read " + topic);
     values = bus().topicValue;
     return bus().result;
 }
 
 int AdoptedConnection::publish(std::string topic, Strings values) {
+    const OwnWork work;
     bus().recordPublish("adopted bus: publish on ", topic, values);
     return bus().result;
 }

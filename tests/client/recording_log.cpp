@@ -1,6 +1,7 @@
 #include "recording_log.h"
 
 #include "csp_debug.h"
+#include "failing_calls.h"
 #include "journal.h"
 #include "log_line.h"
 
@@ -121,6 +122,7 @@ std::string describeLine(const std::string& level, const std::string& format, co
 using namespace velmora::test;
 
 int cspDebugCheckLevelGetFrameAndChunk(const CspDebugLevel* descriptor) {
+    const OwnWork work;
     const bool wanted = (descriptor->words[0] & 0xFFFF) <= recordingLog().wantedUpTo;
     permittedLevel =
         wanted ? describeLevel(descriptor->words[0], descriptor->words[1], descriptor->words[2]) : "";
@@ -129,6 +131,7 @@ int cspDebugCheckLevelGetFrameAndChunk(const CspDebugLevel* descriptor) {
 }
 
 void cspDebugOutput0(const char* format, ...) {
+    const OwnWork work;
     va_list arguments;
     va_start(arguments, format);
     va_list again;
@@ -143,6 +146,7 @@ void cspDebugOutput0(const char* format, ...) {
 }
 
 const char* blog_base_name(const char* path) {
+    const OwnWork work;
     const char* slash = std::strrchr(path, '/');
     return baseNames().add(slash == nullptr ? path : slash + 1);
 }

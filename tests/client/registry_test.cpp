@@ -241,7 +241,7 @@ INSTANTIATE_TEST_SUITE_P(Bytes, UuidText,
                          caseName);
 
 TEST_F(Identifiers, WithoutMemoryForTheTextAreEmpty) {
-    failNextMalloc(256);
+    failNext(Call::UuidBuffer);
 
     EXPECT_EQ(manager.generateUUID(), "");
 
@@ -250,7 +250,7 @@ TEST_F(Identifiers, WithoutMemoryForTheTextAreEmpty) {
 }
 
 TEST_F(Identifiers, WithoutMemoryASessionIdentifierIsThePrefixAlone) {
-    failNextMalloc(256);
+    failNext(Call::UuidBuffer);
 
     EXPECT_EQ(manager.getNextSessionId(), "ses-");
 

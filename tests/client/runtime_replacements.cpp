@@ -1,5 +1,6 @@
 #include "runtime_replacements.h"
 
+#include "failing_calls.h"
 #include "journal.h"
 
 #include <uuid/uuid.h>
@@ -7,8 +8,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdarg>
-#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <new>
 #include <string_view>
@@ -24,10 +25,11 @@ Uuids uuids = Uuids::Random;
 UuidBytes fixedUuid = {};
 int drawn = 0;
 
-std::size_t mallocSizeToFail = 0;
-bool nextNewFails = false;
+constexpr std::size_t kUuidBufferSize = 256;
+
 std::size_t countedSize = 0;
 std::atomic<int> countedCalls = 0;
+std::atomic<std::size_t> live = 0;
 
 __attribute__((format(printf, 1, 0))) std::string describePrinted(const char* format, va_list arguments) {
     const std::filesystem::path file = va_arg(arguments, const char*);
@@ -60,14 +62,6 @@ std::string sessionId(int nth) {
     return text.data();
 }
 
-void failNextMalloc(std::size_t size) {
-    mallocSizeToFail = size;
-}
-
-void failNextNew() {
-    nextNewFails = true;
-}
-
 void countNew(std::size_t size) {
     countedSize = size;
     countedCalls = 0;
@@ -75,6 +69,10 @@ void countNew(std::size_t size) {
 
 int newCalls() {
     return countedCalls;
+}
+
+std::size_t liveAllocations() {
+    return live;
 }
 
 std::string printedLine(const std::string& file, const std::string& function) {
@@ -103,15 +101,12 @@ void __wrap_uuid_generate(uuid_t bytes) {
 }
 
 void* __wrap_malloc(std::size_t size) {
-    if (size == mallocSizeToFail && size != 0) {
-        mallocSizeToFail = 0;
-        return nullptr;
-    }
-    return __real_malloc(size);
+    return size == kUuidBufferSize && isToFail(Call::UuidBuffer) ? nullptr : __real_malloc(size);
 }
 
 // GoogleTest prints as well; only the client's one line is of interest, without the directories of its file.
 __attribute__((format(printf, 1, 2))) int __wrap_printf(const char* format, ...) {
+    const OwnWork work;
     va_list arguments;
     va_start(arguments, format);
     if (std::string_view(format).find("NotImplemented") != std::string_view::npos)
@@ -125,21 +120,25 @@ __attribute__((format(printf, 1, 2))) int __wrap_printf(const char* format, ...)
 
 } // extern "C"
 
-// operator new, whose name tells how wide its argument is.
-#if SIZE_MAX > UINT32_MAX
-void* realNew(std::size_t size) asm("__real__Znwm");
-void* wrappedNew(std::size_t size) asm("__wrap__Znwm");
-#else
-void* realNew(std::size_t size) asm("__real__Znwj");
-void* wrappedNew(std::size_t size) asm("__wrap__Znwj");
-#endif
-
-void* wrappedNew(std::size_t size) {
-    if (nextNewFails) {
-        nextNewFails = false;
+// Not wrapped but replaced, so that the allocations of shared libraries are seen as well.
+void* operator new(std::size_t size) {
+    if (isToFail(Call::New))
         throw std::bad_alloc();
-    }
-    if (size == countedSize)
+    if (size == countedSize && !isOwnWork())
         ++countedCalls;
-    return realNew(size);
+    void* const memory = __real_malloc(size == 0 ? 1 : size);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    ++live;
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    if (memory != nullptr)
+        --live;
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    operator delete(memory);
 }

@@ -1,5 +1,5 @@
-// What the tests replace of the C and C++ run time and of libuuid at link time: the random bytes, two kinds
-// of allocation that may fail, and printf, whose lines go into the journal too.
+// What the tests replace of the C and C++ run time and of libuuid: at link time the random bytes, malloc, and
+// printf, whose lines go into the journal too; and for the whole process operator new and delete.
 #ifndef RUNTIME_REPLACEMENTS_H
 #define RUNTIME_REPLACEMENTS_H
 
@@ -23,15 +23,12 @@ int uuidsDrawn();
 /// The session identifier that the nth numbered drawing makes.
 std::string sessionId(int nth);
 
-/// Lets the next malloc of this size fail.
-void failNextMalloc(std::size_t size);
-
-/// Lets the next operator new that the client calls fail.
-void failNextNew();
-
 /// From here on counts the operator new calls of this size that the client makes.
 void countNew(std::size_t size);
 int newCalls();
+
+/// What operator new gave out and operator delete has not had back, in the whole process.
+std::size_t liveAllocations();
 
 /// How the pause stub's line reads in the journal.
 std::string printedLine(const std::string& file, const std::string& function);

@@ -1,5 +1,6 @@
 #include "virtual_time.h"
 
+#include "failing_calls.h"
 #include "journal.h"
 
 #include <pthread.h>
@@ -12,6 +13,13 @@
 #include <utility>
 
 namespace velmora::test {
+
+void VirtualTime::begin() {
+    std::lock_guard lock(m_mutex);
+    m_running = true;
+    m_now = kTimeAtBeginning;
+    m_actions.clear();
+}
 
 nanoseconds VirtualTime::now() const {
     std::lock_guard lock(m_mutex);
@@ -75,7 +83,10 @@ VirtualTime& virtualTime() {
 namespace {
 
 using std::chrono::nanoseconds;
+using velmora::test::Call;
+using velmora::test::isToFail;
 using velmora::test::journal;
+using velmora::test::OwnWork;
 using velmora::test::virtualTime;
 
 timespec asTimespec(nanoseconds time) {
@@ -100,10 +111,11 @@ int __real_pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mu
 int __wrap_clock_gettime(clockid_t clock, timespec* time) {
     if (!virtualTime().isRunning() || clock != CLOCK_MONOTONIC)
         return __real_clock_gettime(clock, time);
-    if (virtualTime().isMonotonicClockBroken()) {
+    if (isToFail(Call::ReadClock)) {
         errno = EINVAL;
         return -1;
     }
+    const OwnWork work;
     *time = asTimespec(virtualTime().now());
     return 0;
 }
@@ -111,6 +123,7 @@ int __wrap_clock_gettime(clockid_t clock, timespec* time) {
 int __wrap_usleep(useconds_t duration) {
     if (!virtualTime().isRunning())
         return __real_usleep(duration);
+    const OwnWork work;
     journal().add(velmora::test::slept(std::chrono::microseconds(duration)));
     virtualTime().sleep(std::chrono::microseconds(duration));
     return 0;
@@ -120,6 +133,7 @@ int __wrap_pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mu
                                   const timespec* deadline) {
     if (!virtualTime().isRunning())
         return __real_pthread_cond_clockwait(condition, mutex, clock, deadline);
+    const OwnWork work;
     journal().add(velmora::test::waited(asNanoseconds(*deadline) - virtualTime().now()) +
                   (clock == CLOCK_MONOTONIC ? "" : " of another clock"));
     if (virtualTime().waitsAreReal())
@@ -138,6 +152,7 @@ SteadyTime realSteadyNow() asm("__real__ZNSt6chrono3_V212steady_clock3nowEv");
 SteadyTime wrappedSteadyNow() asm("__wrap__ZNSt6chrono3_V212steady_clock3nowEv");
 
 SteadyTime wrappedSteadyNow() {
+    const OwnWork work;
     return virtualTime().isRunning() ? SteadyTime(virtualTime().now()) : realSteadyNow();
 }
 
@@ -146,6 +161,7 @@ void wrappedNotifyAll(std::condition_variable* condition) asm(
     "__wrap__ZNSt18condition_variable10notify_allEv");
 
 void wrappedNotifyAll(std::condition_variable* condition) {
+    const OwnWork work;
     if (virtualTime().isRunning())
         virtualTime().noteNotification();
     realNotifyAll(condition);

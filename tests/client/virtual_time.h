@@ -26,7 +26,8 @@ class VirtualTime {
 public:
     using Action = std::function<void()>;
 
-    void begin() { m_running = true; }
+    /// Time begins, also anew: nothing of an earlier time is still to happen.
+    void begin();
     void end() { m_running = false; }
     bool isRunning() const { return m_running; }
 
@@ -37,11 +38,6 @@ public:
     /// Runs `action` while a sleep or a wait passes the moment `delay` from now: on the sleeping thread, with
     /// the waiting thread's mutex released, before the sleeper goes on.
     void after(nanoseconds delay, Action action);
-
-    /// Lets clock_gettime fail from here on.
-    void breakMonotonicClock() { m_monotonicClockBroken = true; }
-    void repairMonotonicClock() { m_monotonicClockBroken = false; }
-    bool isMonotonicClockBroken() const { return m_monotonicClockBroken; }
 
     /// Waits end by a real notification of another thread only, never by their deadline, and take no time.
     void waitForRealNotifications() { m_waitsAreReal = true; }
@@ -63,7 +59,6 @@ private:
     bool runNextActionUntil(nanoseconds limit);
 
     bool m_running = false;
-    bool m_monotonicClockBroken = false;
     bool m_waitsAreReal = false;
     mutable std::mutex m_mutex;
     nanoseconds m_now = kTimeAtBeginning;

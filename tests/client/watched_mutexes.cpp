@@ -1,5 +1,6 @@
 #include "watched_mutexes.h"
 
+#include "failing_calls.h"
 #include "journal.h"
 
 #include <pthread.h>
@@ -18,7 +19,6 @@ std::map<const pthread_mutex_t*, std::string>& watchedNames() {
     return names;
 }
 
-const pthread_mutex_t* mutexToFail = nullptr;
 const pthread_mutex_t* mutexToLock = nullptr;
 std::function<void()> actionBeforeLock;
 const pthread_mutex_t* mutexToUnlock = nullptr;
@@ -40,17 +40,20 @@ void afterNextUnlock(std::mutex& mutex, std::function<void()> action) {
     actionAfterUnlock = std::move(action);
 }
 
-void failNextLock(std::mutex& mutex) {
-    mutexToFail = mutex.native_handle();
+bool isHeld(std::mutex& mutex) {
+    return isAnyHeld({&mutex});
 }
 
-bool isHeld(std::mutex& mutex) {
+bool isAnyHeld(const std::vector<std::mutex*>& mutexes) {
     bool held = false;
     // Another thread asks: try_lock by the holder itself is undefined.
     std::thread([&] {
-        held = !mutex.try_lock();
-        if (!held)
-            mutex.unlock();
+        for (std::mutex* const mutex : mutexes) {
+            if (mutex->try_lock())
+                mutex->unlock();
+            else
+                held = true;
+        }
     }).join();
     return held;
 }
@@ -65,10 +68,9 @@ int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
 int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
 
 int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
-    if (mutex == mutexToFail) {
-        mutexToFail = nullptr;
+    if (isToFail(Call::Lock))
         return EINVAL;
-    }
+    const OwnWork work;
     if (mutex == mutexToLock) {
         mutexToLock = nullptr;
         actionBeforeLock();
@@ -80,6 +82,7 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
 }
 
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
+    const OwnWork work;
     if (const auto watched = watchedNames().find(mutex); watched != watchedNames().end())
         journal().add(unlocked(watched->second));
     const int result = __real_pthread_mutex_unlock(mutex);

@@ -1,11 +1,13 @@
-// Mutexes whose locking a test wants to see in the journal, or wants to fail. Replaces pthread_mutex_lock and
-// pthread_mutex_unlock at link time; mutexes that nobody watches are the real thing.
+// Mutexes whose locking a test wants to see in the journal. Replaces pthread_mutex_lock and
+// pthread_mutex_unlock at link time; mutexes that nobody watches are the real
+// thing, but for a lock that is to fail.
 #ifndef WATCHED_MUTEXES_H
 #define WATCHED_MUTEXES_H
 
 #include <functional>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace velmora::test {
 
@@ -18,11 +20,9 @@ void beforeNextLock(std::mutex& mutex, std::function<void()> action);
 /// Runs `action` right after the next unlock of this mutex, on the unlocking thread.
 void afterNextUnlock(std::mutex& mutex, std::function<void()> action);
 
-/// Lets the next lock of this mutex fail, so that std::mutex::lock throws std::system_error.
-void failNextLock(std::mutex& mutex);
-
 /// Whether any thread holds the mutex at this moment.
 bool isHeld(std::mutex& mutex);
+bool isAnyHeld(const std::vector<std::mutex*>& mutexes);
 
 } // namespace velmora::test
 

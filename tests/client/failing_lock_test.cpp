@@ -1,0 +1,19 @@
+// Every lock that an operation takes, the manager's and the proxies', failing once. A wait on the condition
+// variable cannot be among them: when it cannot lock again, the C++ standard ends the process.
+#include "operation_under_test.h"
+
+#include <system_error>
+
+namespace velmora::test {
+namespace {
+
+class FailingLock : public EveryOperation {};
+
+TEST_P(FailingLock, PassesTheErrorAndLeavesNothingBehind) {
+    expectEveryFailureToPass<std::system_error>(Call::Lock);
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, FailingLock, ::testing::ValuesIn(everyOperation()), caseName);
+
+} // namespace
+} // namespace velmora::test
