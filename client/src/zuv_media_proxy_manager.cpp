@@ -29,8 +29,8 @@
 // there the answer's replay takes it on the same thread.
 //
 // Lock order: a proxy object's mutex, then m_mutex (a callback, called with the object's mutex held, may look
-// up a proxy). Taken the other way round only for an object that nobody else knows yet, when it is
-// registered.
+// up a proxy). Never the other way round, not even for an object that nobody else knows yet: checkers of lock
+// orders cannot tell that it is new.
 //
 // No lock, by contract:
 // - m_callback, m_adCallback, m_syncMode, m_eventMemory: set at set-up time, read anywhere; through
@@ -644,17 +644,30 @@ bool ZUVMediaProxyManager::requestCreation(std::unique_lock<std::mutex>& lock, c
     return m_createdObjectIds.size() > known;
 }
 
-std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::createNewZUVMediaProxy() {
-    auto proxy = ZUVMediaProxyObject::create(createNewProxyId());
+void ZUVMediaProxyManager::forgetAnnouncedIds() {
+    m_createdObjectIds.clear();
+}
+
+std::string ZUVMediaProxyManager::newestAnnouncedId() const {
+    return m_createdObjectIds.empty() ? std::string() : m_createdObjectIds.back();
+}
+
+std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::newAnnouncedProxy(const std::string& id) {
+    auto proxy = ZUVMediaProxyObject::create(id);
     cacheProxyObject(proxy);
     return proxy;
 }
 
+std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::createNewZUVMediaProxy() {
+    return newAnnouncedProxy(createNewProxyId());
+}
+
 std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::createNewZUVMediaProxy(std::string id) {
     removeProxyObjectFromCache(id);
-    auto proxy = ZUVMediaProxyObject::create(std::move(id));
+    auto proxy = ZUVMediaProxyObject::create(id);
     std::lock_guard<std::mutex> lock(m_mutex);
-    cacheProxyObject(proxy);
+    // Not cacheProxyObject(), which asks the object: the lock order is the other one.
+    m_proxyObjects.emplace(std::move(id), proxy);
     return proxy;
 }
 
@@ -663,7 +676,7 @@ std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::createNewZUVMediaProx
     storeUnguarded(m_syncMode, true);
     if (checkZUVEventMemory() == -1) {
         ZUV_LOG(kFailure, "service not work,  restart zuv service.\n");
-        m_createdObjectIds.clear();
+        forgetAnnouncedIds();
         requestStartZUVService();
         usleep(kMemorySleepMicroseconds);
     }
@@ -673,7 +686,7 @@ std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::createNewZUVMediaProx
     }
     std::string sessionId = getNextSessionId();
     if (requestCreateRemoteObjectSync(sessionId) == -1) {
-        m_createdObjectIds.clear();
+        forgetAnnouncedIds();
         ZUV_LOG(kFailure, "Wait response timeout for id:%s, restart zuv service.\n", sessionId.c_str());
         requestStartZUVService();
         usleep(kRestartSleepMicroseconds);
@@ -684,11 +697,9 @@ std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::createNewZUVMediaProx
         sessionId = getNextSessionId();
         requestCreateRemoteObjectSync(sessionId);
     }
-    const std::string objectId = m_createdObjectIds.empty() ? std::string() : m_createdObjectIds.back();
+    const std::string objectId = newestAnnouncedId();
     ZUV_LOG(kProgress, "id :%s\n", objectId.c_str());
-    auto proxy = ZUVMediaProxyObject::create(objectId);
-    cacheProxyObject(proxy);
-    return proxy;
+    return newAnnouncedProxy(objectId);
 }
 
 std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::createNewZUVMediaProxySync(std::string id) {

@@ -10,7 +10,7 @@
 // Locks: m_mutex is held only while fields are read or written, and around the handlers; every request of the
 // manager is made without it, since in synchronous mode the request's answer comes back into the handlers on
 // the same thread. The manager's mutex may be taken while m_mutex is held (a callback that looks a proxy up),
-// never the other way round for an object that others can reach.
+// never the other way round.
 
 namespace velmora {
 namespace {
