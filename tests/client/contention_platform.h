@@ -1,0 +1,94 @@
+// A platform for tests in which threads really contend. It puts no thread in an order with another: what
+// happens goes into a record of the thread that it happens on, and threads tell each other by relaxed atomics
+// alone. A lock in here would hide from ThreadSanitizer every lock that the library forgets.
+#ifndef CONTENTION_PLATFORM_H
+#define CONTENTION_PLATFORM_H
+
+#include "zuv_media_proxy.h"
+#include "zuv_model_access.h"
+
+#include <atomic>
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace velmora::test {
+
+using Strings = std::vector<std::string>;
+
+/// What one thread did, and what was done to it.
+struct ThreadRecord {
+    std::vector<Strings> commands; ///< published on the command topic
+    std::size_t neutralEvents = 0; ///< published on the event topic
+    std::vector<Strings> news; ///< calls of the callbacks: "main" or "ad", identifier, what changed, value
+    Strings failures;          ///< lines of the log at the level of failures
+
+    std::size_t commandsNamed(const std::string& name) const;
+    std::size_t newsOf(const std::string& callback, const std::string& changed) const;
+    std::size_t failuresWith(const std::string& text) const;
+};
+
+/// The record of the calling thread.
+ThreadRecord& ownRecord();
+
+/// Counts, and orders nothing else between the threads that count and those that wait.
+class Tally {
+public:
+    void add() { m_count.fetch_add(1, std::memory_order_relaxed); }
+    int count() const { return m_count.load(std::memory_order_relaxed); }
+    void await(int count) const;
+
+private:
+    std::atomic<int> m_count = 0;
+};
+
+using Action = std::function<void()>;
+
+/// Runs `delivery` as the bus's delivery thread and each of `applications` as a thread of the application,
+/// all at once, and returns their records: the delivery thread's first.
+std::vector<ThreadRecord> runTogether(const Action& delivery, const std::vector<Action>& applications);
+
+/// The same for `rounds` rounds: each round begins for all of them at once. So they meet in every round, on a
+/// machine with one processor to spare as well.
+using RoundAction = std::function<void(int round)>;
+std::vector<ThreadRecord> runRounds(int rounds, const RoundAction& delivery,
+                                    const std::vector<RoundAction>& applications);
+
+/// The sum of several threads' records.
+ThreadRecord total(const std::vector<ThreadRecord>& records);
+
+/// What happens meanwhile. Every action runs on the thread that called the platform; set before threads run.
+struct ContentionPlatform {
+    ZUVModelAccessClient* client = nullptr;
+    std::function<void(const Strings& command)> onCommand = [](const Strings&) {};
+    std::function<void(Strings& values)> onRead = [](Strings&) {};
+    Action onStartService = [] {};
+    std::function<void(const std::string& line)> onLine = [](const std::string&) {};
+    std::function<void(const std::string& id)> duringCallback = [](const std::string&) {};
+};
+
+ContentionPlatform& platform();
+
+/// Hands an event to the client, as the delivery thread does.
+void deliver(Strings event);
+
+/// The service's shared memory, which does not exist before the first event is left in it.
+void leaveInMemory(const Strings& event);
+
+// The application's callbacks: they record their calls.
+void recordMainNews(std::string id, std::string changed, std::string value);
+void recordAdNews(std::string id, std::string changed, std::string value);
+
+// The service's events.
+Strings createdEvent(const std::string& id, const std::string& sessionId = "",
+                     const std::string& code = "200");
+Strings startedEvent(const std::string& id, const std::string& url, const std::string& kind = "main_video",
+                     const std::string& sessionId = "");
+Strings definitionEvent(const std::string& id, const std::string& definitions);
+/// "stopped", "seeked", "status".
+Strings plainEvent(const std::string& name, const std::string& id, const std::string& sessionId = "");
+
+} // namespace velmora::test
+
+#endif // CONTENTION_PLATFORM_H
