@@ -314,6 +314,12 @@ int ZUVMediaProxyManager::checkZUVEventMemory() {
     return 0;
 }
 
+// The service writes whenever it likes: only the private copy keeps still while it is parsed.
+std::string ZUVMediaProxyManager::copyEventText(const char* memory) {
+    std::memcpy(m_eventBuffer, memory, kEventMemorySize);
+    return std::string(m_eventBuffer, strnlen(m_eventBuffer, kEventMemorySize));
+}
+
 std::vector<std::string> ZUVMediaProxyManager::readZUVEventMemory() {
     std::vector<std::string> params;
     const char* const memory = loadUnguarded(m_eventMemory);
@@ -321,9 +327,7 @@ std::vector<std::string> ZUVMediaProxyManager::readZUVEventMemory() {
         ZUV_LOG(kProgress, "memory NULL.\n");
         return params;
     }
-    // The service writes whenever it likes: only the private copy keeps still while it is parsed.
-    std::memcpy(m_eventBuffer, memory, kEventMemorySize);
-    const std::string text(m_eventBuffer, strnlen(m_eventBuffer, kEventMemorySize));
+    const std::string text = copyEventText(memory);
     ZUV_LOG(kProgress, "buf: %s\n", text.c_str());
 
     Json::Value root;

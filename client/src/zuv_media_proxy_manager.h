@@ -150,6 +150,7 @@ private:
 
     // Take no lock, by contract. Functions of their own, so that a race detector can be told of these
     // accesses and of no others: tests/tsan.supp knows them by name.
+    std::string copyEventText(const char* memory);
     void forgetAnnouncedIds();
     std::string newestAnnouncedId() const;
     /// Made and registered.

@@ -4,11 +4,13 @@
 #include "topics.h"
 
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -110,8 +112,8 @@ std::size_t ThreadRecord::failuresWith(const std::string& text) const {
 }
 
 void Tally::await(int count) const {
-    while (this->count() < count)
-        std::this_thread::yield();
+    while (__atomic_load_n(&m_count, __ATOMIC_RELAXED) < count)
+        sched_yield();
 }
 
 std::vector<ThreadRecord> runTogether(const Action& delivery, const std::vector<Action>& applications) {

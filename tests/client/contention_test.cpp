@@ -90,6 +90,46 @@ TEST_F(Contention, OneProxySendsEveryCommandOfEveryThreadWhileItsEventsArrive) {
     EXPECT_EQ(proxy->getAdState(), ZUVMediaProxyState::Starting);
 }
 
+// A thread that does one thing only is ordered with the others by that one thing's lock or not at all.
+TEST_F(Contention, OneProxyIsReadByThreadsThatDoNothingElseWhileItsEventsArrive) {
+    const Proxy proxy = startedProxy("movie");
+    proxy->startAd("url", 1);
+    const std::set<std::string> whole = longTexts("local");
+    const auto deliverEvents = [](int i) {
+        deliver(startedEvent("movie", longText("local", i)));
+        deliver(startedEvent("movie", longText("local", i), "advertisement"));
+    };
+    const auto expectWhole = [&](const std::string& url) {
+        if (!url.empty() && !whole.contains(url))
+            ownRecord().failures.push_back("torn: " + url);
+    };
+    const auto changeStates = [&](int) {
+        proxy->start("url", 1);
+        proxy->startAd("url", 1);
+    };
+
+    const ThreadRecord all =
+        total(runRounds(kRounds, deliverEvents,
+                        {changeStates, [&](int) { expectWhole(proxy->localURL()); },
+                         [&](int) { expectWhole(proxy->localAdURL()); },
+                         [&](int) { EXPECT_NE(proxy->getState(), ZUVMediaProxyState::Idle); },
+                         [&](int) { EXPECT_EQ(proxy->getAdState(), ZUVMediaProxyState::Starting); }}));
+
+    EXPECT_EQ(all.failures, Strings());
+    EXPECT_EQ(proxy->localURL(), longText("local", kRounds - 1));
+    EXPECT_EQ(proxy->localAdURL(), longText("local", kRounds - 1));
+}
+
+TEST_F(Contention, OneProxySendsEverySeekOfThreadsThatOnlySeek) {
+    const Proxy proxy = startedProxy("movie");
+    const auto seek = [&](int i) { proxy->seek(i, ""); };
+
+    const ThreadRecord all =
+        total(runRounds(kRounds, [](int) { deliver(plainEvent("seeked", "movie")); }, {seek, seek}));
+
+    EXPECT_EQ(all.commandsNamed("seek"), 2 * kRoundCount);
+}
+
 TEST_F(Contention, OneProxyIsNotifiedOfWholeURLsAndOnceForEachStartAtMost) {
     const Proxy proxy = manager.createNewZUVMediaProxy("movie");
     const std::set<std::string> whole = longTexts("local");
@@ -204,7 +244,11 @@ TEST_F(Contention, AProxyCreatedForAnIdentifierMayLookItselfUpInItsCallback) {
 TEST_F(Contention, AProxyThatIsReplacedLosesNoEventUnnoticedAndEnds) {
     std::vector<std::weak_ptr<ZUVMediaProxyObject>> replaced;
     std::shared_ptr<ZUVMediaProxyObject> last = manager.createNewZUVMediaProxy("movie");
-    const auto deliverEvents = [](int i) { deliver(definitionEvent("movie", longText("definitions", i))); };
+    // The look-up of a stranger passes by the proxy without ever owning a share of it.
+    const auto deliverEvents = [](int i) {
+        deliver(definitionEvent("movie", longText("definitions", i)));
+        deliver(definitionEvent("a stranger", ""));
+    };
     const auto replace = [&](int) {
         replaced.push_back(last);
         last = manager.createNewZUVMediaProxy("movie");
@@ -212,7 +256,8 @@ TEST_F(Contention, AProxyThatIsReplacedLosesNoEventUnnoticedAndEnds) {
 
     const ThreadRecord all = total(runRounds(kRounds, deliverEvents, {replace}));
 
-    EXPECT_EQ(all.failuresWith("Invalid state:0") + all.failuresWith("unable to find object"), kRoundCount);
+    EXPECT_EQ(all.failuresWith("Invalid state:0") + all.failuresWith("unable to find object"),
+              2 * kRoundCount);
     EXPECT_EQ(manager.findObjectById("movie"), last);
     for (const auto& proxy : replaced)
         EXPECT_TRUE(proxy.expired());
@@ -343,6 +388,43 @@ TEST_F(Contention, APreloadsAnswerDeliveredAroundItsStartIsNotifiedWithTheStateT
             ASSERT_EQ(proxy->getState(), ZUVMediaProxyState::Started);
         }
     }
+}
+
+TEST_F(Contention, DefinitionsThatArriveBetweenTheNotificationsOfAPreloadAreTold) {
+    const Proxy proxy = manager.createNewZUVMediaProxy("movie");
+    deliver(startedEvent("movie", "url"));
+    deliver(definitionEvent("movie", longText("early", 0)));
+    Tally urlTold;
+    Tally delivered;
+    platform().duringCallback = [&](const std::string&) {
+        if (ownRecord().news.back()[2] != "url")
+            return;
+        urlTold.add();
+        delivered.await(1);
+    };
+
+    const std::vector<ThreadRecord> records = runTogether(
+        [&] {
+            urlTold.await(1);
+            deliver(definitionEvent("movie", longText("late", 0)));
+            delivered.add();
+        },
+        {[&] { proxy->start("", 0); }});
+
+    EXPECT_EQ(records[1].news, (std::vector<Strings>{{"main", "movie", "url", "url"},
+                                                     {"main", "movie", "definitions", longText("late", 0)}}));
+}
+
+TEST_F(Contention, DefinitionsReadAndDeliveredAtOnceAreToldFromBothSides) {
+    const Proxy proxy = startedProxy("movie");
+    platform().onRead = [](Strings& values) { values = definitionEvent("movie", longText("read", 0)); };
+    const auto deliverEvents = [](int i) { deliver(definitionEvent("movie", longText("delivered", i))); };
+    const auto read = [&](int) { proxy->start("", 0); };
+
+    const std::vector<ThreadRecord> records = runRounds(kRounds, deliverEvents, {read});
+
+    EXPECT_EQ(records[0].newsOf("main", "definitions"), kRoundCount);
+    EXPECT_EQ(records[1].newsOf("main", "definitions"), kRoundCount);
 }
 
 // Synchronous mode
