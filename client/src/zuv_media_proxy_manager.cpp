@@ -34,13 +34,11 @@
 //
 // No lock, by contract:
 // - m_callback, m_adCallback, m_syncMode, m_eventMemory: set at set-up time, read anywhere; through
-// loadUnguarded()
-//   and storeUnguarded(), so that a late setter is no undefined behaviour.
+//   loadUnguarded() and storeUnguarded(), so that a late setter is no undefined behaviour.
 // - m_modelAccess: set by the constructor; m_remoteObjectIds: never changed.
 // - m_eventBuffer: shared by all synchronous requests; m_createdObjectIds in createNewZUVMediaProxySync();
-// the
-//   registration in the two creation forms without identifier. These are open races: applications create
-//   proxies from one thread and make one synchronous request at a time.
+//   the registration in the two creation forms without identifier. These are open races: applications
+//   create proxies from one thread and make one synchronous request at a time.
 
 namespace velmora {
 namespace {
@@ -113,8 +111,7 @@ struct FreeDeleter {
 
 } // namespace
 
-// ---- Life and bus connection
-// ----------------------------------------------------------------------------------------
+// ---- Life and bus connection ----
 
 ZUVMediaProxyManager* ZUVMediaProxyManager::getInstance() {
     static ZUVMediaProxyManager* instance = nullptr;
@@ -169,8 +166,7 @@ bool ZUVMediaProxyManager::inSyncMode() {
     return loadUnguarded(m_syncMode);
 }
 
-// ---- The application's callbacks
-// ------------------------------------------------------------------------------------
+// ---- The application's callbacks ----
 
 void ZUVMediaProxyManager::setZUVCallback(ZUVCallback callback) {
     storeUnguarded(m_callback, callback);
@@ -201,8 +197,7 @@ void ZUVMediaProxyManager::notify(const char* function, ZUVCallback callback, co
     callback(id, changed, std::move(value));
 }
 
-// ---- Registry of proxies and identifiers
-// ----------------------------------------------------------------------------
+// ---- Registry of proxies and identifiers ----
 
 void ZUVMediaProxyManager::cacheProxyObject(std::shared_ptr<ZUVMediaProxyObject> object) {
     m_proxyObjects.emplace(object->id(), object);
@@ -257,8 +252,7 @@ std::string ZUVMediaProxyManager::getNextSessionId() {
     return "ses-" + generateUUID();
 }
 
-// ---- Events
-// ---------------------------------------------------------------------------------------------------------
+// ---- Events ----
 
 void ZUVMediaProxyManager::onZUVEvent(std::vector<std::string>& params) {
     const std::string name = parameterAt(params, EventField::Name);
@@ -355,8 +349,7 @@ std::vector<std::string> ZUVMediaProxyManager::readZUVEvent() {
     return params;
 }
 
-// ---- Commands: the channel
-// ------------------------------------------------------------------------------------------
+// ---- Commands: the channel ----
 
 namespace {
 
@@ -411,8 +404,7 @@ int ZUVMediaProxyManager::waitRequestRemoteObjectCompleted(std::string id, std::
     return 0;
 }
 
-// ---- Commands: playback
-// ---------------------------------------------------------------------------------------------
+// ---- Commands: playback ----
 
 namespace {
 
@@ -533,13 +525,17 @@ bool ZUVMediaProxyManager::requestRemoteObjectPauseSync(const std::string&) {
     return false;
 }
 
-// ---- Commands: inspection and liveness
-// ------------------------------------------------------------------------------
+// ---- Commands: inspection and liveness ----
 
 void ZUVMediaProxyManager::requestRemoteObjectInspect() {
     if (inSyncMode())
         requestRemoteObjectInspectSync();
-    else if (hasModelAccess(__func__))
+    else
+        publishInspection();
+}
+
+void ZUVMediaProxyManager::publishInspection() {
+    if (hasModelAccess("requestRemoteObjectInspect"))
         publishCommand(newCommand("inspect", getNextSessionId()));
 }
 
@@ -564,7 +560,7 @@ bool ZUVMediaProxyManager::checkZUVServiceAlive() {
 
 bool ZUVMediaProxyManager::requestInspection(std::unique_lock<std::mutex>& lock) {
     if (!inSyncMode()) {
-        requestRemoteObjectInspect();
+        publishInspection();
         return false;
     }
     lock.unlock();
@@ -573,16 +569,21 @@ bool ZUVMediaProxyManager::requestInspection(std::unique_lock<std::mutex>& lock)
     return answered;
 }
 
-// ---- Creation
-// -------------------------------------------------------------------------------------------------------
+// ---- Creation ----
 
 void ZUVMediaProxyManager::requestCreateRemoteObject(std::string id) {
-    if (inSyncMode()) {
+    if (inSyncMode())
         requestCreateRemoteObjectSync(std::move(id));
-    } else if (hasModelAccess(__func__)) {
-        ZUV_LOG(kProgress, "Create   RemoteObject.\n");
-        publishCommand(newCommand("create", std::move(id)));
-    }
+    else
+        publishCreation(std::move(id));
+}
+
+void ZUVMediaProxyManager::publishCreation(std::string id) {
+    constexpr const char* operation = "requestCreateRemoteObject";
+    if (!hasModelAccess(operation))
+        return;
+    ZUV_LOG_AS(operation, kProgress, "Create   RemoteObject.\n");
+    publishCommand(newCommand("create", std::move(id)));
 }
 
 int ZUVMediaProxyManager::requestCreateRemoteObjectSync(std::string id) {
@@ -598,8 +599,8 @@ int ZUVMediaProxyManager::requestCreateRemoteObjectSync(std::string id) {
 // creation.
 std::string ZUVMediaProxyManager::createNewProxyId() {
     ZUV_LOG(kProgress, "Enter\n");
-    std::string sessionId =
-        getNextSessionId(); // every attempt draws its own; this one only keeps the sequence
+    // Every attempt draws its own; this one only keeps the sequence of drawings.
+    std::string sessionId = getNextSessionId();
     std::string objectId;
     bool restarted = false;
     double startTime = monotonicSeconds();
@@ -638,12 +639,12 @@ std::string ZUVMediaProxyManager::createNewProxyId() {
 
 bool ZUVMediaProxyManager::requestCreation(std::unique_lock<std::mutex>& lock, const std::string& sessionId) {
     if (!inSyncMode()) {
-        requestCreateRemoteObject(sessionId);
+        publishCreation(sessionId);
         return false;
     }
     const std::size_t known = m_createdObjectIds.size();
     lock.unlock();
-    requestCreateRemoteObject(sessionId);
+    requestCreateRemoteObjectSync(sessionId);
     lock.lock();
     return m_createdObjectIds.size() > known;
 }

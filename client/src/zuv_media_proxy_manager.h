@@ -147,6 +147,10 @@ private:
     /// thread: then it is released meanwhile, and the result says whether the answer came.
     bool requestCreation(std::unique_lock<std::mutex>& lock, const std::string& sessionId);
     bool requestInspection(std::unique_lock<std::mutex>& lock);
+    /// The asynchronous requests, once it is settled that the mode is not synchronous: who holds m_mutex
+    /// looks at the mode once, lest it change in between and the answer be replayed under the lock.
+    void publishCreation(std::string id);
+    void publishInspection();
 
     // Take no lock, by contract. Functions of their own, so that a race detector can be told of these
     // accesses and of no others: tests/tsan.supp knows them by name.

@@ -45,8 +45,7 @@ private:
 
 } // namespace
 
-// ---- Making
-// ---------------------------------------------------------------------------------------------------------
+// ---- Making ----
 
 std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyObject::create(std::string id) {
     return std::shared_ptr<ZUVMediaProxyObject>(new ZUVMediaProxyObject(std::move(id)));
@@ -62,8 +61,7 @@ ZUVMediaProxyObject::ZUVMediaProxyObject(std::string id) {
     m_seekPosition = 0.0;
 }
 
-// ---- What the application reads
-// -------------------------------------------------------------------------------------
+// ---- What the application reads ----
 
 std::string ZUVMediaProxyObject::id() {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -95,8 +93,7 @@ std::string ZUVMediaProxyObject::definitions() {
     return m_definitions;
 }
 
-// ---- What the application asks for
-// ----------------------------------------------------------------------------------
+// ---- What the application asks for ----
 
 void ZUVMediaProxyObject::start(std::string url, int option) {
     ScopeTrace trace(__func__, __FILE__, __LINE__);
@@ -196,8 +193,7 @@ void ZUVMediaProxyObject::readPreloadAnswer(const char* function) {
     onZUVEvent(event);
 }
 
-// ---- What the service says
-// ------------------------------------------------------------------------------------------
+// ---- What the service says ----
 
 void ZUVMediaProxyObject::onZUVEvent(std::vector<std::string>& params) {
     if (parameterAt(params, EventField::ObjectId) != m_id)
