@@ -90,7 +90,7 @@ constexpr int Started = 2;  ///< a successful answer to a start was handled
 ///
 /// Runs on the bus delivery thread or on a thread of the application, with the proxy's lock held: what it
 /// must not do stands at the top of this file.
-typedef void (*ZUVCallback)(std::string id, std::string changed, std::string value);
+using ZUVCallback = void (*)(std::string id, std::string changed, std::string value);
 
 /// One remote media object: a main video, and an advertisement that is played in its breaks.
 ///
@@ -110,7 +110,7 @@ public:
     /// callback.
     static std::shared_ptr<ZUVMediaProxyInterface> getObjectById(std::string id);
 
-    virtual ~ZUVMediaProxyInterface() {}
+    virtual ~ZUVMediaProxyInterface() = default;
 
     /// The identifier that the service gave the remote object, or that the application passed on creation. It
     /// never changes. Empty: the creation got no answer.

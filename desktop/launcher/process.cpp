@@ -25,7 +25,7 @@ constexpr int kNothingInherited = -1;
 enum class Group { callers, own };
 
 std::system_error systemError(int error, const std::string& what) {
-    return std::system_error(error, std::generic_category(), what);
+    return {error, std::generic_category(), what};
 }
 
 std::vector<char*> argumentsOf(const CommandLine& command) {

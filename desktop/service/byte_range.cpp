@@ -16,7 +16,7 @@ std::optional<ByteRange> requestedBytes(const std::vector<std::pair<ssize_t, ssi
         const std::uint64_t length = std::min(static_cast<std::uint64_t>(last), size);
         return ByteRange{size - length, length};
     }
-    const std::uint64_t begin = static_cast<std::uint64_t>(first);
+    const auto begin = static_cast<std::uint64_t>(first);
     const std::uint64_t end = last < 0 ? size : std::min(static_cast<std::uint64_t>(last) + 1, size);
     if (begin >= end)
         return std::nullopt;

@@ -13,7 +13,7 @@ namespace velmora::desktop {
 
 namespace {
 
-constexpr std::size_t kChunkSize = 64 * 1024;
+constexpr std::size_t kChunkSize = std::size_t{64} * 1024;
 
 struct ContentType {
     const char* extension;
