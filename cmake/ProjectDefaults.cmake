@@ -38,7 +38,11 @@ function(zuv_leave_unoptimized source)
     set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS -O0)
 endfunction()
 
-add_link_options(-Wl,--as-needed -Wl,-z,defs)
+add_link_options(-Wl,--as-needed)
+# clang links a sanitizer's runtime into programs only; shared objects find it there.
+if(NOT (ZUV_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL Clang))
+    add_link_options(-Wl,-z,defs)
+endif()
 
 if(ZUV_SANITIZE)
     add_compile_options(-fsanitize=${ZUV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
