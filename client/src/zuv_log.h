@@ -6,7 +6,7 @@
 
 namespace velmora {
 
-constexpr CspDebugLevel logLevel(uint32_t level) {
+consteval CspDebugLevel logLevel(uint32_t level) {
     constexpr uint32_t module = 0x5F;
     return {{module << 16 | level, 0, 0}};
 }
@@ -18,9 +18,10 @@ inline constexpr CspDebugLevel kDump = logLevel(5000);
 
 } // namespace velmora
 
-/// Puts out a line of the operation that it stands in: file, line and function are those of the place of use,
-/// which is why this is a macro. `text` is a literal with its line end; its arguments follow.
-#define ZUV_LOG(level, text, ...) ZUV_LOG_AS(__func__, level, text __VA_OPT__(, ) __VA_ARGS__)
+/// ZUV_LOG(level, text, ...) puts out a line of the operation that it stands in: file, line and function are
+/// those of the place of use, which is why this is a macro. `text` is a literal with its line end; its
+/// arguments follow.
+#define ZUV_LOG(level, ...) ZUV_LOG_AS(__func__, level, __VA_ARGS__)
 
 /// The same for a helper that logs in the name of the operation `function` that called it.
 #define ZUV_LOG_AS(function, level, text, ...)                                                               \
