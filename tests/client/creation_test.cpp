@@ -92,6 +92,18 @@ TEST_F(NewProxyForIdentifier, SendsNothing) {
                    unlocked("manager"));
 }
 
+TEST_F(NewProxyForIdentifier, IsRegisteredOnlyWhenItHasTheLock) {
+    const std::shared_ptr<ZUVMediaProxyObject> other = ZUVMediaProxyObject::create("movie");
+    afterNextUnlock(manager.m_mutex, [&] {
+        beforeNextLock(manager.m_mutex, [&] { manager.m_proxyObjects.emplace("movie", other); });
+    });
+
+    const std::shared_ptr<ZUVMediaProxyObject> proxy = manager.createNewZUVMediaProxy("movie");
+
+    EXPECT_NE(proxy, other);
+    EXPECT_EQ(manager.m_proxyObjects.at("movie"), other);
+}
+
 TEST_F(NewProxyForIdentifier, ReplacesAnEarlierOne) {
     const std::shared_ptr<ZUVMediaProxyObject> first = manager.createNewZUVMediaProxy("movie");
     journal().clear();
@@ -369,6 +381,16 @@ TEST_F(NewSyncProxy, WaitsASecondTimeForTheRegionAndChecksOnceMore) {
                                  answeredSyncCreate(sessionId(1), "movie"),
                                  answeredSyncCreate(sessionId(1), "movie"),
                                  finished("movie")}));
+}
+
+TEST_F(NewSyncProxy, DrawsItsSessionBehindTheWaitsForTheRegion) {
+    eventRegion().remove();
+    int drawn = -1;
+    virtualTime().after(milliseconds(1500), [&] { drawn = uuidsDrawn(); });
+
+    manager.createNewZUVMediaProxySync();
+
+    EXPECT_EQ(drawn, 0);
 }
 
 TEST_F(NewSyncProxy, WaitsForARegionThatIsLostBetweenTheChecks) {

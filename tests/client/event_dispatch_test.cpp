@@ -40,6 +40,14 @@ TEST_F(CreatedEvent, LogsFirstThenAppendsAndNotifiesUnderTheLock) {
                    unlocked("manager"));
 }
 
+TEST_F(CreatedEvent, AppendsOnlyWhenItHasTheLock) {
+    beforeNextLock(manager.m_mutex, [this] { manager.m_createdObjectIds.push_back("earlier"); });
+
+    dispatch({"created", "200", "session", "movie"});
+
+    EXPECT_EQ(manager.m_createdObjectIds, (Strings{"earlier", "movie"}));
+}
+
 TEST_F(CreatedEvent, TwiceForOneObjectAppendsAndNotifiesTwice) {
     dispatch({"created", "200", "session", "movie"});
     dispatch({"created", "200", "session", "movie"});

@@ -132,7 +132,8 @@ int __wrap_shm_unlink(const char* name) {
 }
 
 int __wrap_ftruncate(int descriptor, off_t length) {
-    if (!eventRegion().owns(descriptor))
+    const bool noRegion = descriptor < 0; // only the client would try
+    if (!eventRegion().owns(descriptor) && !noRegion)
         return __real_ftruncate(descriptor, length);
     const bool fails = isToFail(Call::ResizeRegion);
     const OwnWork work;

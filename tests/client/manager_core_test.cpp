@@ -399,6 +399,17 @@ TEST_F(ManagerDestruction, LeavesSynchronousModeAfterItsLineAndBeforeItUnlinks) 
     EXPECT_FALSE(syncModeAtUnlink);
 }
 
+TEST_F(ManagerDestruction, LogsBeforeItLeavesSynchronousMode) {
+    auto* manager = new ZUVMediaProxyManager();
+    manager->m_syncMode = true;
+    bool syncModeAtLine = false;
+    recordingLog().onLine = [&](const std::string&) { syncModeAtLine = manager->m_syncMode; };
+
+    delete manager;
+
+    EXPECT_TRUE(syncModeAtLine);
+}
+
 TEST_F(ManagerDestruction, ReleasesTheConnectionBeforeTheRegistry) {
     auto* manager = new ZUVMediaProxyManager();
     std::size_t registeredWhenDeleted = 0;

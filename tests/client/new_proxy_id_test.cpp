@@ -48,6 +48,19 @@ TEST_F(NewProxyId, IsTheOneThatTheServiceAnnouncesInTime) {
     EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(50));
 }
 
+TEST_F(NewProxyId, DrawsEachSessionBehindTheLineThatBegins) {
+    answerOverBus(1, milliseconds(50), "movie");
+    std::vector<int> drawnAtLines;
+    recordingLog().onLine = [&](const std::string&) { drawnAtLines.push_back(uuidsDrawn()); };
+
+    manager.createNewProxyId();
+
+    ASSERT_GE(drawnAtLines.size(), 3u);
+    EXPECT_EQ(drawnAtLines[0], 0); // "Enter"
+    EXPECT_EQ(drawnAtLines[1], 1); // "enter"
+    EXPECT_EQ(drawnAtLines[2], 2);
+}
+
 TEST_F(NewProxyId, HoldsTheLockExceptWhileItWaits) {
     answerOverBus(1, milliseconds(50), "movie");
     watch(manager.m_mutex, "manager");

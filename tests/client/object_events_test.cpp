@@ -326,6 +326,15 @@ TEST_F(Definitions, WhileLevelsAreOffArePassedOn) {
     EXPECT_JOURNAL(calledBack("main", "movie", "definitions", "text"));
 }
 
+TEST_F(Definitions, LookAtTheStateBehindTheirOwnLock) {
+    object->m_state = 0;
+    afterNextUnlock(object->m_mutex, [this] { object->m_state = 1; });
+
+    object->onDefinitionsChanged("text");
+
+    EXPECT_EQ(journal().count(calledBack("main", "movie", "definitions", "text")), 1u);
+}
+
 TEST_F(Definitions, LetALockFailureOut) {
     failNext(Call::Lock);
 

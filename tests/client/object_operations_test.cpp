@@ -131,6 +131,21 @@ TEST_P(ObjectOperation, TracesTheWayOutWhenTheLockFails) {
     EXPECT_EQ(journal().lines().back(), traceOut(GetParam().function));
 }
 
+TEST_P(ObjectOperation, ChangesNoStateAndNoUrlWhenTheLockFails) {
+    object->m_state = 2;
+    object->m_adState = 2;
+    object->m_localURL = "url";
+    object->m_localAdURL = "ad url";
+    failNext(Call::Lock);
+
+    EXPECT_THROW(call(), std::system_error);
+
+    EXPECT_EQ(object->m_state, 2);
+    EXPECT_EQ(object->m_adState, 2);
+    EXPECT_EQ(object->m_localURL, "url");
+    EXPECT_EQ(object->m_localAdURL, "ad url");
+}
+
 TEST_P(ObjectOperation, EndsTheProcessWhenTheLogThrowsOnTheWayOut) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto callWithThrowingLog = [&] {
@@ -291,12 +306,37 @@ TEST_F(ObjectOperations, SeekReadsTheStateUnderTheLockAgain) {
                    unlocked("object"), traceOut("seek"));
 }
 
+TEST_F(ObjectOperations, StartThatSendsDoesNotLookAtTheUrl) {
+    watch(object->m_mutex, "object");
+
+    object->start("url", 1);
+
+    EXPECT_EQ(journal().count(locked("object")), 1u);
+}
+
+TEST_F(ObjectOperations, StartAdThatSendsDoesNotLookAtTheUrl) {
+    watch(object->m_mutex, "object");
+
+    object->startAd("url", 1);
+
+    EXPECT_EQ(journal().count(locked("object")), 1u);
+}
+
 TEST_F(ObjectOperations, SeekDoesNotLookAtTheAdvertisement) {
     object->m_adState = 1;
 
     object->seek(1.0, "");
 
     EXPECT_EQ(bus().commandCount("seek"), 0);
+}
+
+TEST_F(ObjectOperations, SeekIsTracedBeforeItRemembersItsPosition) {
+    std::vector<double> positions;
+    recordingLog().onLine = [&](const std::string&) { positions.push_back(object->m_seekPosition); };
+
+    object->seek(12.5, "");
+
+    EXPECT_EQ(positions, (std::vector<double>{0.0, 12.5}));
 }
 
 TEST_F(ObjectOperations, SeekRemembersItsPositionEvenWhenTheLockFails) {

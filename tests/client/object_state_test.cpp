@@ -352,10 +352,21 @@ TEST_P(ObjectHandler, LogsNothingWhileLevelsAreOff) {
     EXPECT_TRUE(journal().linesOf("log").empty());
 }
 
-TEST_P(ObjectHandler, LetsALockFailureOut) {
+TEST_P(ObjectHandler, LetsALockFailureOutAndChangesAndLogsNothing) {
+    object->m_state = 1;
+    object->m_adState = 1;
+    object->m_localURL = "old url";
+    object->m_localAdURL = "old ad url";
+    journal().clear();
     failNext(Call::Lock);
 
     EXPECT_THROW(GetParam().call(*object), std::system_error);
+
+    EXPECT_EQ(object->m_state, 1);
+    EXPECT_EQ(object->m_adState, 1);
+    EXPECT_EQ(object->m_localURL, "old url");
+    EXPECT_EQ(object->m_localAdURL, "old ad url");
+    EXPECT_JOURNAL();
 }
 
 TEST_P(ObjectHandler, ReleasesTheLockWhenTheLogThrows) {

@@ -79,6 +79,13 @@ TEST_F(Registry, LooksUpUnderTheLockAndSharesTheObject) {
     EXPECT_JOURNAL(locked("manager"), unlocked("manager"));
 }
 
+TEST_F(Registry, LooksUpOnlyWhenItHasTheLock) {
+    const auto object = ZUVMediaProxyObject::create("movie");
+    beforeNextLock(manager.m_mutex, [&] { manager.m_proxyObjects.emplace("movie", object); });
+
+    EXPECT_EQ(manager.findProxyObjectFromCache("movie"), object);
+}
+
 TEST_F(Registry, FindsNothingThatWasNeverRegistered) {
     watch(manager.m_mutex, "manager");
 
@@ -239,6 +246,14 @@ INSTANTIATE_TEST_SUITE_P(Bytes, UuidText,
                                                      0x92, 0xA3, 0xB4, 0xC5, 0xD6, 0xE7, 0xF8},
                                                     "B0A09080-D0C0-F0E0-8192A3B4C5D6E7F8"}),
                          caseName);
+
+TEST_F(Identifiers, GiveTheMemoryOfTheirTextBack) {
+    const std::size_t liveBefore = liveAllocations();
+
+    manager.generateUUID();
+
+    EXPECT_EQ(liveAllocations(), liveBefore);
+}
 
 TEST_F(Identifiers, WithoutMemoryForTheTextAreEmpty) {
     failNext(Call::UuidBuffer);

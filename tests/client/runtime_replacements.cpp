@@ -26,10 +26,10 @@ UuidBytes fixedUuid = {};
 int drawn = 0;
 
 constexpr std::size_t kUuidBufferSize = 256;
-
 std::size_t countedSize = 0;
 std::atomic<int> countedCalls = 0;
 std::atomic<std::size_t> live = 0;
+std::atomic<void*> uuidBuffer = nullptr;
 
 __attribute__((format(printf, 1, 0))) std::string describePrinted(const char* format, va_list arguments) {
     const std::filesystem::path file = va_arg(arguments, const char*);
@@ -87,6 +87,7 @@ extern "C" {
 
 void __real_uuid_generate(uuid_t bytes);
 void* __real_malloc(std::size_t size);
+void __real_free(void* memory);
 
 void __wrap_uuid_generate(uuid_t bytes) {
     if (uuids == Uuids::Random) {
@@ -101,7 +102,18 @@ void __wrap_uuid_generate(uuid_t bytes) {
 }
 
 void* __wrap_malloc(std::size_t size) {
-    return size == kUuidBufferSize && isToFail(Call::UuidBuffer) ? nullptr : __real_malloc(size);
+    if (size != kUuidBufferSize)
+        return __real_malloc(size);
+    if (isToFail(Call::UuidBuffer))
+        return nullptr;
+    ++live;
+    return uuidBuffer = __real_malloc(size);
+}
+
+void __wrap_free(void* memory) {
+    if (void* text = memory; text != nullptr && uuidBuffer.compare_exchange_strong(text, nullptr))
+        --live;
+    __real_free(memory);
 }
 
 // GoogleTest prints as well; only the client's one line is of interest, without the directories of its file.

@@ -27,7 +27,7 @@ std::string sessionId(int nth);
 void countNew(std::size_t size);
 int newCalls();
 
-/// What operator new gave out and operator delete has not had back, in the whole process.
+/// What operator new, and malloc for a UUID's text, gave out and has not come back, in the whole process.
 std::size_t liveAllocations();
 
 /// How the pause stub's line reads in the journal.

@@ -19,10 +19,25 @@ std::map<const pthread_mutex_t*, std::string>& watchedNames() {
     return names;
 }
 
-const pthread_mutex_t* mutexToLock = nullptr;
-std::function<void()> actionBeforeLock;
-const pthread_mutex_t* mutexToUnlock = nullptr;
-std::function<void()> actionAfterUnlock;
+struct Hook {
+    const pthread_mutex_t* mutex = nullptr;
+    std::function<void()> action;
+
+    void set(std::mutex& watched, std::function<void()> toDo) {
+        mutex = watched.native_handle();
+        action = std::move(toDo);
+    }
+
+    void reached(const pthread_mutex_t* reachedMutex) {
+        if (reachedMutex != mutex)
+            return;
+        mutex = nullptr;
+        action();
+    }
+};
+
+Hook beforeLock;
+Hook afterUnlock;
 
 } // namespace
 
@@ -31,13 +46,11 @@ void watch(std::mutex& mutex, const std::string& name) {
 }
 
 void beforeNextLock(std::mutex& mutex, std::function<void()> action) {
-    mutexToLock = mutex.native_handle();
-    actionBeforeLock = std::move(action);
+    beforeLock.set(mutex, std::move(action));
 }
 
 void afterNextUnlock(std::mutex& mutex, std::function<void()> action) {
-    mutexToUnlock = mutex.native_handle();
-    actionAfterUnlock = std::move(action);
+    afterUnlock.set(mutex, std::move(action));
 }
 
 bool isHeld(std::mutex& mutex) {
@@ -71,10 +84,7 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
     if (isToFail(Call::Lock))
         return EINVAL;
     const OwnWork work;
-    if (mutex == mutexToLock) {
-        mutexToLock = nullptr;
-        actionBeforeLock();
-    }
+    beforeLock.reached(mutex);
     const int result = __real_pthread_mutex_lock(mutex);
     if (const auto watched = watchedNames().find(mutex); watched != watchedNames().end())
         journal().add(locked(watched->second));
@@ -86,10 +96,7 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
     if (const auto watched = watchedNames().find(mutex); watched != watchedNames().end())
         journal().add(unlocked(watched->second));
     const int result = __real_pthread_mutex_unlock(mutex);
-    if (mutex == mutexToUnlock) {
-        mutexToUnlock = nullptr;
-        actionAfterUnlock();
-    }
+    afterUnlock.reached(mutex);
     return result;
 }
 

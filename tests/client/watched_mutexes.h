@@ -14,7 +14,8 @@ namespace velmora::test {
 /// From here on the journal tells of this mutex. Not to be called while another thread runs.
 void watch(std::mutex& mutex, const std::string& name);
 
-/// Runs `action` right before the next lock of this mutex, on the locking thread.
+/// Runs `action` right before the next lock of this mutex, on the locking thread: what another thread did
+/// that held the mutex until then.
 void beforeNextLock(std::mutex& mutex, std::function<void()> action);
 
 /// Runs `action` right after the next unlock of this mutex, on the unlocking thread.
