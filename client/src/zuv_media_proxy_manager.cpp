@@ -311,7 +311,7 @@ int ZUVMediaProxyManager::checkZUVEventMemory() {
 // The service writes whenever it likes: only the private copy keeps still while it is parsed.
 std::string ZUVMediaProxyManager::copyEventText(const char* memory) {
     std::memcpy(m_eventBuffer, memory, kEventMemorySize);
-    return std::string(m_eventBuffer, strnlen(m_eventBuffer, kEventMemorySize));
+    return {m_eventBuffer, strnlen(m_eventBuffer, kEventMemorySize)};
 }
 
 std::vector<std::string> ZUVMediaProxyManager::readZUVEventMemory() {

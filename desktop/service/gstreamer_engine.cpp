@@ -84,9 +84,8 @@ CommandFailure failureOf(GstMessage* message) {
     const std::string_view text(debug == nullptr ? "" : debug);
     const std::size_t reason = text.rfind('\n');
     if (reason == std::string_view::npos)
-        return CommandFailure(resultCode(*error), error->message);
-    return CommandFailure(resultCode(*error),
-                          fmt::format("{} ({})", error->message, text.substr(reason + 1)));
+        return {resultCode(*error), error->message};
+    return {resultCode(*error), fmt::format("{} ({})", error->message, text.substr(reason + 1))};
 }
 
 class GstreamerPlayback final : public MediaPlayback {

@@ -3,7 +3,7 @@
 #include <utility>
 
 NewsQueue& NewsQueue::instance() {
-    static NewsQueue* const queue = new NewsQueue();
+    static auto* const queue = new NewsQueue();
     return *queue;
 }
 
