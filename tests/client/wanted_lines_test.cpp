@@ -52,5 +52,55 @@ INSTANTIATE_TEST_SUITE_P(Operations, WantedLines,
                                     std::to_string(std::get<1>(wanted.param));
                          });
 
+// What stands outside the table: how the library's parts are made and end, and what the platform refuses.
+class UnwantedLine : public ManagerTest {
+protected:
+    UnwantedLine() { recordingLog().wantedUpTo = kNone; }
+    ~UnwantedLine() override { EXPECT_TRUE(journal().linesOf("log").empty()); }
+};
+
+TEST_F(UnwantedLine, OfTheEntryPointStaysAway) {
+    EXPECT_NE(requestZUVMediaProxy(), nullptr);
+}
+
+TEST_F(UnwantedLine, OfAnInterfaceWithoutManagerStaysAway) {
+    managerToGive = nullptr;
+
+    EXPECT_EQ(ZUVMediaProxyManagerInterfaceImpl().createNewZUVMediaProxy(), nullptr);
+
+    managerToGive.reset();
+}
+
+TEST_F(UnwantedLine, OfAManagersEndStaysAway) {
+    ZUVMediaProxyManager();
+
+    EXPECT_EQ(journal().count(unlinked()), 1u);
+}
+
+TEST_F(UnwantedLine, OfARequestWithoutAccessStaysAway) {
+    loseAccess();
+
+    EXPECT_EQ(manager.requestRemoteObjectInspectSync(), -1);
+}
+
+TEST_F(UnwantedLine, OfAServiceStartWithoutAccessStaysAway) {
+    manager.m_modelAccess.reset();
+
+    manager.requestStartZUVService();
+}
+
+TEST_F(UnwantedLine, OfAUuidWithoutMemoryStaysAway) {
+    failNext(Call::UuidBuffer);
+
+    EXPECT_EQ(manager.generateUUID(), "");
+}
+
+TEST_F(UnwantedLine, OfARegionThatIsMappedToNullStaysAway) {
+    eventRegion().create();
+    failNext(Call::MapRegionToNull);
+
+    EXPECT_EQ(manager.checkZUVEventMemory(), -1);
+}
+
 } // namespace
 } // namespace velmora::test
