@@ -41,10 +41,9 @@
 //   No threads, signal handlers, environment variables, files or exit handlers of its own; the platform's bus
 //   connection, made by the first call, may have a delivery thread. The first call creates objects that live
 //   until the process ends. Each call of createNewZUVMediaProxySync() maps the service's 4096-byte
-//   shared-memory object
-//   "/ZUV_PROXY" for reading and never unmaps it. Every proxy stays registered, and so alive, for the life of
-//   the process, also when the application has let go of it; a proxy for a given identifier is replaced only
-//   by a newer one for the same identifier. dlclose() leaves the library loaded.
+//   shared-memory object "/ZUV_PROXY" for reading and never unmaps it. Every proxy stays registered, and so
+//   alive, for the life of the process, also when the application has let go of it; a proxy for a given
+//   identifier is replaced only by a newer one for the same identifier. dlclose() leaves the library loaded.
 //
 // FAILURES
 //   Nothing here reports an error by exception or result code. A creation that failed gives a proxy whose
