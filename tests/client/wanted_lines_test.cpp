@@ -95,6 +95,12 @@ TEST_F(UnwantedLine, OfAUuidWithoutMemoryStaysAway) {
     EXPECT_EQ(manager.generateUUID(), "");
 }
 
+TEST_F(UnwantedLine, OfAMissingRegionStaysAway) {
+    EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "");
+
+    EXPECT_EQ(bus().commandCount("create"), 3);
+}
+
 TEST_F(UnwantedLine, OfARegionThatIsMappedToNullStaysAway) {
     eventRegion().create();
     failNext(Call::MapRegionToNull);
