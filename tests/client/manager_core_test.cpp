@@ -103,7 +103,7 @@ class UsedMemory {
 public:
     template <typename... Arguments>
     explicit UsedMemory(Arguments... arguments) {
-        std::ranges::fill(m_memory, std::byte(0xAA));
+        std::ranges::fill(m_memory, std::byte(1)); // a bool of any other value may read as either
         m_manager = new (m_memory) ZUVMediaProxyManager(arguments...);
     }
     ~UsedMemory() { m_manager->~ZUVMediaProxyManager(); }
