@@ -1,0 +1,29 @@
+# What `cmake --install` puts in place besides the targets, which their own folders install. The components:
+#   runtime      the client library as programs load it
+#   development  what a program is built with: headers, the link to the library, the CMake package, documents
+#   desktop      the desktop platform: its library, its programs, the examples
+# Unless ZUV_PLATFORM_LIBRARY named another platform, the client library loads only where the desktop component is, too.
+include(CMakePackageConfigHelpers)
+
+set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/zuv_media_proxy)
+
+configure_package_config_file(cmake/zuv_media_proxy-config.cmake.in zuv_media_proxy-config.cmake
+    INSTALL_DESTINATION ${package_folder}
+    NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(zuv_media_proxy-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+    ${CMAKE_CURRENT_BINARY_DIR}/zuv_media_proxy-config.cmake
+    ${CMAKE_CURRENT_BINARY_DIR}/zuv_media_proxy-config-version.cmake
+    DESTINATION ${package_folder} COMPONENT development)
+
+# One set of targets for each component that can be missing.
+install(EXPORT zuv_media_proxy-targets NAMESPACE zuv::
+    DESTINATION ${package_folder} COMPONENT development)
+if(ZUV_BUILD_DESKTOP)
+    install(EXPORT zuv_media_proxy-desktop-targets NAMESPACE zuv::
+        DESTINATION ${package_folder} COMPONENT desktop)
+endif()
+
+install(FILES LICENSE CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
+    FILES_MATCHING PATTERN "*.md")
