@@ -1,6 +1,7 @@
 // zuv-desktop: runs a command with the desktop platform around it.
 #include "desktop_log.h"
 #include "private_bus.h"
+#include "scenario_files.h"
 #include "supervision.h"
 
 #include <CLI/CLI.hpp>
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <string>
 #include <string_view>
 #include <system_error>
 
@@ -23,6 +25,8 @@ constexpr int kCommandNotStarted = 127;
 
 struct RunOptions {
     bool privateShm = false;
+    std::string engine;
+    std::string scenario;
     CommandLine command;
 };
 
@@ -41,8 +45,29 @@ int runCommand(const CommandLine& command, const Supervision& supervision) {
     return supervision.untilEndOf(process);
 }
 
+/// The bus starts the service without arguments: what is to be told to it goes by the environment.
+void tellService(const RunOptions& options) {
+    if (!options.engine.empty())
+        setenv("ZUV_SERVICE_ENGINE", options.engine.c_str(), 1);
+    if (options.scenario.empty())
+        return;
+    const std::filesystem::path file = scenarioFile(options.scenario);
+    loadScenario(file); // what is wrong with it is said now, and not when the service is first asked for
+    setenv("ZUV_SERVICE_SCENARIO", file.c_str(), 1);
+}
+
+int listScenarios() {
+    try {
+        std::fputs(scenarioList().c_str(), stdout);
+        return EXIT_SUCCESS;
+    } catch (const std::exception& error) {
+        return complain(error, kOwnFailure);
+    }
+}
+
 int run(const RunOptions& options) {
     try {
+        tellService(options);
         if (options.privateShm)
             enterPrivateShm();
         const Supervision supervision;
@@ -63,20 +88,34 @@ int main(int argc, char** argv) {
     char** const separator = std::find(argv, end, std::string_view("--"));
 
     CLI::App app("The desktop platform of the media proxy: what stands in for the device.");
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
+    bool listing = false;
+    app.add_flag("--list-scenarios", listing, "Explain the scenarios that come with the desktop platform");
     RunOptions options;
     CLI::App* runApp =
         app.add_subcommand("run", "Runs a command with the desktop platform around it: run -- COMMAND ...");
     runApp->add_flag("--private-shm", options.privateShm,
                      "Give the command and the service a /dev/shm of their own");
+    runApp
+        ->add_option("--engine", options.engine,
+                     "What plays the service's media: gstreamer, or simulated, which plays whatever exists "
+                     "without looking at it")
+        ->check(CLI::IsMember({"gstreamer", "simulated"}));
+    runApp->add_option("--scenario", options.scenario,
+                       "Have the service misbehave on purpose: a scenario's file, or the name of one of "
+                       "--list-scenarios");
     runApp->footer(
         "COMMAND, everything behind --, runs on a bus of its own with the media service and the keeper\n"
         "behind it. They start when they are first asked for and end with the command. SIGINT, SIGTERM\n"
         "and SIGHUP are passed on to the command.\n"
         "Exits with the command's status; with 128 + n when signal n killed it, with 127 when it could\n"
-        "not be started, with 125 when the bus could not.");
+        "not be started, with 125 when the bus could not or the scenario is not valid.");
     CLI11_PARSE(app, static_cast<int>(separator - argv), argv);
 
+    if (listing)
+        return listScenarios();
+    if (!runApp->parsed())
+        return app.exit(CLI::RequiredError::Subcommand(1));
     options.command.assign(std::min(separator + 1, end), end);
     if (options.command.empty())
         return app.exit(CLI::RequiredError("-- COMMAND"));

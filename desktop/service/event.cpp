@@ -49,6 +49,7 @@ Event answerTo(const Command& command) {
     event.objectId = command.objectId;
     event.detail = "OK";
     event.kind = command.kind;
+    event.command = command.name;
     return event;
 }
 

@@ -5,6 +5,7 @@
 #include "result_code.h"
 
 #include <exception>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@ struct Event {
     std::string definitions; ///< the medium's qualities, see definitions.h
     std::string detail;      ///< for people
     std::string kind;
+    std::optional<CommandName> command; ///< that this answers; none for news. Goes nowhere.
 };
 
 /// The successful answer to a command, without what only carrying it out can tell.

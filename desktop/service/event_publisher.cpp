@@ -1,5 +1,7 @@
 #include "event_publisher.h"
 
+#include "delivery.h"
+
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
@@ -8,8 +10,16 @@
 
 namespace velmora::desktop {
 
-EventPublisher::EventPublisher(sd_event* loop, EventRegion& region, Send send)
-    : m_region(region), m_send(std::move(send)), m_tasks(loop) {
+EventPublisher::EventPublisher(sd_event* loop, EventRegion& region, Send send, Scenario scenario,
+                               Perform perform)
+    : m_region(region), m_send(std::move(send)),
+      m_player(loop, std::move(scenario),
+               {[this](const Event& answer, const Delivery& delivery) {
+                    deliver(answer, delivery);
+                    m_lastAnswer = Clock::now();
+                },
+                std::move(perform)}),
+      m_tasks(loop) {
     sd_event_source* timer = nullptr;
     requireSuccess(sd_event_add_time(loop, &timer, CLOCK_MONOTONIC, 0, 1, onTimer, this),
                    "cannot make a timer");
@@ -18,10 +28,7 @@ EventPublisher::EventPublisher(sd_event* loop, EventRegion& region, Send send)
 }
 
 void EventPublisher::publish(Event event) {
-    m_tasks.post([this, event = std::move(event)] {
-        write(event);
-        m_lastAnswer = Clock::now();
-    });
+    m_tasks.post([this, event = std::move(event)] { m_player.play(event); });
 }
 
 void EventPublisher::publishLater(Event event, std::weak_ptr<const void> subject) {
@@ -40,7 +47,7 @@ void EventPublisher::publishDueNews() {
     const Clock::time_point now = Clock::now();
     while (!m_news.empty() && std::max(m_news.front().due, m_lastAnswer + kAnswerHold) <= now) {
         if (!m_news.front().subject.expired())
-            write(m_news.front().event);
+            deliver(m_news.front().event, {});
         m_news.pop_front();
     }
     setTimer();
@@ -56,17 +63,30 @@ void EventPublisher::setTimer() {
     sd_event_source_set_enabled(m_timer.get(), SD_EVENT_ONESHOT);
 }
 
-void EventPublisher::write(const Event& event) {
-    const std::vector<std::string> values = toValues(fitted(event, EventRegion::kSize - 1));
+void EventPublisher::deliver(const Event& event, const Delivery& delivery) {
+    const std::vector<std::string> values =
+        deliveredValues(toValues(fitted(event, EventRegion::kSize - 1)), delivery);
     spdlog::log(event.code == ResultCode::Ok ? spdlog::level::debug : spdlog::level::warn,
                 "event name={} code={} session={:?} object={:?} kind={:?} detail={:?}", event.name,
                 static_cast<int>(event.code), event.session, event.objectId, event.kind, event.detail);
+    for (int i = 0; i < delivery.times; ++i) {
+        if (delivery.ways != Ways::Bus)
+            writeRegion(values, delivery.form);
+        if (delivery.ways != Ways::Memory)
+            m_send(values);
+    }
+}
+
+void EventPublisher::writeRegion(const std::vector<std::string>& values, MemoryForm form) {
+    const std::string text = memoryText(values, form, EventRegion::kSize);
     try {
-        m_region.write(toJson(values));
+        if (text.size() == EventRegion::kSize)
+            m_region.fill(text);
+        else
+            m_region.write(text);
     } catch (const std::exception& error) {
         spdlog::error("event not in shared memory: {}", error.what()); // the bus still brings it
     }
-    m_send(values);
 }
 
 } // namespace velmora::desktop

@@ -4,6 +4,7 @@
 #include "event_region.h"
 #include "event_sink.h"
 #include "loop_tasks.h"
+#include "scenario_player.h"
 
 #include <chrono>
 #include <functional>
@@ -14,7 +15,8 @@
 namespace velmora::desktop {
 
 /// The one writer of events: each goes into shared memory and then out on the bus, both on the loop's thread,
-/// so that both ways have the same order.
+/// so that both ways have the same order. Where a scenario has something else in store for an answer, it
+/// happens here.
 class EventPublisher final : public EventSink {
 public:
     /// Puts the values out on the bus. Called on the loop's thread.
@@ -26,8 +28,12 @@ public:
     /// Nor sooner than this after any other answer: a client that polls looks every 50 ms.
     static constexpr std::chrono::milliseconds kAnswerHold{100};
 
+    /// Carries out a deed of the scenario's. Called on the loop's thread.
+    using Perform = std::function<void(Deed)>;
+
     /// @param loop and region outlive this.
-    EventPublisher(sd_event* loop, EventRegion& region, Send send);
+    EventPublisher(sd_event* loop, EventRegion& region, Send send, Scenario scenario = {},
+                   Perform perform = {});
     EventPublisher(const EventPublisher&) = delete;
     EventPublisher& operator=(const EventPublisher&) = delete;
 
@@ -46,7 +52,8 @@ private:
     static int onTimer(sd_event_source* source, uint64_t time, void* publisher);
     void publishDueNews();
     void setTimer();
-    void write(const Event& event);
+    void deliver(const Event& event, const Delivery& delivery);
+    void writeRegion(const std::vector<std::string>& values, MemoryForm form);
 
     // All of this is the loop thread's alone.
     EventRegion& m_region;
@@ -54,6 +61,7 @@ private:
     Clock::time_point m_lastAnswer;
     std::list<News> m_news; ///< in the order in which it becomes due
     EventSource m_timer;
+    ScenarioPlayer m_player;
     LoopTasks m_tasks; ///< last: nothing comes in while the rest ends
 };
 

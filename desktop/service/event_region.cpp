@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace velmora::desktop {
 
@@ -33,8 +34,12 @@ void prepare(int descriptor, const std::string& name) {
 
 } // namespace
 
-EventRegion::EventRegion(const std::string& name)
-    : m_name(name), m_descriptor(shm_open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, kMode)) {
+EventRegion::EventRegion(std::string name) : m_name(std::move(name)) {
+    open();
+}
+
+void EventRegion::open() {
+    m_descriptor = FileDescriptor(shm_open(m_name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, kMode));
     if (m_descriptor.get() < 0)
         fail("cannot open shared memory " + m_name);
     prepare(m_descriptor.get(), m_name);
@@ -45,10 +50,23 @@ void EventRegion::write(const std::string& text) {
         throw std::length_error("event text of " + std::to_string(text.size()) + " bytes");
     std::string bytes = text;
     bytes.resize(kSize, '\0');
+    fill(bytes);
+}
+
+void EventRegion::fill(const std::string& bytes) {
     // The first byte goes away first and comes back last: in between, readers find an empty text.
     writeAt(std::string(1, '\0'), 0);
     writeAt(bytes.substr(1), 1);
     writeAt(bytes.substr(0, 1), 0);
+}
+
+void EventRegion::remove() {
+    shm_unlink(m_name.c_str());
+}
+
+void EventRegion::recreate() {
+    remove();
+    open();
 }
 
 void EventRegion::writeAt(const std::string& bytes, std::size_t offset) {

@@ -15,7 +15,10 @@
 #include "gstreamer_engine.h"
 #include "media_server.h"
 #include "media_service.h"
+#include "scenario_files.h"
 #include "service_bus.h"
+#include "service_deeds.h"
+#include "simulated_engine.h"
 #include "topic_message.h"
 
 #include <CLI/CLI.hpp>
@@ -23,12 +26,25 @@
 #include <spdlog/spdlog.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
+#include <string>
 
 namespace {
 
 using namespace velmora::desktop;
+
+constexpr const char* kGstreamer = "gstreamer";
+constexpr const char* kSimulated = "simulated";
+
+struct ServiceOptions {
+    std::string engine = kGstreamer;
+    double openTimeout = 5;
+    std::string scenario;
+    bool listScenarios = false;
+};
 
 /// Signals that end the service arrive in the event loop. Before any thread begins: each inherits the mask.
 void blockSignals() {
@@ -50,41 +66,69 @@ EventLoop makeLoop() {
     return owned;
 }
 
+std::unique_ptr<MediaEngine> makeEngine(const ServiceOptions& options) {
+    if (options.engine == kSimulated)
+        return std::make_unique<SimulatedEngine>();
+    gst_init(nullptr, nullptr);
+    const std::chrono::milliseconds openTimeout(static_cast<long>(options.openTimeout * 1000));
+    return std::make_unique<GstreamerEngine>(openTimeout);
+}
+
 /// @return when SIGTERM or SIGINT arrives or the bus goes away; the media have ended then.
-void serve(double openTimeout) {
+void serve(const ServiceOptions& options) {
+    const Scenario scenario =
+        options.scenario.empty() ? Scenario{} : loadScenario(scenarioFile(options.scenario));
     EventRegion region("/ZUV_PROXY");
     MediaServer server;
-    GstreamerEngine engine{std::chrono::milliseconds(static_cast<long>(openTimeout * 1000))};
+    const std::unique_ptr<MediaEngine> engine = makeEngine(options);
     // From here on in this order, so that at the end the media go first, then the name on the bus, and the
     // server last, which may wait for a slow reader.
     const EventLoop loop = makeLoop();
     ServiceBus bus(loop.get());
-    EventPublisher publisher(loop.get(), region, [&bus](const auto& values) { bus.sendEvent(values); });
-    MediaService service({engine, server, publisher});
+    EventPublisher publisher(
+        loop.get(), region, [&bus](const auto& values) { bus.sendEvent(values); }, scenario,
+        [&bus, &region](Deed deed) {
+            bus.flush(); // what came before has gone
+            perform(deed, region);
+        });
+    MediaService service({*engine, server, publisher});
     bus.serve({[&service](const auto& values, const auto& client) { service.onCommand(values, client); },
                [&service](const auto& client) { service.onClientLeft(client); }});
-    spdlog::info("ready name={}", kServiceName);
+    spdlog::info("ready name={} engine={} scenario={:?}", kServiceName, options.engine, options.scenario);
     requireSuccess(sd_event_loop(loop.get()), "the event loop failed");
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    CLI::App options("Plays the media of the clients on the bus that DBUS_SESSION_BUS_ADDRESS names. "
-                     "Usually started by the bus.");
-    options.set_version_flag("--version", ZUV_VERSION);
-    double openTimeout = 5;
-    options
-        .add_option("--open-timeout", openTimeout,
-                    "Seconds after which a medium that is not ready counts as unplayable")
+    CLI::App app("Plays the media of the clients on the bus that DBUS_SESSION_BUS_ADDRESS names. "
+                 "Usually started by the bus.");
+    app.set_version_flag("--version", ZUV_VERSION);
+    ServiceOptions options;
+    app.add_option("--engine", options.engine,
+                   "What plays the media: gstreamer, or simulated, which plays whatever exists without "
+                   "looking at it")
+        ->envname("ZUV_SERVICE_ENGINE")
+        ->check(CLI::IsMember({kGstreamer, kSimulated}))
+        ->capture_default_str();
+    app.add_option("--open-timeout", options.openTimeout,
+                   "Seconds after which a medium that is not ready counts as unplayable")
         ->check(CLI::Range(0.001, 3600.0))
         ->capture_default_str();
-    CLI11_PARSE(options, argc, argv);
+    app.add_option("--scenario", options.scenario,
+                   "Misbehave on purpose: a scenario's file, or the name of one of --list-scenarios")
+        ->envname("ZUV_SERVICE_SCENARIO");
+    app.add_flag("--list-scenarios", options.listScenarios,
+                 "Explain the scenarios that come with the service");
+    CLI11_PARSE(app, argc, argv);
     try {
         useDesktopLogAsDefault();
+        if (options.listScenarios) {
+            std::fputs(scenarioList().c_str(), stdout);
+            return EXIT_SUCCESS;
+        }
         blockSignals();
-        gst_init(nullptr, nullptr);
-        serve(openTimeout);
+        serve(options);
     } catch (const std::exception& error) {
         spdlog::error("{}", error.what());
         return EXIT_FAILURE;

@@ -1,11 +1,10 @@
 #include "media_object.h"
 
-#include "definitions.h"
-
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>
 
 #include <list>
+#include <optional>
 
 namespace velmora::desktop {
 
@@ -20,6 +19,8 @@ struct MediaObject::StartedMedium {
     std::unique_ptr<MediaPlayback> playback;
     ServedMedium served;
     std::list<ServedMedium> qualities;
+    std::string definitions;                 ///< empty until they are first asked for
+    std::optional<std::string> preloadedUrl; ///< as it was given; none once it is started
 };
 
 MediaObject::MediaObject(std::string id, const MediaServices& services)
@@ -51,8 +52,11 @@ void MediaObject::carryOut(const Command& command, const std::stop_token& stop) 
 
 void MediaObject::start(const Command& command, const std::stop_token& stop) {
     std::shared_ptr<StartedMedium>& medium = slot(command);
-    const double position = command.name == CommandName::Preload ? positionSeconds(command.position) : 0;
-    medium = std::make_shared<StartedMedium>(m_services, locateMedia(command.url), position, stop);
+    const bool preload = command.name == CommandName::Preload;
+    const double position = preload ? positionSeconds(command.position) : 0;
+    if (preload || !medium || medium->preloadedUrl != command.url)
+        medium = std::make_shared<StartedMedium>(m_services, locateMedia(command.url), position, stop);
+    medium->preloadedUrl = preload ? std::optional(command.url) : std::nullopt;
     Event answer = answerTo(command);
     answer.localUrl = medium->served.url();
     spdlog::info("started object={} kind={} url={:?} local={}", m_id, command.kind, command.url,
@@ -78,8 +82,19 @@ void MediaObject::seek(const Command& command, const std::stop_token& stop) {
     m_services.events.publish(answerTo(command));
 }
 
-/// The other qualities are served for as long as the medium is.
 Event MediaObject::definitionsOf(StartedMedium& medium, const std::string& kind) {
+    if (medium.definitions.empty())
+        medium.definitions = definitionsText(serveQualities(medium));
+    Event news;
+    news.name = "definition";
+    news.objectId = m_id;
+    news.definitions = medium.definitions;
+    news.kind = kind;
+    return news;
+}
+
+/// The other qualities are served for as long as the medium is.
+std::vector<Definition> MediaObject::serveQualities(StartedMedium& medium) {
     std::vector<Definition> definitions;
     for (const QualityFile& quality : qualityFiles(medium.location.file)) {
         const ServedMedium& served =
@@ -89,12 +104,7 @@ Event MediaObject::definitionsOf(StartedMedium& medium, const std::string& kind)
     const std::optional<int> height = medium.playback->videoHeight();
     if (definitions.empty())
         definitions.push_back({height ? fmt::format("{}p", *height) : "audio", medium.served.url()});
-    Event news;
-    news.name = "definition";
-    news.objectId = m_id;
-    news.definitions = definitionsText(definitions);
-    news.kind = kind;
-    return news;
+    return definitions;
 }
 
 std::shared_ptr<MediaObject::StartedMedium>& MediaObject::slot(const Command& command) {

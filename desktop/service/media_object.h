@@ -2,6 +2,7 @@
 #define ZUV_DESKTOP_MEDIA_OBJECT_H
 
 #include "command.h"
+#include "definitions.h"
 #include "event_sink.h"
 #include "media_engine.h"
 #include "media_server.h"
@@ -10,6 +11,7 @@
 #include <array>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace velmora::desktop {
 
@@ -23,7 +25,8 @@ struct MediaServices {
 /// A client's media object: a main video and an advertisement, each idle or started.
 ///
 /// Commands are carried out on a thread of the object's own, one after the other; one that fails changes
-/// nothing. A start replaces what is started already. A medium that plays to its end stays started, ready for
+/// nothing. A start of the URL that was preloaded last goes on with what the preload opened; any other replaces what is
+/// started already. A medium that plays to its end stays started, ready for
 /// a seek, until it is stopped or replaced.
 class MediaObject {
 public:
@@ -48,6 +51,7 @@ private:
     void stop(const Command& command);
     void seek(const Command& command, const std::stop_token& stop);
     Event definitionsOf(StartedMedium& medium, const std::string& kind);
+    std::vector<Definition> serveQualities(StartedMedium& medium);
     std::shared_ptr<StartedMedium>& slot(const Command& command);
     StartedMedium& started(const Command& command);
 

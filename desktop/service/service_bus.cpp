@@ -49,6 +49,10 @@ void ServiceBus::sendEvent(const std::vector<std::string>& values) {
         spdlog::error("event not sent: {}", std::generic_category().message(-result));
 }
 
+void ServiceBus::flush() {
+    sd_bus_flush(m_bus.get());
+}
+
 int ServiceBus::onCommand(sd_bus_message* message, void* bus, sd_bus_error*) {
     const std::optional<TopicValue> command = readTopicValue(message);
     const char* client = sd_bus_message_get_sender(message);

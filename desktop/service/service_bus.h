@@ -34,6 +34,9 @@ public:
     /// Puts an event out. A failure is logged: whoever waits for the event times out.
     void sendEvent(const std::vector<std::string>& values);
 
+    /// Waits until what was sent has left.
+    void flush();
+
 private:
     static int onCommand(sd_bus_message* message, void* bus, sd_bus_error* error);
     static int onNameLeft(sd_bus_message* message, void* bus, sd_bus_error* error);

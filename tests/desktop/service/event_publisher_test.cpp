@@ -33,9 +33,27 @@ protected:
         sd_event* loop = nullptr;
         requireSuccess(sd_event_new(&loop), "no loop");
         m_loop.reset(loop);
-        m_publisher.emplace(loop, m_region, [this](const std::vector<std::string>& values) {
-            m_sent.push_back({values, regionText(), Clock::now()});
-        });
+        playScenario("[]");
+    }
+
+    void playScenario(const std::string& rules) {
+        m_publisher.emplace(
+            m_loop.get(), m_region,
+            [this](const std::vector<std::string>& values) {
+                m_sent.push_back({values, regionText(), Clock::now()});
+            },
+            parseScenario(R"({"description": "", "rules": )" + rules + "}"),
+            [this](Deed deed) { m_deeds.push_back(deed); });
+    }
+
+    /// Has every answer handled as the one step says, and turns until an event without a rule is out.
+    void publishWithStep(const std::string& step) {
+        playScenario(R"([{"nth": 1, "steps": [)" + step + "]}]");
+        m_publisher->publish(eventNamed("answer"));
+        m_publisher->publish(eventNamed("last"));
+        const auto limit = Clock::now() + std::chrono::seconds(20);
+        while ((m_sent.empty() || m_sent.back().values.at(0) != "last") && Clock::now() < limit)
+            sd_event_run(m_loop.get(), 1'000'000);
     }
     ~EventPublisherTest() override { shm_unlink(m_name.c_str()); }
 
@@ -57,6 +75,7 @@ protected:
     EventRegion m_region{m_name};
     EventLoop m_loop;
     std::vector<Sent> m_sent;
+    std::vector<Deed> m_deeds;
     std::optional<EventPublisher> m_publisher;
 };
 
@@ -146,6 +165,50 @@ TEST_F(EventPublisherTest, StillSendsWhatTheRegionCannotTake) {
     turnUntilSent(1);
     EXPECT_EQ(m_sent[0].values[2], event.session);
     EXPECT_EQ(m_sent[0].inRegion, "");
+}
+
+TEST_F(EventPublisherTest, DeliversAnAnswerAsOftenAsTheScenarioSays) {
+    publishWithStep(R"({"do": "answer", "times": 2, "code": "500"})");
+    ASSERT_EQ(m_sent.size(), 3U);
+    EXPECT_EQ(m_sent[0].values[1], "500");
+    EXPECT_EQ(m_sent[1].values, m_sent[0].values);
+    EXPECT_EQ(m_sent[1].inRegion, toJson(m_sent[0].values));
+}
+
+TEST_F(EventPublisherTest, DeliversAnAnswerOnTheBusOnly) {
+    publishWithStep(R"({"do": "answer", "ways": "bus"})");
+    ASSERT_EQ(m_sent.size(), 2U);
+    EXPECT_EQ(m_sent[0].values[0], "answer");
+    EXPECT_EQ(m_sent[0].inRegion, "");
+}
+
+TEST_F(EventPublisherTest, DeliversAnAnswerInSharedMemoryOnly) {
+    playScenario(R"([{"steps": [{"do": "answer", "ways": "memory"}]}])");
+    m_publisher->publish(eventNamed("answer"));
+    sd_event_run(m_loop.get(), 1'000'000);
+    EXPECT_TRUE(m_sent.empty());
+    EXPECT_EQ(regionText(), toJson(toValues(eventNamed("answer"))));
+}
+
+TEST_F(EventPublisherTest, DistortsSharedMemoryAndNotTheBus) {
+    publishWithStep(R"({"do": "answer", "memory": "not_json"})");
+    ASSERT_EQ(m_sent.size(), 2U);
+    EXPECT_EQ(m_sent[0].values, toValues(eventNamed("answer")));
+    EXPECT_EQ(m_sent[0].inRegion, "this is no JSON");
+}
+
+TEST_F(EventPublisherTest, CarriesOutTheDeedsOfTheScenario) {
+    publishWithStep(R"({"do": "remove_memory"})");
+    EXPECT_EQ(m_deeds, std::vector<Deed>{Deed::RemoveMemory});
+    EXPECT_EQ(m_sent.size(), 1U);
+}
+
+TEST_F(EventPublisherTest, NewsIsOutsideTheScenario) {
+    playScenario(R"([{"steps": []}])");
+    const auto subject = std::make_shared<int>();
+    m_publisher->publishLater(eventNamed("definition"), subject);
+    turnUntilSent(1);
+    EXPECT_EQ(m_sent[0].values[0], "definition");
 }
 
 } // namespace

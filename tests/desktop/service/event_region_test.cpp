@@ -138,6 +138,37 @@ TEST_F(EventRegionTest, NeverShowsANewTextBeforeItsRestIsThere) {
     EXPECT_EQ(torn, 0);
 }
 
+TEST_F(EventRegionTest, IsFilledToItsLastByte) {
+    EventRegion region(m_name);
+    std::string bytes(EventRegion::kSize, 'x');
+    bytes.front() = '{';
+    bytes.back() = '}';
+    region.fill(bytes);
+    EXPECT_EQ(wholeRegion(), bytes);
+}
+
+TEST_F(EventRegionTest, RemovedIsStillWrittenForWhoHasIt) {
+    EventRegion region(m_name);
+    mapped();
+    region.remove();
+    EXPECT_LT(openShared().get(), 0);
+    region.write("still here");
+    EXPECT_EQ(wholeRegion(), padded("still here"));
+}
+
+TEST_F(EventRegionTest, RecreatedIsEmptyAndUnknownToWhoHasTheOld) {
+    EventRegion region(m_name);
+    region.write("old");
+    mapped();
+    region.recreate();
+    region.write("new");
+    EXPECT_EQ(wholeRegion(), padded("old"));
+    std::string bytes(EventRegion::kSize, 'x');
+    EXPECT_EQ(pread(openShared().get(), bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+    EXPECT_EQ(bytes, padded("new"));
+    EXPECT_EQ(status().st_mode & 07777U, 0600U);
+}
+
 TEST_F(EventRegionTest, CannotHaveABadName) {
     EXPECT_THROW(EventRegion("/no/such/name"), std::system_error);
 }

@@ -95,6 +95,40 @@ TEST_F(MediaObjectTest, StartReplacesWhatIsStarted) {
     EXPECT_EQ(m_engine.journal().back(), "end film.webm");
 }
 
+TEST_F(MediaObjectTest, StartGoesOnWithWhatWasPreloaded) {
+    const Event preloaded = answer(CommandName::Preload, kMain, m_film, "1.500000");
+    const Event started = answer(CommandName::Start, kMain, m_film);
+    EXPECT_EQ(started.code, ResultCode::Ok);
+    EXPECT_EQ(started.session, "ses-2");
+    EXPECT_EQ(started.localUrl, preloaded.localUrl);
+    EXPECT_EQ(m_engine.journal(), std::vector<std::string>{"open film.webm at 1.500000"});
+    const auto news = m_events.news(2);
+    EXPECT_EQ(news.at(1).event.definitions, news.at(0).event.definitions);
+}
+
+TEST_F(MediaObjectTest, APreloadServesForOneStart) {
+    answer(CommandName::Preload, kMain, m_film, "1.500000");
+    const Event first = answer(CommandName::Start, kMain, m_film);
+    const Event second = answer(CommandName::Start, kMain, m_film);
+    EXPECT_NE(second.localUrl, first.localUrl);
+    EXPECT_EQ(m_engine.journal().at(1), "open film.webm at 0.000000");
+}
+
+TEST_F(MediaObjectTest, AStartWithoutUrlGoesOnWithNothing) {
+    answer(CommandName::Start, kMain, m_film);
+    EXPECT_EQ(answer(CommandName::Start, kMain, "").code, ResultCode::BadCommand);
+}
+
+TEST_F(MediaObjectTest, APreloadIsReplacedByAnotherAndByTheStartOfAnotherUrl) {
+    const Event first = answer(CommandName::Preload, kMain, m_film, "1.500000");
+    const Event second = answer(CommandName::Preload, kMain, m_film, "2.500000");
+    EXPECT_NE(second.localUrl, first.localUrl);
+    const Event started = answer(CommandName::Start, kMain, m_other);
+    EXPECT_NE(started.localUrl, second.localUrl);
+    EXPECT_EQ(fetch(started.localUrl).body, "another film");
+    EXPECT_EQ(fetch(second.localUrl).status, 404);
+}
+
 TEST_F(MediaObjectTest, AFailedStartLeavesWhatIsStarted) {
     const std::string url = answer(CommandName::Start, kMain, m_film).localUrl;
     m_engine.failing = true;

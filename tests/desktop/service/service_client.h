@@ -11,19 +11,20 @@
 
 namespace velmora::desktop {
 
-/// An event as a client gets it over the bus.
+/// An event as a client gets it over the bus. Entries that it does not have are empty.
 struct ReceivedEvent {
-    std::vector<std::string> values; ///< 11 empty strings when none came
+    std::vector<std::string> values;
     std::chrono::steady_clock::time_point when;
 
-    const std::string& name() const { return values.at(0); }
-    const std::string& code() const { return values.at(1); }
-    const std::string& session() const { return values.at(2); }
-    const std::string& object() const { return values.at(3); }
-    const std::string& localUrl() const { return values.at(6); }
-    const std::string& definitions() const { return values.at(7); }
-    const std::string& detail() const { return values.at(8); }
-    const std::string& kind() const { return values.at(9); }
+    std::string entry(std::size_t position) const { return position < values.size() ? values[position] : ""; }
+    std::string name() const { return entry(0); }
+    std::string code() const { return entry(1); }
+    std::string session() const { return entry(2); }
+    std::string object() const { return entry(3); }
+    std::string localUrl() const { return entry(6); }
+    std::string definitions() const { return entry(7); }
+    std::string detail() const { return entry(8); }
+    std::string kind() const { return entry(9); }
 };
 
 /// A connection to the bus that sends commands and receives events, as the client library does. One thread.
@@ -54,6 +55,8 @@ public:
     ReceivedEvent answerTo(const std::string& session);
     /// The next event of that name; events before it are dropped.
     ReceivedEvent next(const std::string& name);
+    /// All events up to the one that answers the session.
+    std::vector<ReceivedEvent> eventsUntil(const std::string& session);
     /// Whether an event waits for answerTo() or next().
     bool hasEvent();
 

@@ -1,113 +1,25 @@
 // The service as its clients see it: a real process on a real bus, with real media. Every test has a bus and
 // a /dev/shm of its own.
 #include "http_client.h"
+#include "mapped_region.h"
 #include "private_bus.h"
 #include "service_client.h"
+#include "service_process.h"
 #include "silent_server.h"
 #include "test_files.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <json/reader.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <thread>
 
 namespace velmora::desktop {
 namespace {
 
-const std::string kProgram = ZUV_PROGRAMS_DIR "/zuv-service";
 constexpr const char* kMain = "main_video";
 constexpr const char* kAd = "advertisement";
-
-/// The region, mapped as a client maps it: once.
-class MappedRegion {
-public:
-    MappedRegion()
-        : m_descriptor(shm_open("/ZUV_PROXY", O_RDONLY, 0)),
-          m_bytes(
-              static_cast<const char*>(mmap(nullptr, kSize, PROT_READ, MAP_SHARED, m_descriptor.get(), 0))) {
-        EXPECT_GE(m_descriptor.get(), 0);
-    }
-    ~MappedRegion() { munmap(const_cast<char*>(m_bytes), kSize); }
-    MappedRegion(const MappedRegion&) = delete;
-    MappedRegion& operator=(const MappedRegion&) = delete;
-
-    struct stat status() const {
-        struct stat status {};
-        EXPECT_EQ(fstat(m_descriptor.get(), &status), 0);
-        return status;
-    }
-
-    /// The event in it as a list; 11 empty strings when there is none.
-    std::vector<std::string> values() const {
-        const std::string text(m_bytes, strnlen(m_bytes, kSize));
-        Json::Value root;
-        EXPECT_TRUE(text.empty() || Json::Reader().parse(text, root)) << text;
-        std::vector<std::string> list;
-        for (int i = 0; i <= 10; ++i)
-            list.push_back(root[std::to_string(i)].asString());
-        return list;
-    }
-
-private:
-    static constexpr std::size_t kSize = 4096;
-    FileDescriptor m_descriptor;
-    const char* m_bytes;
-};
-
-/// A service that the test started itself, to see how it ends.
-class OwnService {
-public:
-    explicit OwnService(CommandLine options = {}) {
-        options.insert(options.begin(), kProgram);
-        m_process = startProgram(options);
-    }
-    ~OwnService() {
-        if (m_process > 0) {
-            kill(m_process, SIGKILL);
-            waitpid(m_process, nullptr, 0);
-        }
-    }
-    OwnService(const OwnService&) = delete;
-    OwnService& operator=(const OwnService&) = delete;
-
-    void signal(int number) const { EXPECT_EQ(kill(m_process, number), 0); }
-
-    /// Waits for its end. @return the exit status, -1 when a signal killed it.
-    int exitStatus() {
-        int status = 0;
-        EXPECT_EQ(waitpid(m_process, &status, 0), m_process);
-        m_process = 0;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-private:
-    pid_t m_process;
-};
-
-struct Output {
-    std::string text; ///< both streams
-    int status;
-};
-
-Output run(const std::string& arguments) {
-    FILE* stream = popen((kProgram + " " + arguments + " 2>&1").c_str(), "re");
-    Output output;
-    std::array<char, 1000> part{};
-    while (fgets(part.data(), static_cast<int>(part.size()), stream) != nullptr)
-        output.text += part.data();
-    const int status = pclose(stream);
-    output.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return output;
-}
 
 class BusTest : public testing::Test {
 protected:
@@ -455,7 +367,7 @@ TEST_F(ServiceEndTest, GivesUpOnAMediumAfterTheOpenTimeout) {
 TEST_F(ServiceEndTest, LeavesTheNameToTheServiceThatHasIt) {
     const OwnService first;
     m_client.awaitService();
-    const Output second = run("");
+    const Output second = runProgram("zuv-service", "");
     EXPECT_EQ(second.status, 1);
     EXPECT_NE(second.text.find("another service already owns velmora.zuv.Service"), std::string::npos)
         << second.text;
@@ -464,22 +376,22 @@ TEST_F(ServiceEndTest, LeavesTheNameToTheServiceThatHasIt) {
 
 TEST(ZuvServiceProgram, SaysWhenThereIsNoBus) {
     setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/no/such/bus", 1);
-    const Output output = run("");
+    const Output output = runProgram("zuv-service", "");
     EXPECT_EQ(output.status, 1);
     EXPECT_NE(output.text.find("cannot connect to the bus"), std::string::npos) << output.text;
 }
 
 TEST(ZuvServiceProgram, ExplainsItself) {
-    const Output help = run("--help");
+    const Output help = runProgram("zuv-service", "--help");
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.text.find("--open-timeout"), std::string::npos);
-    EXPECT_EQ(run("--version").text, ZUV_VERSION "\n");
+    EXPECT_EQ(runProgram("zuv-service", "--version").text, ZUV_VERSION "\n");
 }
 
 TEST(ZuvServiceProgram, RefusesWhatItDoesNotKnow) {
-    EXPECT_NE(run("--nonsense").status, 0);
-    EXPECT_NE(run("--open-timeout soon").status, 0);
-    EXPECT_NE(run("--open-timeout 0").status, 0);
+    EXPECT_NE(runProgram("zuv-service", "--nonsense").status, 0);
+    EXPECT_NE(runProgram("zuv-service", "--open-timeout soon").status, 0);
+    EXPECT_NE(runProgram("zuv-service", "--open-timeout 0").status, 0);
 }
 
 } // namespace

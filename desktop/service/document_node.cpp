@@ -1,0 +1,93 @@
+#include "document_node.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <json/reader.h>
+
+#include <algorithm>
+#include <memory>
+
+namespace velmora::desktop {
+
+namespace {
+
+/// The first of the reader's errors: "* Line 3, Column 5", and the reason on a line of its own.
+DocumentError firstError(const std::string& errors) {
+    const std::size_t end = errors.find('\n');
+    const std::string place = errors.substr(std::min<std::size_t>(2, errors.size()), end - 2);
+    const std::size_t reason = errors.find_first_not_of(" \n", end);
+    return {place, errors.substr(reason, errors.find('\n', reason) - reason)};
+}
+
+} // namespace
+
+void DocumentNode::requireObject(std::initializer_list<std::string_view> members) const {
+    requireObject();
+    for (const std::string& name : m_value.getMemberNames())
+        if (std::find(members.begin(), members.end(), name) == members.end())
+            fail(fmt::format("has an unknown member {:?}; known are {}", name, fmt::join(members, ", ")));
+}
+
+DocumentNode DocumentNode::member(const std::string& name) const {
+    const std::optional<DocumentNode> found = optionalMember(name);
+    if (!found)
+        fail(fmt::format("lacks the member {:?}", name));
+    return *found;
+}
+
+std::optional<DocumentNode> DocumentNode::optionalMember(const std::string& name) const {
+    requireObject();
+    if (!m_value.isMember(name))
+        return std::nullopt;
+    return DocumentNode(m_value[name], m_place + "." + name);
+}
+
+std::vector<DocumentNode> DocumentNode::elements() const {
+    if (!m_value.isArray())
+        fail("is no array");
+    std::vector<DocumentNode> nodes;
+    for (const Json::Value& element : m_value)
+        nodes.emplace_back(element, fmt::format("{}[{}]", m_place, nodes.size()));
+    return nodes;
+}
+
+void DocumentNode::requireObject() const {
+    if (!m_value.isObject())
+        fail("is no object");
+}
+
+std::string DocumentNode::text() const {
+    if (!m_value.isString())
+        fail("is no text");
+    return m_value.asString();
+}
+
+std::size_t DocumentNode::choice(const std::vector<std::string_view>& texts) const {
+    const auto found = std::find(texts.begin(), texts.end(), text());
+    if (found == texts.end())
+        fail(fmt::format("is {:?}, and none of {}", text(), fmt::join(texts, ", ")));
+    return static_cast<std::size_t>(found - texts.begin());
+}
+
+int DocumentNode::number(int lowest, int highest) const {
+    if (!m_value.isInt() || m_value.asInt() < lowest || m_value.asInt() > highest)
+        fail(fmt::format("is no whole number from {} to {}", lowest, highest));
+    return m_value.asInt();
+}
+
+Json::Value parseDocument(const std::string& text) {
+    Json::CharReaderBuilder builder;
+    Json::CharReaderBuilder::strictMode(&builder.settings_);
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value root;
+    std::string errors;
+    try {
+        if (!reader->parse(text.data(), text.data() + text.size(), &root, &errors))
+            throw firstError(errors);
+    } catch (const Json::Exception& tooDeep) {
+        throw DocumentError("$", tooDeep.what());
+    }
+    return root;
+}
+
+} // namespace velmora::desktop
