@@ -1,5 +1,6 @@
 #include "bus_connection.h"
 
+#include "bus_daemon.h"
 #include "desktop_log.h"
 #include "topic_message.h"
 
@@ -21,14 +22,12 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::nanoseconds;
 
-constexpr const char* kDaemonName = "org.freedesktop.DBus";
-constexpr const char* kDaemonPath = "/org/freedesktop/DBus";
-constexpr const char* kStartMethod = "StartServiceByName";
-constexpr uint32_t kStartFlags = 0;
-
 constexpr auto kConnectLimit = 2s;
 constexpr auto kReadLimit = 100ms;
 constexpr auto kFlushLimit = 100ms;
+
+constexpr auto kFirstPause = 100ms;
+constexpr auto kLongestPause = 500ms;
 
 // A wait without a limit is made of waits of this length: the end of time does not fit a 32-bit time_t.
 constexpr auto kLongestWait = 1h;
@@ -63,18 +62,11 @@ int onReadAnswered(sd_bus_message* message, void* userdata, sd_bus_error*) noexc
     return 0;
 }
 
-// D-Bus leaves some of its texts out, and the log takes no null pointer.
-const char* textOf(const char* text) {
-    return text == nullptr ? "none" : text;
-}
-
-int onServiceStarted(sd_bus_message* message, void*, sd_bus_error*) noexcept {
-    const sd_bus_error* error = sd_bus_message_get_error(message);
-    if (error != nullptr)
-        desktopLog().error("service not started: error={} text={}", textOf(error->name),
+int onKeeperStarted(sd_bus_message* message, void* userdata, sd_bus_error*) noexcept {
+    if (const sd_bus_error* error = sd_bus_message_get_error(message))
+        desktopLog().error("no keeper, values cannot be read: error={} text={}", textOf(error->name),
                            textOf(error->message));
-    else
-        desktopLog().debug("service runs: name={}", kServiceName);
+    *static_cast<bool*>(userdata) = true;
     return 0;
 }
 
@@ -106,49 +98,78 @@ BusConnection::~BusConnection() {
 
 int BusConnection::open(const std::string& topic) {
     Lock lock(m_mutex);
-    if (m_bus != nullptr)
+    if (m_state != State::unopened)
         return -EALREADY;
-    int result = connect(lock);
-    if (result >= 0)
-        result = listen(topic);
-    if (result < 0) {
+    m_topic = topic;
+    m_address = busAddress();
+    const int result = connect(lock);
+    if (result < 0)
         desktopLog().error("no bus: error={}", std::strerror(-result));
-        m_lost = true;
-        return result;
+    m_opened = result >= 0;
+    return result;
+}
+
+bool BusConnection::reconnect() {
+    Lock lock(m_mutex);
+    auto pause = kFirstPause;
+    while (!m_pumped.wait_for(lock, pause, [this] { return m_stopped; })) {
+        const int result = connect(lock);
+        if (result >= 0) {
+            desktopLog().info("bus connection restored");
+            return true;
+        }
+        desktopLog().debug("still no bus: error={}", std::strerror(-result));
+        pause = std::min(2 * pause, kLongestPause);
     }
-    startKeeper();
-    return 0;
+    return false;
 }
 
 int BusConnection::connect(Lock& lock) {
-    const int result = openBus(m_bus);
-    if (result < 0)
-        return result;
-    return pumpUntil(lock, Clock::now() + kConnectLimit, [this] { return sd_bus_is_ready(m_bus.get()) > 0; });
+    m_state = State::connecting;
+    const int result = establish(lock);
+    m_state = result < 0 ? State::lost : State::connected;
+    return std::min(result, 0);
 }
 
-int BusConnection::listen(const std::string& topic) {
-    return sd_bus_add_match(m_bus.get(), nullptr, topicMatchRule(topic).c_str(), &BusConnection::onPublished,
-                            this);
+// A new bus object each time: one whose connection has ended is of no further use. Nobody else uses it before
+// the state says that it is connected.
+int BusConnection::establish(Lock& lock) {
+    int result = openBus(m_bus, m_address);
+    if (result >= 0)
+        result = pumpUnlessStopped(lock, Clock::now() + kConnectLimit,
+                                   [this] { return sd_bus_is_ready(m_bus.get()) > 0; });
+    if (result >= 0)
+        result = listen();
+    return result < 0 ? result : startKeeper(lock);
+}
+
+// The bus answers in the order in which it was asked; whoever waits for a later answer has waited for this
+// one. Without a callback of ours, a refusal ends the connection.
+int BusConnection::listen() {
+    const int result = sd_bus_add_filter(m_bus.get(), nullptr, &BusConnection::onAnyMessage, this);
+    return result < 0 ? result
+                      : sd_bus_add_match_async(m_bus.get(), nullptr, topicMatchRule(m_topic).c_str(),
+                                               &BusConnection::onPublished, nullptr, this);
 }
 
 // The keeper takes its name when it listens, and the bus answers when the name is taken.
-void BusConnection::startKeeper() {
-    sd_bus_error error{};
-    if (sd_bus_call_method(m_bus.get(), kDaemonName, kDaemonPath, kDaemonName, kStartMethod, &error, nullptr,
-                           "su", kKeeperName, kStartFlags) < 0)
-        desktopLog().error("no keeper, values cannot be read: error={} text={}", textOf(error.name),
-                           textOf(error.message));
-    sd_bus_error_free(&error);
+int BusConnection::startKeeper(Lock& lock) {
+    bool answered = false;
+    sd_bus_slot* slot = nullptr;
+    const int result =
+        sd_bus_call_method_async(m_bus.get(), &slot, kDaemonName, kDaemonPath, kDaemonName, kStartMethod,
+                                 onKeeperStarted, &answered, "su", kKeeperName, kStartFlags);
+    const SlotPointer withdrawn(slot);
+    return result < 0
+               ? result
+               : pumpUnlessStopped(lock, Clock::now() + kLongestWait, [&answered] { return answered; });
 }
 
 int BusConnection::startService() {
     const Lock lock(m_mutex);
     if (!isUsable())
         return -ENOTCONN;
-    return afterSending(sd_bus_call_method_async(m_bus.get(), nullptr, kDaemonName, kDaemonPath, kDaemonName,
-                                                 kStartMethod, onServiceStarted, nullptr, "su", kServiceName,
-                                                 kStartFlags));
+    return afterSending(m_starter.begin(m_bus.get()));
 }
 
 int BusConnection::read(const std::string& topic, std::vector<std::string>& values) {
@@ -202,13 +223,9 @@ bool BusConnection::isStopped() const {
     return m_stopped;
 }
 
-bool BusConnection::isConnected() const {
+bool BusConnection::isOpened() const {
     const Lock lock(m_mutex);
-    return isUsable();
-}
-
-bool BusConnection::isUsable() const {
-    return m_bus != nullptr && !m_lost;
+    return m_opened;
 }
 
 // What the socket did not take waits in the connection, and a sleeping pump does not know of it.
@@ -223,7 +240,7 @@ int BusConnection::afterSending(int result) {
 template <typename Condition>
 int BusConnection::pumpUntil(Lock& lock, Clock::time_point deadline, Condition isReached) {
     while (!isReached()) {
-        if (m_lost)
+        if (m_state == State::lost)
             return -ENOTCONN;
         if (Clock::now() >= deadline)
             return -ETIMEDOUT;
@@ -233,6 +250,13 @@ int BusConnection::pumpUntil(Lock& lock, Clock::time_point deadline, Condition i
             pump(lock, deadline);
     }
     return 0;
+}
+
+// -ECANCELED once stop() was called.
+template <typename Condition>
+int BusConnection::pumpUnlessStopped(Lock& lock, Clock::time_point deadline, Condition isReached) {
+    const int result = pumpUntil(lock, deadline, [this, &isReached] { return m_stopped || isReached(); });
+    return m_stopped ? -ECANCELED : result;
 }
 
 void BusConnection::pump(Lock& lock, Clock::time_point deadline) {
@@ -265,13 +289,22 @@ int BusConnection::waitForTraffic(Lock& lock, Clock::time_point deadline) {
 }
 
 void BusConnection::lose(int error) {
-    desktopLog().error("bus connection lost: error={}", std::strerror(-error));
-    m_lost = true;
+    if (isUsable())
+        desktopLog().error("bus connection lost: error={}", std::strerror(-error));
+    m_state = State::lost;
+    m_starter.cancel();
     sd_bus_close(m_bus.get());
 }
 
 void BusConnection::wakePump() {
     eventfd_write(m_wake.get(), 1);
+}
+
+// Sees every message before those do whom it concerns.
+int BusConnection::onAnyMessage(sd_bus_message* message, void* connection, sd_bus_error*) noexcept {
+    if (isForeign(message, static_cast<BusConnection*>(connection)->m_topic))
+        desktopLog().error("foreign message dropped: {}", originOf(message));
+    return 0;
 }
 
 // Runs on the thread that pumps, inside sd_bus_process(), with the mutex held.
@@ -280,8 +313,7 @@ int BusConnection::onPublished(sd_bus_message* message, void* connection, sd_bus
     if (published)
         static_cast<BusConnection*>(connection)->m_events.push_back(std::move(published->values));
     else
-        desktopLog().error("malformed publication dropped: sender={}",
-                           textOf(sd_bus_message_get_sender(message)));
+        desktopLog().error("malformed publication dropped: {}", originOf(message));
     return 0;
 }
 

@@ -1,8 +1,11 @@
 #include "topic_message.h"
 
+#include "bus_daemon.h"
+
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <string_view>
 
 namespace velmora::desktop {
 namespace {
@@ -21,21 +24,48 @@ bool fitsMessage(const std::vector<std::string>& values) {
     std::size_t size = 0;
     for (const std::string& value : values)
         size += value.size() + kElementOverhead;
-    return size <= kMaximumListBytes;
+    return size <= kMaximumListBytes && values.size() <= kMaximumEntries;
+}
+
+// The bus itself, or sd-bus in its name.
+bool isFromTheBus(sd_bus_message* message) {
+    const std::string_view sender = textOf(sd_bus_message_get_sender(message));
+    return sender == kDaemonName || sender == "org.freedesktop.DBus.Local";
+}
+
+bool isPublication(sd_bus_message* message) {
+    return sd_bus_message_is_signal(message, kTopicInterface, kPublishedSignal) > 0;
+}
+
+// Leaves the message as it was found.
+bool beginsWith(sd_bus_message* message, const std::string& topic) {
+    const char* text = nullptr;
+    const bool begins = sd_bus_message_read_basic(message, 's', &text) > 0 && topic == text;
+    sd_bus_message_rewind(message, 1);
+    return begins;
 }
 
 } // namespace
 
-int openBus(BusPointer& bus) {
-    const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-    if (address == nullptr)
+std::string busAddress() {
+    constexpr std::string_view guid = ",guid=";
+    std::string address;
+    if (const char* given = std::getenv("DBUS_SESSION_BUS_ADDRESS"))
+        address = given;
+    for (auto begin = address.find(guid); begin != std::string::npos; begin = address.find(guid, begin))
+        address.erase(begin, address.find_first_of(",;", begin + 1) - begin);
+    return address;
+}
+
+int openBus(BusPointer& bus, const std::string& address) {
+    if (address.empty())
         return -ENOTCONN;
     sd_bus* opened = nullptr;
     int result = sd_bus_new(&opened);
     if (result < 0)
         return result;
     BusPointer owner(opened);
-    if ((result = sd_bus_set_address(opened, address)) < 0 ||
+    if ((result = sd_bus_set_address(opened, address.c_str())) < 0 ||
         (result = sd_bus_set_bus_client(opened, 1)) < 0 ||
         (result = sd_bus_set_method_call_timeout(opened, kCallTimeoutMicroseconds)) < 0 ||
         (result = sd_bus_start(opened)) < 0)
@@ -59,8 +89,7 @@ int sendTopicValue(sd_bus* bus, const std::string& topic, const std::vector<std:
 }
 
 std::optional<TopicValue> readTopicValue(sd_bus_message* message) {
-    if (sd_bus_message_is_signal(message, kTopicInterface, kPublishedSignal) <= 0 ||
-        sd_bus_message_has_signature(message, "saay") <= 0)
+    if (!isPublication(message) || sd_bus_message_has_signature(message, "saay") <= 0)
         return std::nullopt;
     TopicValue published;
     const char* topic = nullptr;
@@ -68,6 +97,17 @@ std::optional<TopicValue> readTopicValue(sd_bus_message* message) {
         return std::nullopt;
     published.topic = topic;
     return published;
+}
+
+bool isForeign(sd_bus_message* message, const std::string& topic) {
+    return sd_bus_message_is_signal(message, nullptr, nullptr) > 0 && !isFromTheBus(message) &&
+           !(isPublication(message) && beginsWith(message, topic));
+}
+
+std::string originOf(sd_bus_message* message) {
+    return std::string("sender=") + textOf(sd_bus_message_get_sender(message)) +
+           " interface=" + textOf(sd_bus_message_get_interface(message)) +
+           " member=" + textOf(sd_bus_message_get_member(message));
 }
 
 std::string topicMatchRule(const std::string& topic) {
@@ -89,8 +129,11 @@ int readValues(sd_bus_message* message, std::vector<std::string>& values) {
         return result < 0 ? result : -EBADMSG;
     const void* bytes = nullptr;
     std::size_t size = 0;
-    while ((result = sd_bus_message_read_array(message, 'y', &bytes, &size)) > 0)
+    while ((result = sd_bus_message_read_array(message, 'y', &bytes, &size)) > 0) {
+        if (values.size() == kMaximumEntries)
+            return -EMSGSIZE;
         values.emplace_back(static_cast<const char*>(bytes), size);
+    }
     return result < 0 ? result : sd_bus_message_exit_container(message);
 }
 

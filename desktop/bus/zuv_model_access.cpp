@@ -17,11 +17,23 @@ using desktop::BusConnection;
 
 namespace {
 
-void deliver(const std::shared_ptr<BusConnection>& bus, ZUVModelAccessClient& client) {
-    while (auto event = bus->nextEvent())
+void deliverEvents(BusConnection& bus, ZUVModelAccessClient& client) {
+    while (auto event = bus.nextEvent())
         client.onZUVEvent(*event);
-    if (!bus->isStopped())
+}
+
+// Tells of the loss of the bus and of its return, between which it looks for one. Nothing of the client is
+// touched once the connection is stopped: it may have gone.
+void deliver(const std::shared_ptr<BusConnection>& bus, ZUVModelAccessClient& client) {
+    for (;;) {
+        deliverEvents(*bus, client);
+        if (bus->isStopped())
+            return;
         client.onModelAccessStateChanged();
+        if (!bus->reconnect())
+            return;
+        client.onModelAccessStateChanged();
+    }
 }
 
 // The host's signals are for the host's own threads: a new thread inherits the mask of its creator.
@@ -73,7 +85,7 @@ int ZUVModelAccess::start() {
         return -EINVAL;
     if (m_impl->delivery.joinable())
         return -EALREADY;
-    if (!m_impl->bus->isConnected())
+    if (!m_impl->bus->isOpened())
         return -ENOTCONN;
     const SignalsBlocked inDeliveryThread;
     try {

@@ -20,6 +20,7 @@ namespace fs = std::filesystem;
 
 constexpr int kReadyLimitMilliseconds = 5000;
 
+// - Users: without a rule that admits others, the daemon takes connections of its own user only.
 // - Policies: without receive_sender nothing arrives, not even the answer to a connection's first call.
 // - service_start_timeout (ms): a program that does not come up is given up while its caller still waits.
 // - max_outgoing_bytes bounds what the daemon keeps for a reader that hangs: beyond it, publications are
@@ -54,18 +55,27 @@ void writeFile(const fs::path& path, const std::string& text) {
         throw std::system_error(errno, std::generic_category(), path.string());
 }
 
+void keepToOwner(const fs::path& path) {
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+}
+
+void writePrivateFile(const fs::path& path, const std::string& text) {
+    writeFile(path, text);
+    keepToOwner(path);
+}
+
 // The daemon splits the command line of a service file as a shell does; a link in the folder spares the
 // quoting of whatever the programs' own path is made of.
 void makeActivatable(const fs::path& folder, const std::string& name, const fs::path& program) {
     const fs::path link = folder / program.filename();
     fs::create_symlink(fs::absolute(program), link);
-    writeFile(folder / (name + ".service"),
-              "[D-BUS Service]\nName=" + name + "\nExec=" + link.string() + "\n");
+    writePrivateFile(folder / (name + ".service"),
+                     "[D-BUS Service]\nName=" + name + "\nExec=" + link.string() + "\n");
 }
 
 CommandLine daemonCommand(const fs::path& folder, const fs::path& programs, const FileDescriptor& readiness) {
     const fs::path configurationFile = folder / "bus.conf";
-    writeFile(configurationFile, configuration(folder));
+    writePrivateFile(configurationFile, configuration(folder));
     makeActivatable(folder, kServiceName, programs / "zuv-service");
     makeActivatable(folder, kKeeperName, programs / "zuv-keeper");
     return {
@@ -110,6 +120,7 @@ PrivateBus::PrivateBus(const fs::path& programs, Pipe readiness)
     : m_daemon(daemonCommand(m_folder.path(), programs, readiness.writeEnd), readiness.writeEnd.get()) {
     readiness.writeEnd = FileDescriptor();
     m_address = readAddress(readiness.readEnd);
+    keepToOwner(m_folder.path() / "bus"); // the daemon lets everybody in and relies on the handshake
 }
 
 void enterPrivateShm() {

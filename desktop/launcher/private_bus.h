@@ -14,9 +14,10 @@
 
 namespace velmora::desktop {
 
-/// A bus daemon with a socket of its own, any number of them side by side. Programs reach it with
-/// DBUS_SESSION_BUS_ADDRESS=address(). The daemon starts the service and the keeper when they are first asked
-/// for, with the environment that the creator of the bus has.
+/// A bus daemon with a socket of its own, any number of them side by side. Its folder (mode 0700), the socket
+/// and the files in it (0600) are the user's alone, and the daemon turns other users away besides. Programs
+/// reach it with DBUS_SESSION_BUS_ADDRESS=address(). The daemon starts the service and the keeper when they
+/// are first asked for, with the environment that the creator of the bus has.
 ///
 /// When the object goes, so do the daemon, what the daemon has started, and the temporary folder. The daemon
 /// is killed when the thread that created the object ends, so that not even a killed owner leaves it behind.

@@ -35,6 +35,7 @@ ServiceBus::ServiceBus(sd_event* loop) {
 
 void ServiceBus::serve(Handlers handlers) {
     m_handlers = std::move(handlers);
+    requireSuccess(sd_bus_add_filter(m_bus.get(), nullptr, onAnyMessage, this), "cannot look at messages");
     addMatch(m_bus.get(), topicMatchRule(kCommandTopic), onCommand, this);
     addMatch(m_bus.get(), kNameLeftRule, onNameLeft, this);
     const int result = sd_bus_request_name(m_bus.get(), kServiceName, 0);
@@ -53,11 +54,19 @@ void ServiceBus::flush() {
     sd_bus_flush(m_bus.get());
 }
 
+int ServiceBus::onAnyMessage(sd_bus_message* message, void*, sd_bus_error*) {
+    if (isForeign(message, kCommandTopic))
+        spdlog::warn("foreign message dropped: {}", originOf(message));
+    return 0;
+}
+
 int ServiceBus::onCommand(sd_bus_message* message, void* bus, sd_bus_error*) {
     const std::optional<TopicValue> command = readTopicValue(message);
     const char* client = sd_bus_message_get_sender(message);
     if (command && client != nullptr)
         static_cast<ServiceBus*>(bus)->m_handlers.onCommand(command->values, client);
+    else
+        spdlog::warn("malformed command dropped: {}", originOf(message));
     return 0;
 }
 

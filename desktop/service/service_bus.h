@@ -38,6 +38,7 @@ public:
     void flush();
 
 private:
+    static int onAnyMessage(sd_bus_message* message, void* bus, sd_bus_error* error);
     static int onCommand(sd_bus_message* message, void* bus, sd_bus_error* error);
     static int onNameLeft(sd_bus_message* message, void* bus, sd_bus_error* error);
     static int onDisconnected(sd_bus_message* message, void* loop, sd_bus_error* error);

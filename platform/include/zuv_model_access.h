@@ -57,7 +57,8 @@ public:
     /// Publishes `values` on `topic` and makes it the topic's current value. Never waits, never starts the
     /// service; when nobody listens the list is dropped. Strings are bytes: any content and length up to 1
     /// MiB arrives whole.
-    /// @return 0 when the list was handed to the bus, or a negative number.
+    /// @return 0 when the list was handed to the bus, or a negative number; the list is dropped then, not
+    ///     kept for when there is a bus again.
     virtual int publish(std::string topic, std::vector<std::string> values) = 0;
 };
 

@@ -4,6 +4,7 @@
 
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 
@@ -35,6 +36,8 @@ int ValueKeeper::begin() {
                                  &ValueKeeper::onRead, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
     int result = openBus(m_bus);
+    if (result >= 0)
+        result = sd_bus_add_filter(m_bus.get(), nullptr, &ValueKeeper::onAnyMessage, this);
     for (auto value = m_values.begin(); result >= 0 && value != m_values.end(); ++value)
         result = listen(value->first);
     if (result >= 0)
@@ -51,7 +54,7 @@ int ValueKeeper::listen(const std::string& topic) {
 void ValueKeeper::keep(sd_bus_message* message) {
     auto published = readTopicValue(message);
     if (!published) {
-        spdlog::warn("malformed publication dropped");
+        spdlog::warn("malformed publication dropped: {}", originOf(message));
         return;
     }
     spdlog::debug("value kept: topic={} entries={}", published->topic, published->values.size());
@@ -71,6 +74,14 @@ int ValueKeeper::answer(sd_bus_message* request) {
     const auto found = m_values.find(topic);
     result = appendValues(created, found == m_values.end() ? std::vector<std::string>() : found->second);
     return result < 0 ? result : sd_bus_send(m_bus.get(), created, nullptr);
+}
+
+int ValueKeeper::onAnyMessage(sd_bus_message* message, void* keeper, sd_bus_error*) noexcept {
+    const auto& values = static_cast<ValueKeeper*>(keeper)->m_values;
+    if (std::all_of(values.begin(), values.end(),
+                    [message](const auto& value) { return isForeign(message, value.first); }))
+        spdlog::warn("foreign message dropped: {}", originOf(message));
+    return 0;
 }
 
 int ValueKeeper::onPublished(sd_bus_message* message, void* keeper, sd_bus_error*) noexcept {

@@ -21,8 +21,7 @@ public:
     /// Listens, takes the keeper's name - the sign that nothing published from then on is missed - and works
     /// until the bus goes away.
     /// @return 0 when the bus has gone, or a negative errno value when the work could not begin; -EEXIST:
-    /// another
-    ///     keeper is at work.
+    ///     another keeper is at work.
     int run();
 
 private:
@@ -31,6 +30,7 @@ private:
     void keep(sd_bus_message* message);
     int answer(sd_bus_message* request);
 
+    static int onAnyMessage(sd_bus_message* message, void* keeper, sd_bus_error*) noexcept;
     static int onPublished(sd_bus_message* message, void* keeper, sd_bus_error*) noexcept;
     static int onRead(sd_bus_message* request, void* keeper, sd_bus_error*) noexcept;
 

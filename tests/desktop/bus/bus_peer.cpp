@@ -3,9 +3,11 @@
 #include "topic_message.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
-#include <iterator>
+#include <cstdlib>
 #include <stdexcept>
+#include <string_view>
 
 namespace velmora::bus_test {
 
@@ -14,6 +16,14 @@ using namespace desktop;
 namespace {
 
 constexpr const char* kDaemon = "org.freedesktop.DBus";
+
+std::function<int(sd_bus_message*)> publicationOf(const std::string& topic,
+                                                  const std::vector<std::string>& values) {
+    return [topic, values](sd_bus_message* message) {
+        const int result = sd_bus_message_append(message, "s", topic.c_str());
+        return result < 0 ? result : appendValues(message, values);
+    };
+}
 
 } // namespace
 
@@ -45,14 +55,73 @@ pid_t BusPeer::processOf(const std::string& name) {
     return static_cast<pid_t>(process);
 }
 
-int BusPeer::publishMalformed(const std::string& topic) {
+int BusPeer::setActivationVariable(const std::string& name, const std::string& value) {
+    return sd_bus_call_method(m_bus.get(), kDaemon, "/org/freedesktop/DBus", kDaemon,
+                              "UpdateActivationEnvironment", nullptr, nullptr, "a{ss}", 1, name.c_str(),
+                              value.c_str());
+}
+
+// To everybody who listens when there is no destination.
+int BusPeer::send(const char* destination, const char* interface, const Signal& append) {
+    sd_bus_message* created = nullptr;
+    int result = sd_bus_message_new_signal(m_bus.get(), &created, kObjectPath, interface, kPublishedSignal);
+    const MessagePointer message(created);
+    if (result >= 0 && destination != nullptr)
+        result = sd_bus_message_set_destination(created, destination);
+    if (result >= 0)
+        result = append(created);
+    return result < 0 ? result : sd_bus_send(m_bus.get(), created, nullptr);
+}
+
+int BusPeer::sendMalformed(const char* destination, const std::string& topic) {
     const char* const name = topic.c_str();
-    const auto emit = [&](const char* signature, auto... arguments) {
-        return sd_bus_emit_signal(m_bus.get(), kObjectPath, kTopicInterface, kPublishedSignal, signature,
-                                  arguments...);
-    };
-    const int results[] = {emit("s", name), emit("ss", name, "text"), emit("sas", name, 1, "text")};
-    return *std::min_element(std::begin(results), std::end(results));
+    const auto publish = [&](const Signal& append) { return send(destination, kTopicInterface, append); };
+    return std::min(
+        {publish([&](auto* message) { return sd_bus_message_append(message, "s", name); }),
+         publish([&](auto* message) { return sd_bus_message_append(message, "ss", name, "text"); }),
+         publish([&](auto* message) { return sd_bus_message_append(message, "sas", name, 1, "text"); })});
+}
+
+int BusPeer::sendForeign(const char* destination, const std::string& topic) {
+    const auto wellFormed = [](const std::string& name) { return publicationOf(name, {"x"}); };
+    return std::min({sendMalformed(destination, topic),
+                     send(destination, kTopicInterface, [](sd_bus_message*) { return 0; }),
+                     send(destination, kTopicInterface, wellFormed("some.other.topic")),
+                     send(destination, "some.other.Interface", wellFormed(topic)),
+                     sd_bus_call_method_async(m_bus.get(), nullptr, destination, kObjectPath,
+                                              "some.other.Interface", "Call", nullptr, nullptr, nullptr)});
+}
+
+std::vector<std::string> BusPeer::otherConnections() {
+    char** names = nullptr;
+    const char* own = nullptr;
+    std::vector<std::string> others;
+    if (sd_bus_list_names(m_bus.get(), &names, nullptr) < 0 || sd_bus_get_unique_name(m_bus.get(), &own) < 0)
+        return others;
+    for (char** name = names; *name != nullptr; ++name) {
+        if (**name == ':' && std::string_view(*name) != own)
+            others.emplace_back(*name);
+        std::free(*name);
+    }
+    std::free(names);
+    return others;
+}
+
+int BusPeer::publishMalformed(const std::string& topic) {
+    return sendMalformed(nullptr, topic);
+}
+
+int BusPeer::publishTooLong(const std::string& topic) {
+    return send(nullptr, kTopicInterface,
+                publicationOf(topic, std::vector<std::string>(kMaximumEntries + 1)));
+}
+
+int BusPeer::sendForeignToAll(const std::string& topic) {
+    const std::vector<std::string> others = otherConnections();
+    int result = others.empty() ? -ENOENT : 0;
+    for (const std::string& destination : others)
+        result = std::min(result, sendForeign(destination.c_str(), topic));
+    return std::min(result, sd_bus_flush(m_bus.get()));
 }
 
 int BusPeer::publish(const std::string& topic, const std::vector<std::string>& values) {

@@ -5,10 +5,25 @@
 
 namespace velmora::bus_test {
 
+// "unix:path=FOLDER/bus,guid=..."
+std::filesystem::path folderOf(const desktop::PrivateBus& bus) {
+    const std::string& address = bus.address();
+    const std::size_t begin = address.find('/');
+    return std::filesystem::path(address.substr(begin, address.find(',') - begin)).parent_path();
+}
+
 int Participant::readPatiently(const std::string& topic, Event& value) {
     int result = -ETIMEDOUT;
     eventually([&] { return (result = access.read(topic, value)) != -ETIMEDOUT; });
     return result;
+}
+
+void reportEndOfThisThread(const ThreadEnd& end) {
+    struct Report {
+        ~Report() { *end = true; }
+        ThreadEnd end;
+    };
+    static thread_local const Report report{end};
 }
 
 BusTest::BusTest() {

@@ -10,6 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <filesystem>
+#include <memory>
 #include <set>
 #include <string>
 
@@ -19,6 +22,9 @@ using desktop::kCommandTopic;
 using desktop::kEventTopic;
 using desktop::kKeeperName;
 using desktop::kServiceName;
+
+/// The folder in which a bus has its socket and its configuration.
+std::filesystem::path folderOf(const desktop::PrivateBus& bus);
 
 /// A connection together with the client that it delivers to.
 struct Participant {
@@ -32,11 +38,17 @@ struct Participant {
     int readPatiently(const std::string& topic, Event& value);
 };
 
+/// Becomes true when the thread that it was given to has ended.
+using ThreadEnd = std::shared_ptr<std::atomic<bool>>;
+void reportEndOfThisThread(const ThreadEnd& end);
+
 /// Gives each test a bus of its own, named by DBUS_SESSION_BUS_ADDRESS. Nothing runs on it before it is asked
 /// for.
 class BusTest : public ::testing::Test {
 protected:
     BusTest();
+
+    std::filesystem::path folder() const { return folderOf(m_bus); }
 
     /// The processes that the bus runs, and those of them that it did not run at the time of `before`.
     std::set<pid_t> processes() const;

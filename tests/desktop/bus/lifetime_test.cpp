@@ -12,17 +12,6 @@ namespace {
 
 using Lifetime = BusTest;
 
-/// Becomes true when the thread that it was given to has ended.
-using ThreadEnd = std::shared_ptr<std::atomic<bool>>;
-
-void reportEndOfThisThread(const ThreadEnd& end) {
-    struct Report {
-        ~Report() { *end = true; }
-        ThreadEnd end;
-    };
-    static thread_local const Report report{end};
-}
-
 TEST_F(Lifetime, EndsOnTheDeliveryThreadFromInsideACallback) {
     const ThreadEnd threadEnd = std::make_shared<std::atomic<bool>>(false);
     std::promise<void> started;

@@ -1,11 +1,18 @@
-// No bus, or none any more: clear failures at once, and a process that lives on.
+// No bus, none any more, and one again: clear failures at once, and a process that lives on.
 #include "bus_test.h"
+#include "pipe.h"
+#include "process.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <future>
 #include <memory>
+#include <optional>
 
 namespace velmora::bus_test {
 namespace {
@@ -58,7 +65,7 @@ TEST_F(LostBus, IsReportedAndEveryOperationFails) {
 
     ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGKILL));
 
-    ASSERT_TRUE(participant.client.awaitStateChange());
+    ASSERT_TRUE(participant.client.awaitStateChanges(1));
     EXPECT_NE(participant.client.thread(), std::this_thread::get_id());
     expectAllOperationsFailAtOnce(participant.access);
 }
@@ -77,7 +84,7 @@ TEST_F(LostBus, FailsAReadThatIsUnderWay) {
 
     EXPECT_TRUE(killer.get());
     EXPECT_TRUE(sendSignal(keeper, SIGCONT));
-    EXPECT_TRUE(participant.client.awaitStateChange());
+    EXPECT_TRUE(participant.client.awaitStateChanges(1));
 }
 
 TEST_F(LostBus, DeliversWhatArrivedBefore) {
@@ -94,7 +101,7 @@ TEST_F(LostBus, DeliversWhatArrivedBefore) {
 
     sender.access.publish(kEventTopic, {"first"});
 
-    ASSERT_TRUE(participant.client.awaitStateChange());
+    ASSERT_TRUE(participant.client.awaitStateChanges(1));
     EXPECT_EQ(participant.client.events(), std::vector<Event>{{"first"}});
     EXPECT_EQ(participant.client.stateChanges(), 1);
 }
@@ -103,7 +110,7 @@ TEST_F(LostBus, LetsTheConnectionEnd) {
     auto participant = std::make_unique<Participant>();
     ASSERT_TRUE(participant->join());
     ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGKILL));
-    ASSERT_TRUE(participant->client.awaitStateChange());
+    ASSERT_TRUE(participant->client.awaitStateChanges(1));
 
     participant.reset();
 }
@@ -118,6 +125,180 @@ TEST_F(LostBus, HangingAtTheStartFailsWithinSeconds) {
 
     ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGCONT));
 }
+
+/// A bus that goes away, and whose place another takes.
+class ReturningBus : public BusTest {
+protected:
+    // Returns when `participant` knows.
+    void goAway(Participant& participant) {
+        const int before = participant.client.stateChanges();
+        if (m_another)
+            m_another.reset();
+        else
+            ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGKILL));
+        ASSERT_TRUE(participant.client.awaitStateChanges(before + 1));
+    }
+
+    // Returns when the bus takes connections.
+    void comeBack() {
+        desktop::Pipe readiness = desktop::makePipe();
+        const desktop::CommandLine command = {
+            "dbus-daemon",   "--config-file=" + (folder() / "bus.conf").string(),
+            "--nofork",      "--nopidfile",
+            "--syslog-only", "--print-address=" + std::to_string(readiness.writeEnd.get())};
+        m_another.emplace(command, readiness.writeEnd.get());
+        readiness.writeEnd = desktop::FileDescriptor();
+        char byte = 0;
+        ASSERT_EQ(read(readiness.readEnd.get(), &byte, 1), 1) << "the daemon has an address to tell";
+    }
+
+    // Takes the bus's place with something that connects and never says a word.
+    desktop::FileDescriptor listenInItsPlace() {
+        const std::string path = folder() / "bus";
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        unlink(path.c_str());
+        desktop::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        EXPECT_EQ(bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(listen(socket.get(), 1), 0);
+        return socket;
+    }
+
+    std::optional<desktop::ProcessGroup> m_another;
+};
+
+TEST_F(ReturningBus, DeliversAgainOnTheSameThreadWithoutACallOfTheClient) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    goAway(participant);
+    const auto thread = participant.client.thread();
+
+    comeBack();
+
+    ASSERT_TRUE(participant.client.awaitStateChanges(2));
+    BusPeer().publish(kEventTopic, {"back"});
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    EXPECT_EQ(participant.client.events(), std::vector<Event>{{"back"}});
+    EXPECT_EQ(participant.client.thread(), thread);
+}
+
+TEST_F(ReturningBus, IsPublishedOnReadAndHasItsServiceStarted) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    participant.access.publish(kEventTopic, {"before"});
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    goAway(participant);
+    EXPECT_LT(participant.access.publish(kEventTopic, {"dropped"}), 0);
+    comeBack();
+    ASSERT_TRUE(participant.client.awaitStateChanges(2));
+    Event value = {"left over"};
+
+    EXPECT_EQ(participant.readPatiently(kEventTopic, value), -ENODATA) << "the value has gone with its bus";
+    EXPECT_EQ(participant.access.publish(kEventTopic, {"after"}), 0);
+    EXPECT_EQ(participant.readPatiently(kEventTopic, value), 0);
+    EXPECT_EQ(value, Event{"after"});
+    EXPECT_EQ(participant.access.startService(), 0);
+    ASSERT_TRUE(participant.client.awaitEvents(3));
+    EXPECT_EQ(participant.client.events()[1], Event{"after"});
+    EXPECT_EQ(participant.client.events()[2].at(0), "service");
+}
+
+TEST_F(ReturningBus, IsFoundEachTime) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+
+    for (int round = 1; round <= 3; ++round) {
+        goAway(participant);
+        expectAllOperationsFailAtOnce(participant.access);
+        comeBack();
+        ASSERT_TRUE(participant.client.awaitStateChanges(2 * round));
+        EXPECT_EQ(participant.access.publish(kEventTopic, {std::to_string(round)}), 0);
+        ASSERT_TRUE(participant.client.awaitEvents(static_cast<std::size_t>(round)));
+    }
+
+    EXPECT_EQ(participant.client.events(), (std::vector<Event>{{"1"}, {"2"}, {"3"}}));
+}
+
+TEST_F(ReturningBus, IsFoundThoughItWentAwayBeforeTheStart) {
+    Participant participant;
+    ASSERT_EQ(participant.access.initialize(), 0);
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGKILL));
+
+    EXPECT_EQ(participant.access.start(), 0);
+
+    ASSERT_TRUE(participant.client.awaitStateChanges(1));
+    comeBack();
+    ASSERT_TRUE(participant.client.awaitStateChanges(2));
+    participant.access.publish(kEventTopic, {"back"});
+    EXPECT_TRUE(participant.client.awaitEvents(1));
+}
+
+TEST_F(ReturningBus, ForgetsAStartOfTheServiceThatTheLostOneNeverAnswered) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGSTOP));
+    ASSERT_EQ(participant.access.startService(), 0);
+    goAway(participant);
+    comeBack();
+    ASSERT_TRUE(participant.client.awaitStateChanges(2));
+
+    EXPECT_EQ(participant.access.startService(), 0);
+
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    EXPECT_EQ(participant.client.events()[0].at(0), "service");
+}
+
+TEST_F(ReturningBus, HangingKeepsNobodyWaiting) {
+    auto participant = std::make_unique<Participant>();
+    ASSERT_TRUE(participant->join());
+    const desktop::FileDescriptor place = listenInItsPlace();
+    goAway(*participant);
+    const desktop::FileDescriptor connection(accept(place.get(), nullptr, nullptr));
+    ASSERT_GE(connection.get(), 0);
+
+    expectAllOperationsFailAtOnce(participant->access);
+    const auto begin = Clock::now();
+    participant.reset();
+
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1)) << "two seconds are what an attempt has";
+}
+
+TEST_F(ReturningBus, LetsTheConnectionEndWhileItIsAway) {
+    auto participant = std::make_unique<Participant>();
+    ASSERT_TRUE(participant->join());
+    goAway(*participant);
+
+    const auto begin = Clock::now();
+    participant.reset();
+
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
+}
+
+class EndWithTheNews : public ReturningBus, public ::testing::WithParamInterface<int> {};
+
+TEST_P(EndWithTheNews, IsPossibleInsideTheCallback) {
+    const ThreadEnd threadEnd = std::make_shared<std::atomic<bool>>(false);
+    RecordingClient client;
+    auto access = std::make_unique<ZUVModelAccess>(&client);
+    client.whenStateChanged = [&] {
+        reportEndOfThisThread(threadEnd);
+        if (client.stateChanges() == GetParam())
+            access.reset();
+    };
+    ASSERT_EQ(access->initialize(), 0);
+    ASSERT_EQ(access->start(), 0);
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGKILL));
+    ASSERT_TRUE(client.awaitStateChanges(1));
+
+    comeBack();
+
+    ASSERT_TRUE(eventually([&] { return threadEnd->load(); }));
+    EXPECT_EQ(client.stateChanges(), GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Change, EndWithTheNews, ::testing::Values(1, 2),
+                         [](const auto& tested) { return tested.param == 1 ? "Lost" : "Restored"; });
 
 } // namespace
 } // namespace velmora::bus_test

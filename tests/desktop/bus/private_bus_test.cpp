@@ -13,23 +13,31 @@
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 namespace velmora::bus_test {
 namespace {
 
 namespace fs = std::filesystem;
 
-// "unix:path=FOLDER/bus,guid=..."
-fs::path folderOf(const desktop::PrivateBus& bus) {
-    const std::string& address = bus.address();
-    const std::size_t begin = address.find('/');
-    return fs::path(address.substr(begin, address.find(',') - begin)).parent_path();
-}
-
 TEST(PrivateBus, HasAFolderThatNobodyElseEnters) {
     const desktop::PrivateBus bus(ZUV_TEST_PROGRAMS_DIR);
 
     EXPECT_EQ(fs::status(folderOf(bus)).permissions(), fs::perms::owner_all);
+}
+
+TEST(PrivateBus, HasASocketAndFilesThatNobodyElseOpens) {
+    const desktop::PrivateBus bus(ZUV_TEST_PROGRAMS_DIR);
+
+    int seen = 0;
+    for (const auto& entry : fs::directory_iterator(folderOf(bus))) {
+        if (entry.is_symlink())
+            continue;
+        ++seen;
+        EXPECT_EQ(entry.status().permissions(), fs::perms::owner_read | fs::perms::owner_write)
+            << entry.path();
+    }
+    EXPECT_EQ(seen, 4) << "the socket, the configuration and two service files";
 }
 
 TEST(PrivateBus, LivesBesideAnother) {
@@ -86,6 +94,60 @@ TEST(PrivateBus, WithoutADaemonSaysSo) {
     EXPECT_THROW(desktop::PrivateBus(ZUV_TEST_PROGRAMS_DIR), std::system_error);
 }
 
+void becomeNobody() {
+    constexpr uid_t kNobody = 65534;
+    // A process that has changed its user may use its own files in /proc again once it is "dumpable".
+    if (geteuid() == 0 && (setgid(kNobody) < 0 || setuid(kNobody) < 0 || prctl(PR_SET_DUMPABLE, 1) < 0))
+        _exit(1);
+}
+
+bool takesACommand() {
+    Participant participant;
+    const bool connected = participant.access.initialize() == 0;
+    return participant.access.publish(kCommandTopic, {"create"}) == 0 && connected;
+}
+
+enum class Answer { taken, refused };
+
+// What the bus of DBUS_SESSION_BUS_ADDRESS says to a process that has called `become`; in a process of its
+// own, for there is no way back.
+std::optional<Answer> answerTo(void (*become)()) {
+    constexpr int kTaken = 10;
+    constexpr int kRefused = 11;
+    const pid_t child = fork();
+    if (child == 0) {
+        become();
+        _exit(takesACommand() ? kTaken : kRefused);
+    }
+    int status = 0;
+    if (waitpid(child, &status, 0) != child || !WIFEXITED(status))
+        return std::nullopt;
+    if (WEXITSTATUS(status) == kTaken)
+        return Answer::taken;
+    return WEXITSTATUS(status) == kRefused ? std::optional(Answer::refused) : std::nullopt;
+}
+
+class OtherUser : public BusTest {
+protected:
+    void SetUp() override {
+        if (geteuid() != 0)
+            GTEST_SKIP() << "nobody but root can become another user";
+    }
+};
+
+TEST_F(OtherUser, DoesNotReachTheSocket) {
+    EXPECT_EQ(answerTo([] {}), Answer::taken);
+    EXPECT_EQ(answerTo(becomeNobody), Answer::refused);
+}
+
+TEST_F(OtherUser, IsTurnedAwayByTheDaemonAsWell) {
+    fs::permissions(folder(), fs::perms::all);
+    fs::permissions(folder() / "bus", fs::perms::all);
+
+    EXPECT_EQ(answerTo(becomeNobody), Answer::refused);
+    EXPECT_EQ(answerTo([] {}), Answer::taken);
+}
+
 bool findsPrivateShm(const std::string& name, void (*enter)()) {
     try {
         enter();
@@ -104,13 +166,6 @@ bool hasPrivateShm(const std::string& name, void (*enter)()) {
         _exit(findsPrivateShm(name, enter) ? 0 : 1);
     int status = -1;
     return waitpid(child, &status, 0) == child && status == 0;
-}
-
-void becomeNobody() {
-    constexpr uid_t kNobody = 65534;
-    // A process that has changed its user may use its own files in /proc again once it is "dumpable".
-    if (geteuid() == 0 && (setgid(kNobody) < 0 || setuid(kNobody) < 0 || prctl(PR_SET_DUMPABLE, 1) < 0))
-        _exit(1);
 }
 
 std::string shmName() {

@@ -62,6 +62,10 @@ std::set<pid_t> processesOfGroup(pid_t group) {
     return processes;
 }
 
+bool isStopped(pid_t process) {
+    return stateOf("/proc/" + std::to_string(process)).state == 'T';
+}
+
 bool sendSignal(pid_t process, int signal) {
     return process > 0 && kill(process, signal) == 0;
 }

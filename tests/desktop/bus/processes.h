@@ -16,6 +16,9 @@ bool eventually(const std::function<bool()>& condition);
 /// The processes of a process group, other than those that have ended and wait to be reaped.
 std::set<pid_t> processesOfGroup(pid_t group);
 
+/// Whether a process is stopped, as SIGSTOP leaves it.
+bool isStopped(pid_t process);
+
 /// As kill(), for one process only: refuses 0 and less, by which kill() means whole groups, or everything
 /// there is. What a failed look-up returns must never get there.
 /// @return whether the signal was sent.

@@ -113,6 +113,17 @@ TEST_F(Publish, CarriesAnEmptyList) {
     EXPECT_EQ(participant.client.events()[0], Event{});
 }
 
+TEST_F(Publish, CarriesTheLongestList) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    const Event event(desktop::kMaximumEntries, "x");
+
+    EXPECT_EQ(participant.access.publish(kEventTopic, event), 0);
+
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    EXPECT_EQ(participant.client.events()[0], event);
+}
+
 TEST_F(Publish, CarriesElevenStringsOfAMebibyteThreeTimes) {
     Participant sender, receiver;
     ASSERT_TRUE(sender.join() && receiver.join());
@@ -146,6 +157,7 @@ TEST_F(Publish, RefusesWhatTheBusCannotCarryAndGoesOn) {
     ASSERT_TRUE(participant.join());
 
     EXPECT_LT(participant.access.publish(kEventTopic, {std::string(17 * kMebibyte, 'x')}), 0);
+    EXPECT_LT(participant.access.publish(kEventTopic, Event(desktop::kMaximumEntries + 1)), 0);
     EXPECT_LT(participant.access.publish(std::string("topic\0", 6), {"x"}), 0);
     EXPECT_LT(participant.access.publish("\xff\xfe", {"x"}), 0);
 

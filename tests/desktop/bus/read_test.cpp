@@ -12,6 +12,15 @@ namespace {
 using Read = BusTest;
 using Clock = std::chrono::steady_clock;
 
+// Whether a read fails, in the time it has; a busy machine adds to the 100 ms that are promised.
+void expectToFailInTime(ZUVModelAccess& access) {
+    Event value = {"left over"};
+    const auto begin = Clock::now();
+    EXPECT_LT(access.read(kEventTopic, value), 0);
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_TRUE(value.empty());
+}
+
 TEST_F(Read, FindsWhatWasPublishedBeforeTheReaderCame) {
     Participant sender;
     ASSERT_TRUE(sender.join());
@@ -219,6 +228,62 @@ TEST_F(Read, DoesNotHoldUpAPublisher) {
 
     EXPECT_LT(reader.get(), 0);
     EXPECT_GT(published, 10);
+}
+
+TEST_F(Read, GivesUpOnABusThatHangsAndRecoversWithIt) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGSTOP));
+
+    expectToFailInTime(participant.access);
+    participant.access.publish(kEventTopic, {"value"});
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGCONT));
+    Event value;
+
+    EXPECT_EQ(participant.readPatiently(kEventTopic, value), 0);
+    EXPECT_EQ(value, Event{"value"});
+}
+
+TEST_F(Read, IsAnsweredWhileTheServiceHangs) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    ASSERT_EQ(participant.access.startService(), 0);
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    ASSERT_TRUE(sendSignal(std::stoi(participant.client.events()[0].at(1)), SIGSTOP));
+    participant.access.publish(kEventTopic, {"value"});
+    Event value;
+
+    EXPECT_EQ(participant.readPatiently(kEventTopic, value), 0);
+    EXPECT_EQ(value, Event{"value"});
+}
+
+TEST_F(Read, BringsADeadKeeperBackWithoutItsValues) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    participant.access.publish(kEventTopic, {"value"});
+    BusPeer peer;
+    ASSERT_TRUE(sendSignal(peer.processOf(kKeeperName), SIGKILL));
+    ASSERT_TRUE(eventually([&] { return !peer.isOwned(kKeeperName); }));
+    Event value;
+
+    expectToFailInTime(participant.access);
+    EXPECT_EQ(participant.readPatiently(kEventTopic, value), -ENODATA);
+
+    participant.access.publish(kEventTopic, {"another"});
+    EXPECT_EQ(participant.readPatiently(kEventTopic, value), 0);
+    EXPECT_EQ(value, Event{"another"});
+}
+
+TEST_F(Read, WithoutAKeeperFailsAndCostsNothingElse) {
+    const desktop::PrivateBus empty("/nonexistent");
+    setenv("DBUS_SESSION_BUS_ADDRESS", empty.address().c_str(), 1);
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+
+    expectToFailInTime(participant.access);
+
+    EXPECT_EQ(participant.access.publish(kEventTopic, {"event"}), 0);
+    EXPECT_TRUE(participant.client.awaitEvents(1));
 }
 
 } // namespace

@@ -10,10 +10,14 @@ constexpr std::chrono::seconds kPatience(10);
 } // namespace
 
 void RecordingClient::onModelAccessStateChanged() {
-    const std::lock_guard lock(m_mutex);
-    m_thread = std::this_thread::get_id();
-    ++m_stateChanges;
-    m_changed.notify_all();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_thread = std::this_thread::get_id();
+        ++m_stateChanges;
+        m_changed.notify_all();
+    }
+    if (whenStateChanged)
+        whenStateChanged();
 }
 
 void RecordingClient::onZUVEvent(Event& event) {
@@ -32,9 +36,9 @@ bool RecordingClient::awaitEvents(std::size_t count) {
     return m_changed.wait_for(lock, kPatience, [&] { return m_events.size() >= count; });
 }
 
-bool RecordingClient::awaitStateChange() {
+bool RecordingClient::awaitStateChanges(int count) {
     std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, kPatience, [&] { return m_stateChanges > 0; });
+    return m_changed.wait_for(lock, kPatience, [&] { return m_stateChanges >= count; });
 }
 
 std::vector<Event> RecordingClient::events() const {

@@ -20,12 +20,14 @@ public:
     void onModelAccessStateChanged() override;
     void onZUVEvent(Event& event) override;
 
-    /// Runs inside the callback, after the event was recorded. Set before delivery starts.
+    /// Run inside the callbacks, after these were recorded. Set before delivery starts.
     std::function<void(const Event&)> whenEvent;
+    std::function<void()> whenStateChanged;
 
     /// Whether at least `count` events have come.
     bool awaitEvents(std::size_t count);
-    bool awaitStateChange();
+    /// Whether the state has changed at least `count` times.
+    bool awaitStateChanges(int count);
     std::vector<Event> events() const;
     int stateChanges() const;
 

@@ -1,5 +1,6 @@
 // The service as its clients see it: a real process on a real bus, with real media. Every test has a bus and
 // a /dev/shm of its own.
+#include "bus_peer.h"
 #include "http_client.h"
 #include "mapped_region.h"
 #include "private_bus.h"
@@ -7,6 +8,7 @@
 #include "service_process.h"
 #include "silent_server.h"
 #include "test_files.h"
+#include "topic_message.h"
 
 #include <gtest/gtest.h>
 #include <json/reader.h>
@@ -297,6 +299,24 @@ class ServiceEndTest : public BusTest {
 protected:
     ServiceClient m_client;
 };
+
+TEST_F(ServiceEndTest, HasDroppedForeignMessagesWithALine) {
+    testing::internal::CaptureStderr();
+    OwnService service;
+    m_client.awaitService();
+    bus_test::BusPeer peer;
+
+    EXPECT_GE(peer.sendForeignToAll(kCommandTopic), 0);
+    EXPECT_GE(peer.publishTooLong(kCommandTopic), 0);
+    EXPECT_TRUE(peer.isOwned(kServiceName)) << "and what the peer sent before is on its way";
+
+    EXPECT_EQ(m_client.request("inspect", "").detail(), "objects=0");
+    service.signal(SIGTERM);
+    EXPECT_EQ(service.exitStatus(), 0);
+    const std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_NE(log.find("malformed command dropped: sender=:1."), std::string::npos) << log;
+    EXPECT_NE(log.find("foreign message dropped: sender=:1."), std::string::npos) << log;
+}
 
 TEST_F(ServiceEndTest, EndsCleanlyOnSigterm) {
     OwnService service;

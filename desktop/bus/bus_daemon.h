@@ -1,0 +1,21 @@
+// What is asked of the bus daemon itself.
+#ifndef ZUV_DESKTOP_BUS_DAEMON_H
+#define ZUV_DESKTOP_BUS_DAEMON_H
+
+#include <cstdint>
+
+namespace velmora::desktop {
+
+inline constexpr const char* kDaemonName = "org.freedesktop.DBus";
+inline constexpr const char* kDaemonPath = "/org/freedesktop/DBus";
+inline constexpr const char* kStartMethod = "StartServiceByName";
+inline constexpr uint32_t kStartFlags = 0;
+
+/// D-Bus leaves some of its texts out, and the log takes no null pointer.
+inline const char* textOf(const char* text) {
+    return text == nullptr ? "none" : text;
+}
+
+} // namespace velmora::desktop
+
+#endif // ZUV_DESKTOP_BUS_DAEMON_H
