@@ -131,7 +131,6 @@ TEST_P(FailingIdentifierCopy, LeavesTheUrl) {
     client.proxy->m_localURL = OwnClient::kUrl;
     client.proxy->m_localAdURL = OwnClient::kUrl;
     client.beginCall();
-    failNext(Call::New);
 
     EXPECT_THROW(GetParam().call(*client.proxy), std::bad_alloc);
 
@@ -139,9 +138,36 @@ TEST_P(FailingIdentifierCopy, LeavesTheUrl) {
     EXPECT_EQ(client.proxy->localAdURL(), OwnClient::kUrl);
 }
 
+void failAtOnce() {
+    failNext(Call::New);
+}
+
+/// A preload first publishes the neutral event.
+void failBehindTheNextPublish() {
+    bus().onPublish = [](const std::string&, const Strings&) { failNext(Call::New); };
+}
+
 INSTANTIATE_TEST_SUITE_P(Operations, FailingIdentifierCopy,
-                         ::testing::Values(Forgetting{"Stop", [](auto& proxy) { proxy.stop(); }},
-                                           Forgetting{"StopAd", [](auto& proxy) { proxy.stopAd(); }}),
+                         ::testing::Values(Forgetting{"Stop",
+                                                      [](auto& proxy) {
+                                                          failAtOnce();
+                                                          proxy.stop();
+                                                      }},
+                                           Forgetting{"StopAd",
+                                                      [](auto& proxy) {
+                                                          failAtOnce();
+                                                          proxy.stopAd();
+                                                      }},
+                                           Forgetting{"Preload",
+                                                      [](auto& proxy) {
+                                                          failBehindTheNextPublish();
+                                                          proxy.preload(0.0, "", "", "");
+                                                      }},
+                                           Forgetting{"PreloadAd",
+                                                      [](auto& proxy) {
+                                                          failBehindTheNextPublish();
+                                                          proxy.preloadAd("", "");
+                                                      }}),
                          caseName);
 
 // Where an exception would end the process.
