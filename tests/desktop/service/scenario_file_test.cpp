@@ -438,10 +438,3 @@ TEST(Launcher, RefusesAnInvalidScenarioBeforeAnythingStarts) {
 
 } // namespace
 } // namespace velmora::desktop
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    if (!testing::GTEST_FLAG(list_tests))
-        velmora::desktop::enterPrivateShm();
-    return RUN_ALL_TESTS();
-}

@@ -416,10 +416,3 @@ TEST(ZuvServiceProgram, RefusesWhatItDoesNotKnow) {
 
 } // namespace
 } // namespace velmora::desktop
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    if (!testing::GTEST_FLAG(list_tests))
-        velmora::desktop::enterPrivateShm();
-    return RUN_ALL_TESTS();
-}

@@ -1,4 +1,5 @@
-// Tests of the system share one machine: each process gets a /dev/shm of its own before it has threads.
+// main() of tests with a real service: the region has one name on the machine, so each process gets a /dev/shm of its
+// own, before it has threads.
 #include "private_bus.h"
 
 #include <gtest/gtest.h>
