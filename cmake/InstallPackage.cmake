@@ -2,7 +2,7 @@
 #   runtime      the client library as programs load it
 #   development  what a program is built with: headers, the link to the library, the CMake package, documents
 #   desktop      the desktop platform: its library, its programs, the examples
-# Unless ZUV_PLATFORM_LIBRARY named another platform, the client library loads only where the desktop component is, too.
+# Unless ZUV_PLATFORM_DIR names another platform, the client library loads only where the desktop component is, too.
 include(CMakePackageConfigHelpers)
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/zuv_media_proxy)

@@ -22,6 +22,8 @@ using desktop::kCommandTopic;
 using desktop::kEventTopic;
 using desktop::kKeeperName;
 using desktop::kServiceName;
+using platform_test::Event;
+using platform_test::RecordingClient;
 
 /// The folder in which a bus has its socket and its configuration.
 std::filesystem::path folderOf(const desktop::PrivateBus& bus);

@@ -13,7 +13,7 @@
 using namespace velmora;
 
 int main() {
-    bus_test::RecordingClient client;
+    platform_test::RecordingClient client;
     ZUVModelAccess access(&client);
     if (access.initialize() < 0 || access.start() < 0 || access.startService() < 0 || !client.awaitEvents(1))
         return EXIT_FAILURE;

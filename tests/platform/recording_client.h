@@ -1,8 +1,9 @@
-#ifndef TESTS_DESKTOP_RECORDING_CLIENT_H
-#define TESTS_DESKTOP_RECORDING_CLIENT_H
+#ifndef TESTS_PLATFORM_RECORDING_CLIENT_H
+#define TESTS_PLATFORM_RECORDING_CLIENT_H
 
 #include "zuv_model_access.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -10,11 +11,12 @@
 #include <thread>
 #include <vector>
 
-namespace velmora::bus_test {
+namespace velmora::platform_test {
 
 using Event = std::vector<std::string>;
 
-/// Records what a connection delivers. Any thread may wait for it, for up to ten seconds.
+/// Records what a connection delivers. Any thread may wait for it, for up to ten seconds unless told
+/// otherwise.
 class RecordingClient final : public ZUVModelAccessClient {
 public:
     void onModelAccessStateChanged() override;
@@ -26,6 +28,8 @@ public:
 
     /// Whether at least `count` events have come.
     bool awaitEvents(std::size_t count);
+    /// Whether an event that is `wanted` has come, or comes within `limit`.
+    bool awaitEvent(const std::function<bool(const Event&)>& wanted, std::chrono::milliseconds limit);
     /// Whether the state has changed at least `count` times.
     bool awaitStateChanges(int count);
     std::vector<Event> events() const;
@@ -42,6 +46,6 @@ private:
     std::thread::id m_thread;
 };
 
-} // namespace velmora::bus_test
+} // namespace velmora::platform_test
 
-#endif // TESTS_DESKTOP_RECORDING_CLIENT_H
+#endif // TESTS_PLATFORM_RECORDING_CLIENT_H

@@ -1,8 +1,8 @@
 #include "recording_client.h"
 
-#include <chrono>
+#include <algorithm>
 
-namespace velmora::bus_test {
+namespace velmora::platform_test {
 namespace {
 
 constexpr std::chrono::seconds kPatience(10);
@@ -36,6 +36,13 @@ bool RecordingClient::awaitEvents(std::size_t count) {
     return m_changed.wait_for(lock, kPatience, [&] { return m_events.size() >= count; });
 }
 
+bool RecordingClient::awaitEvent(const std::function<bool(const Event&)>& wanted,
+                                 std::chrono::milliseconds limit) {
+    std::unique_lock lock(m_mutex);
+    return m_changed.wait_for(lock, limit,
+                              [&] { return std::any_of(m_events.begin(), m_events.end(), wanted); });
+}
+
 bool RecordingClient::awaitStateChanges(int count) {
     std::unique_lock lock(m_mutex);
     return m_changed.wait_for(lock, kPatience, [&] { return m_stateChanges >= count; });
@@ -56,4 +63,4 @@ std::thread::id RecordingClient::thread() const {
     return m_thread;
 }
 
-} // namespace velmora::bus_test
+} // namespace velmora::platform_test

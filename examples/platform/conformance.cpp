@@ -1,0 +1,15 @@
+// What the conformance suite must know of this platform. No part of the platform's library: the suite compiles
+// it, as its ZUV_PLATFORM_DESCRIPTION.
+#include "platform_under_test.h"
+
+namespace velmora::platform_test {
+
+PlatformUnderTest describePlatform() {
+    return {.service = Lacking{"the minimal platform starts no processes, and so no service"},
+            .stalledBus = Lacking{"the bus is a part of the process, and cannot hang by itself"},
+            .missingBus = Lacking{"the bus is a part of the process, and always there"},
+            .highestLevel = 1000,
+            .logOf = stderrOf};
+}
+
+} // namespace velmora::platform_test

@@ -1,0 +1,125 @@
+// The logging facility, as the client uses it: is the level wanted, then the line.
+#include "csp_debug.h"
+#include "participant.h"
+#include "platform_under_test.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <mutex>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+namespace velmora::platform_test {
+namespace {
+
+constexpr uint32_t kModule = 0x5Fu << 16;
+
+bool isWanted(uint32_t level) {
+    const CspDebugLevel descriptor = {{kModule | level, 0, 0}};
+    return cspDebugCheckLevelGetFrameAndChunk(&descriptor) != 0;
+}
+
+std::string logOf(const std::function<void()>& action) {
+    return platformUnderTest().logOf(action);
+}
+
+TEST(LogLevel, IsWantedUpToTheHighestThatIsPutOut) {
+    const uint32_t highest = platformUnderTest().highestLevel;
+
+    for (const uint32_t level : {1u, 1000u, 4000u, 5000u})
+        EXPECT_EQ(isWanted(level), level <= highest) << level;
+}
+
+TEST(LogOutput, FormatsAsPrintfDoes) {
+    const std::string log = logOf([] {
+        cspDebugOutput0("[%s] %s:%d:%s(): %s|%%|%5.1f\n", "B-LOG", "file.cpp", 12, "start", "100% {}", 2.5);
+    });
+
+    EXPECT_NE(log.find("[B-LOG] file.cpp:12:start(): 100% {}|%|  2.5\n"), std::string::npos) << log;
+}
+
+TEST(LogOutput, PutsALineOutWithoutALookAtItsLevel) {
+    EXPECT_NE(logOf([] { cspDebugOutput0("asked before\n"); }).find("asked before\n"), std::string::npos);
+}
+
+TEST(LogOutput, PutsLongLinesOutWhole) {
+    const std::string text(5000, 'x'); // more than the shared memory's 4096 bytes, which the client logs
+
+    const std::string log = logOf([&] { cspDebugOutput0("%s!\n", text.c_str()); });
+
+    EXPECT_NE(log.find(text + "!\n"), std::string::npos) << log;
+}
+
+TEST(LogOutput, PutsOneLineOutPerCallFromManyThreads) {
+    constexpr int kThreads = 4;
+    constexpr int kLines = 200;
+    const std::string filling(300, 'x');
+
+    std::istringstream log(logOf([&] {
+        std::vector<std::thread> threads;
+        for (int thread = 0; thread < kThreads; ++thread)
+            threads.emplace_back([&, thread] {
+                for (int line = 0; line < kLines; ++line)
+                    if (isWanted(1))
+                        cspDebugOutput0("<%d %d %s>\n", thread, line, filling.c_str());
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+    }));
+
+    std::vector<std::string> expected;
+    for (int thread = 0; thread < kThreads; ++thread)
+        for (int line = 0; line < kLines; ++line)
+            expected.push_back("<" + std::to_string(thread) + " " + std::to_string(line) + " " + filling +
+                               ">");
+    std::vector<std::string> lines; // without what the platform puts before them
+    for (std::string line; std::getline(log, line);)
+        lines.push_back(line.substr(std::min(line.find('<'), line.size())));
+    std::sort(lines.begin(), lines.end());
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(lines, expected);
+}
+
+// The client logs on the delivery thread, with its own mutexes held.
+TEST(LogOutput, FromInsideACallbackWhileAnotherThreadHoldsTheSameMutex) {
+    std::mutex mutex;
+    std::promise<void> logged;
+    Participant sender, receiver;
+    receiver.client.whenEvent = [&](const Event&) {
+        cspDebugOutput0("before the mutex\n");
+        const std::lock_guard lock(mutex);
+        cspDebugOutput0("with the mutex\n");
+        logged.set_value();
+    };
+    ASSERT_TRUE(sender.join() && receiver.join());
+
+    const std::string log = logOf([&] {
+        std::unique_lock lock(mutex);
+        sender.access.publish(kEventTopic, {"event"});
+        ASSERT_TRUE(receiver.client.awaitEvents(1));
+        cspDebugOutput0("with the mutex, elsewhere\n");
+        lock.unlock();
+        EXPECT_EQ(logged.get_future().wait_for(kPatience), std::future_status::ready);
+    });
+
+    for (const char* line : {"before the mutex\n", "with the mutex\n", "with the mutex, elsewhere\n"})
+        EXPECT_NE(log.find(line), std::string::npos) << line;
+}
+
+TEST(BlogBaseName, IsWhatFollowsTheLastSlash) {
+    EXPECT_STREQ(blog_base_name("client/src/file.cpp"), "file.cpp");
+    EXPECT_STREQ(blog_base_name("/file.cpp"), "file.cpp");
+    EXPECT_STREQ(blog_base_name("folder/"), "");
+}
+
+TEST(BlogBaseName, IsTheWholePathWithoutASlash) {
+    const char* const path = "file.cpp";
+
+    EXPECT_EQ(blog_base_name(path), path) << "into the path itself: nothing is allocated";
+    EXPECT_STREQ(blog_base_name(""), "");
+}
+
+} // namespace
+} // namespace velmora::platform_test

@@ -1,0 +1,13 @@
+#include "participant.h"
+
+namespace velmora::platform_test {
+
+int Participant::readPatiently(const std::string& topic, Event& value) {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    int result = access.read(topic, value);
+    while (result != 0 && std::chrono::steady_clock::now() < deadline)
+        result = access.read(topic, value);
+    return result;
+}
+
+} // namespace velmora::platform_test

@@ -1,0 +1,187 @@
+// What is published arrives whole and in order, and never holds its publisher up.
+#include "participant.h"
+
+#include <map>
+#include <thread>
+
+namespace velmora::platform_test {
+namespace {
+
+TEST(Publish, ReachesAnotherConnection) {
+    Participant sender, receiver;
+    ASSERT_TRUE(sender.join() && receiver.join());
+    const Event event = {"started", "200", "ses-1", "object-1"};
+
+    EXPECT_EQ(sender.access.publish(kEventTopic, event), 0);
+
+    ASSERT_TRUE(receiver.client.awaitEvents(1));
+    EXPECT_EQ(receiver.client.events()[0], event);
+}
+
+TEST(Publish, DeliversTheEventTopicOnly) {
+    Participant sender, receiver;
+    ASSERT_TRUE(sender.join() && receiver.join());
+
+    sender.access.publish(kCommandTopic, {"create"});
+    sender.access.publish(kEventTopic, {"created"});
+
+    ASSERT_TRUE(receiver.client.awaitEvents(1));
+    EXPECT_EQ(receiver.client.events(), std::vector<Event>{{"created"}});
+}
+
+TEST(Publish, KeepsTheOrderOfEachSender) {
+    constexpr int kCount = 500;
+    Participant left, right, receiver;
+    ASSERT_TRUE(left.join() && right.join() && receiver.join());
+    const auto publishAll = [](ZUVModelAccess& access, const std::string& name) {
+        for (int i = 0; i < kCount; ++i)
+            access.publish(kEventTopic, {name, std::to_string(i)});
+    };
+
+    std::thread other(publishAll, std::ref(left.access), "left");
+    publishAll(right.access, "right");
+    other.join();
+
+    ASSERT_TRUE(receiver.client.awaitEvents(2 * kCount));
+    std::map<std::string, int> next;
+    for (const Event& event : receiver.client.events())
+        ASSERT_EQ(event.at(1), std::to_string(next[event.at(0)]++)) << event.at(0);
+}
+
+TEST(Publish, TakesCallsFromManyThreadsOfOneConnection) {
+    constexpr int kThreads = 4;
+    constexpr int kCount = 200;
+    Participant sender, receiver;
+    ASSERT_TRUE(sender.join() && receiver.join());
+
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread)
+        threads.emplace_back([&sender, thread] {
+            for (int i = 0; i < kCount; ++i)
+                sender.access.publish(kEventTopic, {std::to_string(thread), std::to_string(i)});
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+
+    ASSERT_TRUE(receiver.client.awaitEvents(kThreads * kCount));
+    std::map<std::string, int> next;
+    for (const Event& event : receiver.client.events())
+        ASSERT_EQ(event.at(1), std::to_string(next[event.at(0)]++)) << "thread " << event.at(0);
+}
+
+TEST(Publish, CarriesAnyBytesWhole) {
+    Participant sender, receiver;
+    ASSERT_TRUE(sender.join() && receiver.join());
+    const Event event = {std::string("a\0b\0", 4), "\xff\xfe\xc3\x28", "", "\n\r\t%s{}",
+                         std::string(std::size_t{1} << 20, '\x80')};
+
+    EXPECT_EQ(sender.access.publish(kEventTopic, event), 0);
+
+    ASSERT_TRUE(receiver.client.awaitEvents(1));
+    EXPECT_EQ(receiver.client.events()[0], event);
+}
+
+TEST(Publish, CarriesListsOfAnyLength) {
+    const std::vector<Event> events = {{}, {""}, Event(10), Event(11, "entry"), Event(1000, "entry")};
+    Participant sender, receiver;
+    ASSERT_TRUE(sender.join() && receiver.join());
+
+    for (const Event& event : events)
+        EXPECT_EQ(sender.access.publish(kEventTopic, event), 0);
+
+    ASSERT_TRUE(receiver.client.awaitEvents(events.size()));
+    EXPECT_EQ(receiver.client.events(), events);
+}
+
+TEST(Publish, OfACommandThatNobodyHearsReturnsAndIsDropped) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+
+    const auto commands = inBackground([&] {
+        for (int i = 0; i < 1000; ++i)
+            participant.access.publish(kCommandTopic, Event(11, "entry"));
+    });
+
+    ASSERT_TRUE(isDone(commands));
+    participant.access.publish(kEventTopic, {"still here"});
+    Event value;
+    EXPECT_EQ(participant.readPatiently(kEventTopic, value), 0);
+    EXPECT_EQ(value, Event{"still here"});
+}
+
+TEST(Publish, FromInsideACallback) {
+    Participant asked, asking;
+    asked.client.whenEvent = [&](const Event& event) {
+        if (event == Event{"question"})
+            asked.access.publish(kEventTopic, {"answer"});
+    };
+    ASSERT_TRUE(asked.join() && asking.join());
+
+    asking.access.publish(kEventTopic, {"question"});
+
+    EXPECT_TRUE(
+        asking.client.awaitEvent([](const Event& event) { return event == Event{"answer"}; }, kPatience));
+}
+
+// The client publishes with a mutex held that its callback may be waiting for.
+TEST(PublishAndRead, DoNotWaitForACallbackOfTheirConnection) {
+    std::promise<void> entered, release;
+    Participant sender, receiver;
+    receiver.client.whenEvent = [&](const Event& event) {
+        if (event != Event{"under way"})
+            return;
+        entered.set_value();
+        release.get_future().wait();
+    };
+    ASSERT_TRUE(sender.join() && receiver.join());
+    sender.access.publish(kEventTopic, {"under way"});
+    ASSERT_EQ(entered.get_future().wait_for(kPatience), std::future_status::ready);
+
+    const auto operations = inBackground([&] {
+        EXPECT_EQ(receiver.access.publish(kCommandTopic, {"create"}), 0);
+        EXPECT_EQ(receiver.access.publish(kEventTopic, {"unknown"}), 0);
+        Event value;
+        EXPECT_EQ(receiver.readPatiently(kEventTopic, value), 0);
+        EXPECT_EQ(value, Event{"unknown"});
+    });
+
+    EXPECT_TRUE(isDone(operations));
+    release.set_value();
+}
+
+class OnAStalledBus : public TestWith<StalledBus> {
+protected:
+    OnAStalledBus() : TestWith(platformUnderTest().stalledBus) {}
+};
+
+TEST_F(OnAStalledBus, PublishReturns) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+
+    thing().begin();
+    const auto operations = inBackground([&] {
+        for (int i = 0; i < 1000; ++i)
+            participant.access.publish(kCommandTopic, Event(11, "entry"));
+    });
+    EXPECT_TRUE(isDone(operations));
+    thing().end();
+}
+
+TEST_F(OnAStalledBus, ReadGivesUpWithinItsLimit) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    Event value = {"left over"};
+
+    thing().begin();
+    const auto begin = std::chrono::steady_clock::now();
+    const int result = participant.access.read(kEventTopic, value);
+    const auto taken = std::chrono::steady_clock::now() - begin;
+    thing().end();
+
+    EXPECT_LT(result, 0);
+    EXPECT_TRUE(value.empty());
+    EXPECT_LT(taken, std::chrono::seconds(1)) << "100 ms, and what a busy machine adds";
+}
+
+} // namespace
+} // namespace velmora::platform_test
