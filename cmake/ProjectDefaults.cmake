@@ -35,8 +35,16 @@ endif()
 # The file with a program's main() holds little but CLI11's templates. Optimised, it takes longer to compile than the
 # rest of the program, and runs once.
 function(zuv_leave_unoptimized source)
-    set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS -O0)
+    set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "-O0;-U_FORTIFY_SOURCE")
 endfunction()
+
+# The library runs in somebody else's process: what goes wrong in it shall end there, and not be of use to anybody.
+# The C library's checked functions need optimised code; a sanitizer checks more than they do.
+add_compile_options(-fstack-protector-strong)
+if(NOT ZUV_SANITIZE)
+    add_compile_options($<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
+endif()
+add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
 
 add_link_options(-Wl,--as-needed)
 # clang links a sanitizer's runtime into programs only; shared objects find it there.

@@ -39,6 +39,18 @@ __attribute__((format(printf, 1, 0))) std::string describePrinted(const char* fo
            (line > 0 ? "" : " at line " + std::to_string(line));
 }
 
+// GoogleTest prints as well; only the client's one line is of interest, without the directories of its file.
+__attribute__((format(printf, 1, 0))) int recordAndPrint(const char* format, va_list arguments) {
+    const OwnWork work;
+    if (std::string_view(format).find("NotImplemented") != std::string_view::npos) {
+        va_list again;
+        va_copy(again, arguments);
+        journal().add(describePrinted(format, again));
+        va_end(again);
+    }
+    return std::vprintf(format, arguments);
+}
+
 } // namespace
 
 void numberUuids() {
@@ -116,16 +128,19 @@ void __wrap_free(void* memory) {
     __real_free(memory);
 }
 
-// GoogleTest prints as well; only the client's one line is of interest, without the directories of its file.
 __attribute__((format(printf, 1, 2))) int __wrap_printf(const char* format, ...) {
-    const OwnWork work;
     va_list arguments;
     va_start(arguments, format);
-    if (std::string_view(format).find("NotImplemented") != std::string_view::npos)
-        journal().add(describePrinted(format, arguments));
+    const int length = recordAndPrint(format, arguments);
     va_end(arguments);
+    return length;
+}
+
+// What printf becomes in hardened code.
+__attribute__((format(printf, 2, 3))) int __wrap___printf_chk(int, const char* format, ...) {
+    va_list arguments;
     va_start(arguments, format);
-    const int length = std::vprintf(format, arguments);
+    const int length = recordAndPrint(format, arguments);
     va_end(arguments);
     return length;
 }
