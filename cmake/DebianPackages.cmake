@@ -1,0 +1,70 @@
+# Debian packages, one for each component of the installation: `cpack` in the build folder makes them of what was built
+# there. The preset `package` builds as Debian installs, with the libraries in the architecture's own folder.
+#
+#   libzuv-media-proxyN    runtime: both libraries. The desktop platform's is in here, because the client's cannot be
+#                          loaded without it and both are always of one build.
+#   libzuv-media-proxy-dev development
+#   zuv-desktop            the desktop platform's programs; not of a build that has none of its own
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME zuv-media-proxy)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_CONTACT "The authors of the media proxy client <media-proxy@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package's description begins with its own
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+
+set(CPACK_COMPONENTS_ALL runtime development)
+if(TARGET zuv-desktop)
+    list(APPEND CPACK_COMPONENTS_ALL desktop)
+endif()
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+set(CPACK_ZUV_COPYRIGHT ${PROJECT_SOURCE_DIR}/packaging/copyright)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/add_documents.cmake)
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libzuv-media-proxy${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
+    "Media proxy client of a television's web engine
+Plays video that a separate media service process really plays.
+.
+The shared libraries: the client that a web engine loads, and the bus
+connection and the log of the platform that it was built for.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzuv-media-proxy-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
+    "Media proxy client of a television's web engine - development files
+Headers, documents, and the packages for CMake and pkg-config.")
+
+# GStreamer's plugins and the bus daemon are found when they are needed, by name.
+set(CPACK_DEBIAN_DESKTOP_PACKAGE_NAME zuv-desktop)
+set(CPACK_DEBIAN_DESKTOP_PACKAGE_SECTION devel)
+set(CPACK_DEBIAN_DESKTOP_PACKAGE_DEPENDS
+    "dbus-daemon, gstreamer1.0-plugins-base, gstreamer1.0-plugins-good")
+set(CPACK_DEBIAN_DESKTOP_PACKAGE_SUGGESTS libzuv-media-proxy-dev)
+set(CPACK_COMPONENT_DESKTOP_DEPENDS runtime)
+set(CPACK_COMPONENT_DESKTOP_DESCRIPTION
+    "Desktop platform of the media proxy client
+What stands in for the device on a development machine: a launcher that runs
+any command with a bus and a media service around it, and two players.")
+
+if(CMAKE_CROSSCOMPILING)
+    # The target's packages were unpacked, not installed: nothing knows which package has a library.
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6 (>= 2.36), libgcc-s1, libstdc++6 (>= 12), libjsoncpp25, libuuid1")
+    if(TARGET zuv_desktop)
+        string(APPEND CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS ", libsystemd0, libspdlog1.10, libfmt9")
+    endif()
+else()
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+endif()
+
+include(CPack)

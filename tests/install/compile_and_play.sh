@@ -1,0 +1,17 @@
+#!/bin/sh
+# Compiles PROGRAM for the installation below PREFIX, as pkg-config says, and has it play MEDIUM on the installed desktop
+# platform. It must print a local URL.
+#
+#   compile_and_play.sh PREFIX LIBRARY_FOLDER PROGRAM MEDIUM COMPILER [FLAGS]
+set -eu
+prefix=$1
+libraries=$prefix/$2
+flags=${6-}
+
+export PKG_CONFIG_PATH="$libraries/pkgconfig"
+program=$(mktemp)
+trap 'rm -f "$program"' EXIT
+# shellcheck disable=SC2046,SC2086 # several flags each
+"$5" -std=c++17 $flags -o "$program" "$3" $(pkg-config --cflags --libs zuv_media_proxy)
+LD_LIBRARY_PATH=$libraries "$prefix/bin/zuv-desktop" run --private-shm -- "$program" "$4" | tee /dev/stderr |
+    grep -q 'http://127\.0\.0\.1'

@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# Installs the packages of a folder into an empty Debian, compiles the README's example there as its reader does, and has
+# it play. Needs root, and a Debian mirror for what the packages depend on; CACHE keeps the empty Debian and downloads.
+#
+#   empty_debian.sh PACKAGES MEDIUM CACHE
+set -euo pipefail
+packages=$1
+medium=$2
+cache=$3
+example=$(dirname "$0")/../../examples/minimal/main.cpp
+
+mkdir -p "$cache/archives"
+if [ ! -f "$cache/debian.tar" ]; then
+    mmdebstrap --quiet --variant=apt --format=tar bookworm "$cache/debian.tar.part"
+    mv "$cache/debian.tar.part" "$cache/debian.tar"
+fi
+root=$(mktemp -d "$cache/root.XXXXXX")
+trap 'rm -rf "$root"' EXIT
+tar -x -C "$root" -f "$cache/debian.tar"
+mkdir "$root/test"
+cp "$packages"/*.deb "$example" "$root/test"
+cp "$medium" "$root/test/medium"
+
+# Mounts and processes end with the shell inside.
+unshare --mount --pid --fork --kill-child sh -eu -s "$root" "$cache" <<'INSIDE'
+mount --bind "$2/archives" "$1/var/cache/apt/archives"
+mount -t proc proc "$1/proc"
+mount -t tmpfs shm "$1/dev/shm"
+chroot "$1" sh -eu -s <<'CHROOT'
+export DEBIAN_FRONTEND=noninteractive
+apt-get -qq update
+apt-get -qq -y --no-install-recommends -o Dpkg::Use-Pty=0 -o Dpkg::Options::=--force-unsafe-io \
+    install g++ pkg-config /test/*.deb >/test/apt.log 2>&1 || { cat /test/apt.log; exit 1; }
+c++ -o /test/minimal /test/main.cpp $(pkg-config --cflags zuv_media_proxy)
+zuv-desktop run --private-shm -- /test/minimal /test/medium >/test/output
+cat /test/output
+grep -q ' url http://127\.0\.0\.1' /test/output
+CHROOT
+INSIDE

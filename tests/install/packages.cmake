@@ -1,0 +1,41 @@
+# The Debian packages, unpacked but not installed; `scripts/test package` installs them.
+set(packages ${CMAKE_CURRENT_BINARY_DIR}/packages)
+set(library_package libzuv-media-proxy${PROJECT_VERSION_MAJOR})
+
+add_test(NAME package.packages COMMAND ${CMAKE_COMMAND}
+    -DBUILD_FOLDER=${CMAKE_BINARY_DIR} -DPACKAGES=${packages} -P ${CMAKE_CURRENT_SOURCE_DIR}/unpack_packages.cmake)
+set_tests_properties(package.packages PROPERTIES LABELS package FIXTURES_SETUP packages)
+
+function(zuv_package_test name)
+    add_test(NAME package.${name} ${ARGN})
+    set_tests_properties(package.${name} PROPERTIES LABELS package FIXTURES_REQUIRED packages)
+endfunction()
+
+# What a package holds, and what it asks for: PACKAGE FILES ... NEEDS ...
+function(zuv_check_package package)
+    cmake_parse_arguments(PARSE_ARGV 1 package "" "" "FILES;NEEDS")
+    list(APPEND package_FILES share/doc/${package}/copyright)
+    zuv_compare_files(compare ${package} ${packages}/${package}/usr ${package_FILES})
+    zuv_package_test(${package}_has_its_files COMMAND ${compare})
+    list(JOIN package_NEEDS "," needs)
+    zuv_package_test(${package}_asks_for_what_it_needs COMMAND ${CMAKE_COMMAND}
+        -DPACKAGES=${packages} -DPACKAGE=${package} "-DNEEDS=${needs}"
+        -P ${CMAKE_CURRENT_SOURCE_DIR}/check_dependencies.cmake)
+endfunction()
+
+set(same_version "${library_package} \\(= ${PROJECT_VERSION}\\)")
+zuv_check_package(${library_package}
+    FILES ${runtime_files}
+    NEEDS libc6 libjsoncpp25 libspdlog1.10-fmt9 libstdc\\+\\+6 libsystemd0 libuuid1)
+zuv_check_package(libzuv-media-proxy-dev
+    FILES ${development_files}
+    NEEDS ${same_version})
+zuv_check_package(zuv-desktop
+    FILES ${desktop_files}
+    NEEDS ${same_version} dbus-daemon gstreamer1.0-plugins-base gstreamer1.0-plugins-good libgstreamer1.0-0)
+
+# All three in one place.
+set(program ${PROJECT_SOURCE_DIR}/examples/minimal/main.cpp)
+zuv_package_test(readme_example_plays COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/compile_and_play.sh
+    ${packages}/all/usr ${CMAKE_INSTALL_LIBDIR} ${program} ${ZUV_TEST_MEDIA_DIR}/clip.webm
+    ${CMAKE_CXX_COMPILER} "${CMAKE_CXX_FLAGS}")
