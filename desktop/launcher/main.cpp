@@ -68,10 +68,12 @@ int listScenarios() {
 int run(const RunOptions& options) {
     try {
         tellService(options);
+        // Asked before the mounts are unshared: in a chroot, its path is another one afterwards.
+        const auto programs = std::filesystem::read_symlink("/proc/self/exe").parent_path();
         if (options.privateShm)
             enterPrivateShm();
         const Supervision supervision;
-        const PrivateBus bus(std::filesystem::read_symlink("/proc/self/exe").parent_path());
+        const PrivateBus bus(programs);
         spdlog::debug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
         setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
         return runCommand(options.command, supervision);

@@ -23,10 +23,11 @@ cp "$medium" "$root/test/medium"
 
 # Mounts and processes end with the shell inside.
 unshare --mount --pid --fork --kill-child sh -eu -s "$root" "$cache" <<'INSIDE'
+mount --rbind "$1" "$1" # a root is a mount point, as zuv-desktop expects of /
 mount --bind "$2/archives" "$1/var/cache/apt/archives"
 mount -t proc proc "$1/proc"
 mount -t tmpfs shm "$1/dev/shm"
-chroot "$1" sh -eu -s <<'CHROOT'
+env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin http_proxy="${http_proxy-}" chroot "$1" sh -eu -s <<'CHROOT'
 export DEBIAN_FRONTEND=noninteractive
 apt-get -qq update
 apt-get -qq -y --no-install-recommends -o Dpkg::Use-Pty=0 -o Dpkg::Options::=--force-unsafe-io \

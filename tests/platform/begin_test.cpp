@@ -13,7 +13,8 @@ TEST(Initialize, SucceedsWhereThereIsABus) {
 }
 
 TEST(Start, DeliversFromHereOnAndNotBefore) {
-    Participant sender, receiver;
+    Participant sender;
+    Participant receiver;
     ASSERT_TRUE(sender.join());
     ASSERT_EQ(receiver.access.initialize(), 0);
 
@@ -29,7 +30,8 @@ TEST(Start, DeliversFromHereOnAndNotBefore) {
 }
 
 TEST(Start, DeliversOnOneThreadThatIsNoCallers) {
-    Participant sender, receiver;
+    Participant sender;
+    Participant receiver;
     ASSERT_TRUE(sender.join() && receiver.join());
 
     sender.access.publish(kEventTopic, {"first"});

@@ -35,7 +35,8 @@ TEST(End, OnTheDeliveryThreadReturnsAndDeliversNoMore) {
 }
 
 TEST(End, ElsewhereWaitsForTheCallbackUnderWay) {
-    std::promise<void> entered, release;
+    std::promise<void> entered;
+    std::promise<void> release;
     std::atomic<bool> finished = false;
     Participant sender;
     RecordingClient client;

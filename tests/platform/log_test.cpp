@@ -14,7 +14,7 @@
 namespace velmora::platform_test {
 namespace {
 
-constexpr uint32_t kModule = 0x5Fu << 16;
+constexpr uint32_t kModule = 0x5FU << 16;
 
 bool isWanted(uint32_t level) {
     const CspDebugLevel descriptor = {{kModule | level, 0, 0}};
@@ -28,7 +28,7 @@ std::string logOf(const std::function<void()>& action) {
 TEST(LogLevel, IsWantedUpToTheHighestThatIsPutOut) {
     const uint32_t highest = platformUnderTest().highestLevel;
 
-    for (const uint32_t level : {1u, 1000u, 4000u, 5000u})
+    for (const uint32_t level : {1U, 1000U, 4000U, 5000U})
         EXPECT_EQ(isWanted(level), level <= highest) << level;
 }
 
@@ -59,6 +59,7 @@ TEST(LogOutput, PutsOneLineOutPerCallFromManyThreads) {
 
     std::istringstream log(logOf([&] {
         std::vector<std::thread> threads;
+        threads.reserve(kThreads);
         for (int thread = 0; thread < kThreads; ++thread)
             threads.emplace_back([&, thread] {
                 for (int line = 0; line < kLines; ++line)
@@ -86,7 +87,8 @@ TEST(LogOutput, PutsOneLineOutPerCallFromManyThreads) {
 TEST(LogOutput, FromInsideACallbackWhileAnotherThreadHoldsTheSameMutex) {
     std::mutex mutex;
     std::promise<void> logged;
-    Participant sender, receiver;
+    Participant sender;
+    Participant receiver;
     receiver.client.whenEvent = [&](const Event&) {
         cspDebugOutput0("before the mutex\n");
         const std::lock_guard lock(mutex);

@@ -8,7 +8,8 @@ namespace velmora::platform_test {
 namespace {
 
 TEST(Publish, ReachesAnotherConnection) {
-    Participant sender, receiver;
+    Participant sender;
+    Participant receiver;
     ASSERT_TRUE(sender.join() && receiver.join());
     const Event event = {"started", "200", "ses-1", "object-1"};
 
@@ -19,7 +20,8 @@ TEST(Publish, ReachesAnotherConnection) {
 }
 
 TEST(Publish, DeliversTheEventTopicOnly) {
-    Participant sender, receiver;
+    Participant sender;
+    Participant receiver;
     ASSERT_TRUE(sender.join() && receiver.join());
 
     sender.access.publish(kCommandTopic, {"create"});
@@ -30,11 +32,13 @@ TEST(Publish, DeliversTheEventTopicOnly) {
 }
 
 TEST(Publish, KeepsTheOrderOfEachSender) {
-    constexpr int kCount = 500;
-    Participant left, right, receiver;
+    constexpr std::size_t kCount = 500;
+    Participant left;
+    Participant right;
+    Participant receiver;
     ASSERT_TRUE(left.join() && right.join() && receiver.join());
     const auto publishAll = [](ZUVModelAccess& access, const std::string& name) {
-        for (int i = 0; i < kCount; ++i)
+        for (std::size_t i = 0; i < kCount; ++i)
             access.publish(kEventTopic, {name, std::to_string(i)});
     };
 
@@ -49,15 +53,17 @@ TEST(Publish, KeepsTheOrderOfEachSender) {
 }
 
 TEST(Publish, TakesCallsFromManyThreadsOfOneConnection) {
-    constexpr int kThreads = 4;
-    constexpr int kCount = 200;
-    Participant sender, receiver;
+    constexpr std::size_t kThreads = 4;
+    constexpr std::size_t kCount = 200;
+    Participant sender;
+    Participant receiver;
     ASSERT_TRUE(sender.join() && receiver.join());
 
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < kThreads; ++thread)
+    threads.reserve(kThreads);
+    for (std::size_t thread = 0; thread < kThreads; ++thread)
         threads.emplace_back([&sender, thread] {
-            for (int i = 0; i < kCount; ++i)
+            for (std::size_t i = 0; i < kCount; ++i)
                 sender.access.publish(kEventTopic, {std::to_string(thread), std::to_string(i)});
         });
     for (std::thread& thread : threads)
@@ -70,7 +76,8 @@ TEST(Publish, TakesCallsFromManyThreadsOfOneConnection) {
 }
 
 TEST(Publish, CarriesAnyBytesWhole) {
-    Participant sender, receiver;
+    Participant sender;
+    Participant receiver;
     ASSERT_TRUE(sender.join() && receiver.join());
     const Event event = {std::string("a\0b\0", 4), "\xff\xfe\xc3\x28", "", "\n\r\t%s{}",
                          std::string(std::size_t{1} << 20, '\x80')};
@@ -83,7 +90,8 @@ TEST(Publish, CarriesAnyBytesWhole) {
 
 TEST(Publish, CarriesListsOfAnyLength) {
     const std::vector<Event> events = {{}, {""}, Event(10), Event(11, "entry"), Event(1000, "entry")};
-    Participant sender, receiver;
+    Participant sender;
+    Participant receiver;
     ASSERT_TRUE(sender.join() && receiver.join());
 
     for (const Event& event : events)
@@ -110,7 +118,8 @@ TEST(Publish, OfACommandThatNobodyHearsReturnsAndIsDropped) {
 }
 
 TEST(Publish, FromInsideACallback) {
-    Participant asked, asking;
+    Participant asked;
+    Participant asking;
     asked.client.whenEvent = [&](const Event& event) {
         if (event == Event{"question"})
             asked.access.publish(kEventTopic, {"answer"});
@@ -125,8 +134,10 @@ TEST(Publish, FromInsideACallback) {
 
 // The client publishes with a mutex held that its callback may be waiting for.
 TEST(PublishAndRead, DoNotWaitForACallbackOfTheirConnection) {
-    std::promise<void> entered, release;
-    Participant sender, receiver;
+    std::promise<void> entered;
+    std::promise<void> release;
+    Participant sender;
+    Participant receiver;
     receiver.client.whenEvent = [&](const Event& event) {
         if (event != Event{"under way"})
             return;

@@ -86,7 +86,8 @@ TEST(Read, CarriesAnyBytesWhole) {
 TEST(Read, FromInsideACallbackKeepsTheEventsBehindItInOrder) {
     constexpr std::size_t kCount = 100;
     std::atomic<int> failed = 0;
-    Participant sender, reader;
+    Participant sender;
+    Participant reader;
     reader.client.whenEvent = [&](const Event&) {
         Event value;
         failed += reader.readPatiently(kEventTopic, value) != 0;

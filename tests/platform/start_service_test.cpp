@@ -104,7 +104,8 @@ TEST_F(StartService, FromInsideACallback) {
 
 // The client asks for it with a mutex held that its callback may be waiting for.
 TEST_F(StartService, DoesNotWaitForACallbackOfItsConnection) {
-    std::promise<void> entered, release;
+    std::promise<void> entered;
+    std::promise<void> release;
     m_participant.emplace();
     m_participant->client.whenEvent = [&](const Event& event) {
         if (event != Event{"under way"})
