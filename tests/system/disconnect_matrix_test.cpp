@@ -10,23 +10,33 @@
 namespace velmora::system_test {
 namespace {
 
-// What a busy machine adds to the library's own waits.
+// A busy machine makes each of the library's waits longer, and interrupts what does not wait. Less than a
+// synchronous request in vain: what is to return at once must not be one.
 constexpr int kAllowanceMilliseconds = 200;
 
-void expectThread(const std::vector<News>& seen, std::size_t callback, CallbackThread promised) {
-    if (promised == CallbackThread::Either)
-        return;
-    const bool isFirst = promised == CallbackThread::Delivery;
-    EXPECT_NE(seen[callback].thread, isFirst ? std::this_thread::get_id() : seen[callback - 1].thread);
+int longest(Range milliseconds) {
+    return milliseconds.most + milliseconds.most / 2 + kAllowanceMilliseconds;
 }
 
-void expectCallbacks(const std::vector<News>& seen, const std::vector<Callback>& promised) {
-    ASSERT_EQ(seen.size(), promised.size());
-    for (std::size_t i = 0; i < promised.size(); ++i) {
-        SCOPED_TRACE("callback " + std::to_string(i));
-        EXPECT_EQ(seen[i].medium, promised[i].medium);
-        EXPECT_EQ(seen[i].changed, promised[i].changed);
-        expectThread(seen, i, promised[i].thread);
+bool ranWhere(CallbackThread promised, const News& news, const std::vector<News>& before) {
+    if (promised == CallbackThread::Either)
+        return true;
+    return news.thread !=
+           (promised == CallbackThread::Delivery ? std::this_thread::get_id() : before.back().thread);
+}
+
+void expectCallbacks(const Seen& seen, const std::vector<Callback>& promised) {
+    ASSERT_EQ(seen.callbacks.size(), promised.size());
+    std::vector<News> before;
+    for (const News& news : seen.callbacks) {
+        const Callback& callback = promised.at(before.size());
+        SCOPED_TRACE("callback " + std::to_string(before.size()));
+        EXPECT_EQ(news.medium, callback.medium);
+        EXPECT_EQ(news.proxyId, seen.id);
+        EXPECT_EQ(news.changed, callback.changed);
+        EXPECT_EQ(news.value == seen.localUrl, news.changed == "url") << news.value;
+        EXPECT_TRUE(ranWhere(callback.thread, news, before));
+        before.push_back(news);
     }
 }
 
@@ -40,8 +50,8 @@ TEST_P(DisconnectMatrix, KeepsItsPromise) {
     EXPECT_EQ(seen.returned, promise.returned);
     EXPECT_EQ(seen.state, promise.state);
     EXPECT_EQ(seen.adState, promise.adState);
-    EXPECT_EQ(seen.localUrl, promise.localUrl);
-    expectCallbacks(seen.callbacks, promise.callbacks);
+    EXPECT_EQ(!seen.localUrl.empty(), promise.localUrl);
+    expectCallbacks(seen, promise.callbacks);
     const int commands = static_cast<int>(seen.commands.size());
     EXPECT_EQ(std::count(seen.commands.begin(), seen.commands.end(), commandOf(GetParam().operation)),
               commands);
@@ -49,11 +59,23 @@ TEST_P(DisconnectMatrix, KeepsItsPromise) {
     EXPECT_LE(commands, promise.commands.most);
     EXPECT_EQ(seen.restarts, promise.restarts);
     EXPECT_GE(seen.duration.count(), promise.milliseconds.least);
-    EXPECT_LE(seen.duration.count(), promise.milliseconds.most + kAllowanceMilliseconds);
+    EXPECT_LE(seen.duration.count(), longest(promise.milliseconds));
 }
 
 INSTANTIATE_TEST_SUITE_P(, DisconnectMatrix, testing::ValuesIn(allCells()),
                          [](const auto& cell) { return nameOf(cell.param); });
+
+bool isFateOfACell(const PromiseRule& rule, Fate fate) {
+    const std::vector<Cell> cells = allCells();
+    return std::any_of(cells.begin(), cells.end(),
+                       [&](const Cell& cell) { return rule.holds(cell, fate) && fateOf(cell) == fate; });
+}
+
+TEST(DisconnectCells, EachPromiseIsKeptSomewhere) {
+    for (const PromiseRule& rule : promiseRules())
+        for (const Fate fate : rule.fates)
+            EXPECT_TRUE(isFateOfACell(rule, fate)) << commandOf(rule.operation) << ": " << textOf(fate);
+}
 
 TEST(DisconnectCells, EachCombinationHasItsPromiseOrTheReasonForItsAbsence) {
     for (const Cell& cell : allCombinations()) {

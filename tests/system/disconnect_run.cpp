@@ -7,6 +7,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <stdexcept>
 
 namespace velmora::system_test {
 
@@ -39,6 +40,12 @@ std::string answerOf(Operation operation) {
         return "started";
     }
     return "";
+}
+
+// Without it, nothing that follows would come either.
+void require(bool condition, const char* what) {
+    if (!condition)
+        throw std::runtime_error(what);
 }
 
 } // namespace
@@ -79,6 +86,22 @@ bool DisconnectRun::isRestartedByUs() const {
 }
 
 Seen DisconnectRun::run() {
+    prepare();
+    if (isBefore())
+        disturb();
+    if (isBefore() && isRestartedByUs())
+        startService();
+    beginObservation();
+    Seen seen = call();
+    proceedAfterTheCall();
+    awaitAnswer();
+    awaitCallbacks();
+    passFence();
+    complete(seen);
+    return seen;
+}
+
+void DisconnectRun::prepare() {
     connect();
     startService();
     m_service = m_observer->serviceProcess();
@@ -86,35 +109,12 @@ Seen DisconnectRun::run() {
         m_program.nextFails();
     else
         m_program.nextPlays(kProperService);
-    prepareProxy();
-    if (isBefore()) {
-        disturb();
-        if (isRestartedByUs())
-            startService();
-    }
-    passFence();
-    m_observer->forget();
-    m_earlierNews = NewsRecord::all().size();
-    const int earlierStarts = m_program.starts();
-
-    Seen seen;
-    const auto begin = steady_clock::now();
-    seen.returned = perform();
-    seen.duration = std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - begin);
-
-    EXPECT_TRUE(eventually([&] { return m_program.starts() - earlierStarts >= m_promise.restarts; }));
-    seen.restarts = m_program.starts() - earlierStarts;
-    proceedAfterTheCall();
-    awaitAnswer();
-    awaitCallbacks();
-    passFence();
-    seen.commands = m_observer->commands();
-    seen.callbacks = NewsRecord::all();
-    seen.callbacks.erase(seen.callbacks.begin(), seen.callbacks.begin() + static_cast<long>(m_earlierNews));
-    seen.state = m_proxy->getState();
-    seen.adState = m_proxy->getAdState();
-    seen.localUrl = !(isAdvertisement() ? m_proxy->localAdURL() : m_proxy->localURL()).empty();
-    return seen;
+    if (m_cell.operation == Operation::Create)
+        return;
+    m_proxy = newProxy();
+    require(!m_proxy->id().empty(), "there is no proxy to begin with");
+    if (m_cell.operation == Operation::Stop || m_cell.operation == Operation::Seek)
+        startMedium();
 }
 
 void DisconnectRun::connect() {
@@ -130,42 +130,58 @@ void DisconnectRun::connect() {
 void DisconnectRun::startService() {
     const int earlier = m_observer->arrivals();
     m_manager->requestStartZUVService();
-    EXPECT_TRUE(m_observer->await([&] { return m_observer->arrivals() > earlier; }));
+    ++m_startsByUs;
+    require(m_observer->await([&] { return m_observer->arrivals() > earlier; }), "the service did not start");
 }
 
-// The proxy of the operation; a creation has none yet.
-void DisconnectRun::prepareProxy() {
-    if (m_cell.operation == Operation::Create)
-        return;
-    m_proxy = m_cell.mode == Mode::Synchronous ? requestZUVMediaProxy()->createNewZUVMediaProxySync()
-                                               : requestZUVMediaProxy()->createNewZUVMediaProxy();
-    EXPECT_NE(m_proxy->id(), "");
-    if (m_cell.operation == Operation::Stop || m_cell.operation == Operation::Seek)
-        startMedium();
+std::shared_ptr<ZUVMediaProxyInterface> DisconnectRun::newProxy() {
+    ZUVMediaProxyManagerInterface& interface = *requestZUVMediaProxy();
+    return m_cell.mode == Mode::Synchronous ? interface.createNewZUVMediaProxySync()
+                                            : interface.createNewZUVMediaProxy();
 }
 
 // With all its news: an advertisement's URL comes twice in synchronous mode.
 void DisconnectRun::startMedium() {
     start();
     if (isAdvertisement()) {
-        EXPECT_TRUE(
-            NewsRecord::await(Medium::Advertisement, "url", m_cell.mode == Mode::Synchronous ? 2 : 1));
+        require(NewsRecord::await(Medium::Advertisement, "url", m_cell.mode == Mode::Synchronous ? 2 : 1)
+                    .has_value(),
+                "the advertisement did not start");
         return;
     }
-    EXPECT_TRUE(NewsRecord::await(Medium::MainVideo, "url"));
-    EXPECT_TRUE(NewsRecord::await(Medium::MainVideo, "definitions"));
+    require(NewsRecord::await(Medium::MainVideo, "url") &&
+                NewsRecord::await(Medium::MainVideo, "definitions"),
+            "the main video did not start");
 }
 
 void DisconnectRun::disturb() {
-    EXPECT_TRUE(sendSignal(m_service, m_cell.disturbance == Disturbance::Killed ? SIGKILL : SIGSTOP));
+    require(sendSignal(m_service, m_cell.disturbance == Disturbance::Killed ? SIGKILL : SIGSTOP),
+            "no service to disturb");
     awaitDisturbance();
 }
 
 void DisconnectRun::awaitDisturbance() {
     if (m_cell.disturbance == Disturbance::Killed)
-        EXPECT_TRUE(m_observer->await([this] { return m_observer->departures() > 0; }));
+        require(m_observer->await([this] { return m_observer->departures() > 0; }),
+                "the service did not end");
     else
-        EXPECT_TRUE(eventually([this] { return isStopped(m_service); }));
+        require(eventually([this] { return isStopped(m_service); }), "the service did not freeze");
+}
+
+void DisconnectRun::beginObservation() {
+    passFence();
+    m_observer->forget();
+    m_earlierNews = NewsRecord::all().size();
+    m_earlierStarts = m_program.starts();
+    m_startsByUs = 0;
+}
+
+Seen DisconnectRun::call() {
+    Seen seen;
+    const auto begin = steady_clock::now();
+    seen.returned = perform();
+    seen.duration = std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - begin);
+    return seen;
 }
 
 std::string DisconnectRun::perform() {
@@ -191,8 +207,8 @@ std::string DisconnectRun::perform() {
 }
 
 std::string DisconnectRun::create() {
-    m_proxy = m_cell.mode == Mode::Synchronous ? requestZUVMediaProxy()->createNewZUVMediaProxySync()
-                                               : requestZUVMediaProxy()->createNewZUVMediaProxy();
+    m_proxy = newProxy();
+    EXPECT_EQ(ZUVMediaProxyInterface::getObjectById(m_proxy->id()), m_proxy);
     return m_proxy->id().empty() ? "a proxy without identifier" : "a proxy with identifier";
 }
 
@@ -208,15 +224,17 @@ void DisconnectRun::preload() {
     isAdvertisement() ? m_proxy->preloadAd(kMedium, "") : m_proxy->preload(0.0, kMedium, "", "");
 }
 
-// A service that a creation had replaced has been disturbed for sure, and is nobody's concern any more.
+// A start in vain is over some time after it was asked for. A service that the library replaced has been disturbed.
 void DisconnectRun::proceedAfterTheCall() {
+    const int promised = m_earlierStarts + m_promise.restarts;
+    require(eventually([&] { return m_program.starts() >= promised; }),
+            "the library did not have the service started");
     if (!isBefore() && m_promise.restarts == 0)
         awaitDisturbance();
     if (!isBefore() && isRestartedByUs())
         startService();
-    if (m_cell.afterwards == Afterwards::Continued) {
-        EXPECT_TRUE(sendSignal(m_service, SIGCONT));
-    }
+    if (m_cell.afterwards == Afterwards::Continued)
+        require(sendSignal(m_service, SIGCONT), "no service to continue");
 }
 
 void DisconnectRun::awaitAnswer() {
@@ -224,12 +242,13 @@ void DisconnectRun::awaitAnswer() {
     if (fate == Fate::Unanswered || fate == Fate::GivenUp)
         return;
     const char* code = fate == Fate::UnknownObject ? "404" : "200";
-    EXPECT_TRUE(m_observer->await([&] { return m_observer->hasAnswer(answerOf(m_cell.operation), code); }));
+    require(m_observer->await([&] { return m_observer->hasAnswer(answerOf(m_cell.operation), code); }),
+            "no answer came");
 }
 
 void DisconnectRun::awaitCallbacks() {
     const std::size_t expected = m_earlierNews + m_promise.callbacks.size();
-    EXPECT_TRUE(eventually([&] { return NewsRecord::all().size() >= expected; }));
+    require(eventually([&] { return NewsRecord::all().size() >= expected; }), "a callback is missing");
 }
 
 // An event of the library's own, which comes back to it: when it has been handled, and the observer has it, so has
@@ -237,8 +256,20 @@ void DisconnectRun::awaitCallbacks() {
 void DisconnectRun::passFence() {
     const std::string mark = kFence + std::to_string(++m_fences);
     m_manager->m_modelAccess->publish(desktop::kEventTopic, {"started", "200", "", kFence, "", "", mark});
-    EXPECT_TRUE(m_observer->await([&] { return m_observer->hasEvent(kLocalUrl, mark); }));
-    EXPECT_TRUE(eventually([&] { return m_fence->localURL() == mark; }));
+    require(m_observer->await([&] { return m_observer->hasEvent(kLocalUrl, mark); }),
+            "the bus lost the fence");
+    require(eventually([&] { return m_fence->localURL() == mark; }), "the library lost the fence");
+}
+
+void DisconnectRun::complete(Seen& seen) {
+    seen.id = m_proxy->id();
+    seen.state = m_proxy->getState();
+    seen.adState = m_proxy->getAdState();
+    seen.localUrl = isAdvertisement() ? m_proxy->localAdURL() : m_proxy->localURL();
+    const std::vector<News> news = NewsRecord::all();
+    seen.callbacks.assign(news.begin() + static_cast<std::ptrdiff_t>(m_earlierNews), news.end());
+    seen.commands = m_observer->commands();
+    seen.restarts = m_program.starts() - m_earlierStarts - m_startsByUs;
 }
 
 } // namespace velmora::system_test

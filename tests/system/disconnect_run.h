@@ -20,9 +20,10 @@ namespace velmora::system_test {
 /// What came of a cell's call.
 struct Seen {
     std::string returned;
+    std::string id; ///< of the proxy
     int state = 0;
     int adState = 0;
-    bool localUrl = false;
+    std::string localUrl;        ///< of the operation's kind
     std::vector<News> callbacks; ///< from the call on
     std::vector<std::string> commands;
     int restarts = 0; ///< those that the library asked for
@@ -38,7 +39,7 @@ public:
     DisconnectRun(const DisconnectRun&) = delete;
     DisconnectRun& operator=(const DisconnectRun&) = delete;
 
-    /// What does not come in time is a failed test.
+    /// @throws std::runtime_error when something that is promised, or was prepared, does not come in time.
     Seen run();
 
 private:
@@ -47,12 +48,15 @@ private:
     bool isBefore() const { return m_cell.moment == Moment::Before; }
     bool isRestartedByUs() const;
 
+    void prepare();
     void connect();
     void startService();
-    void prepareProxy();
+    std::shared_ptr<ZUVMediaProxyInterface> newProxy();
     void startMedium();
     void disturb();
     void awaitDisturbance();
+    void beginObservation();
+    Seen call();
     std::string perform();
     std::string create();
     void start();
@@ -62,6 +66,7 @@ private:
     void awaitAnswer();
     void awaitCallbacks();
     void passFence();
+    void complete(Seen& seen);
 
     const Cell m_cell;
     const Promise& m_promise;
@@ -73,6 +78,8 @@ private:
     std::shared_ptr<ZUVMediaProxyInterface> m_proxy;
     pid_t m_service = -1; ///< the process that is disturbed
     std::size_t m_earlierNews = 0;
+    int m_earlierStarts = 0;
+    int m_startsByUs = 0; ///< since the observation began
     int m_fences = 0;
 };
 
