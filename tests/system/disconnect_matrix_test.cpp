@@ -15,7 +15,7 @@ namespace {
 constexpr int kAllowanceMilliseconds = 200;
 
 int longest(Range milliseconds) {
-    return milliseconds.most + milliseconds.most / 2 + kAllowanceMilliseconds;
+    return milliseconds.most + milliseconds.most / 6 + kAllowanceMilliseconds;
 }
 
 bool ranWhere(CallbackThread promised, const News& news, const std::vector<News>& before) {
