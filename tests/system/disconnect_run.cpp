@@ -134,7 +134,7 @@ void DisconnectRun::startService() {
     require(m_observer->await([&] { return m_observer->arrivals() > earlier; }), "the service did not start");
 }
 
-std::shared_ptr<ZUVMediaProxyInterface> DisconnectRun::newProxy() {
+std::shared_ptr<ZUVMediaProxyInterface> DisconnectRun::newProxy() const {
     ZUVMediaProxyManagerInterface& interface = *requestZUVMediaProxy();
     return m_cell.mode == Mode::Synchronous ? interface.createNewZUVMediaProxySync()
                                             : interface.createNewZUVMediaProxy();

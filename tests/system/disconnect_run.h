@@ -51,7 +51,7 @@ private:
     void prepare();
     void connect();
     void startService();
-    std::shared_ptr<ZUVMediaProxyInterface> newProxy();
+    std::shared_ptr<ZUVMediaProxyInterface> newProxy() const;
     void startMedium();
     void disturb();
     void awaitDisturbance();

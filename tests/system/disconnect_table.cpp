@@ -61,7 +61,7 @@ std::string textOf(const std::vector<Callback>& callbacks) {
 }
 
 std::string numbers(Range range) {
-    const std::string most = std::to_string(range.most);
+    std::string most = std::to_string(range.most);
     if (range.least == range.most)
         return most;
     return range.least == 0 ? "at most " + most : std::to_string(range.least) + " to " + most;

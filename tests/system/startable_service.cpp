@@ -15,18 +15,18 @@ StartableService::StartableService() {
     fs::create_symlink(programs / "zuv-service", folder() / "real" / "zuv-service");
 }
 
-void StartableService::nextPlays(const std::string& scenario) {
+void StartableService::nextPlays(const std::string& scenario) const {
     std::ofstream(folder() / "scenario.json") << scenario;
     const std::string path = folder().string();
     write("exec " + path + "/real/zuv-service --engine simulated --scenario " + path + "/scenario.json");
 }
 
-void StartableService::nextFails() {
+void StartableService::nextFails() const {
     write("exit 1");
 }
 
 // The temporary folder's name needs no quoting. Renamed into place: a script that a shell just reads stays whole.
-void StartableService::write(const std::string& lastLine) {
+void StartableService::write(const std::string& lastLine) const {
     const fs::path script = folder() / "next";
     std::ofstream(script) << "#!/bin/sh\necho >>" << (folder() / "starts").string() << "\n"
                           << lastLine << "\n";

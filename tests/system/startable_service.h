@@ -17,15 +17,15 @@ public:
     const std::filesystem::path& folder() const { return m_folder.path(); }
 
     /// The next starts give a service that plays the scenario.
-    void nextPlays(const std::string& scenario);
+    void nextPlays(const std::string& scenario) const;
     /// The next starts fail.
-    void nextFails();
+    void nextFails() const;
 
     /// How often it was started, or was to be.
     int starts() const;
 
 private:
-    void write(const std::string& lastLine);
+    void write(const std::string& lastLine) const;
 
     desktop::TemporaryFolder m_folder;
 };
