@@ -11,8 +11,8 @@
 
 namespace velmora::system_test {
 
-/// A connection of its own to the bus of DBUS_SESSION_BUS_ADDRESS that sees every command and every event, and
-/// the service come and go. What it has seen grows in await() only. One thread.
+/// A connection of its own to the bus of DBUS_SESSION_BUS_ADDRESS that sees every command and every event,
+/// and the service come and go. What it has seen grows in await() only. One thread.
 class BusObserver {
 public:
     BusObserver();

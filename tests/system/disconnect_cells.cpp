@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace velmora::system_test {
 namespace {
@@ -64,11 +65,11 @@ const std::string kProxyWithId = "a proxy with identifier";
 const std::string kProxyWithoutId = "a proxy without identifier";
 
 const std::vector<Callback> kNothing{};
-const Callback kLateUrl{Medium::MainVideo, "url", CallbackThread::Delivery};
-const Callback kLateAdUrl{Medium::Advertisement, "url", CallbackThread::Delivery};
+const Callback kUrl{Medium::MainVideo, "url", CallbackThread::Delivery};
+const Callback kAdUrl{Medium::Advertisement, "url", CallbackThread::Delivery};
 const Callback kDefinitions{Medium::MainVideo, "definitions", CallbackThread::Delivery};
-// A synchronous request and the bus bring the same answer, whichever comes first. The main video's second one is no
-// news; the advertisement's state tells nobody that there was a first.
+// A synchronous request and the bus bring the same answer, whichever comes first. The main video's second one
+// is no news; the advertisement's state tells nobody that there was a first.
 const Callback kUrlFromEither{Medium::MainVideo, "url", CallbackThread::Either};
 const Callback kAdUrlFromEither{Medium::Advertisement, "url", CallbackThread::Either};
 const Callback kAdUrlFromTheOther{Medium::Advertisement, "url", CallbackThread::OtherThanBefore};
@@ -163,8 +164,8 @@ const std::vector<FateRule>& fateRules() {
         {{{Inspect}, {}, {}, {}, {Before}, {Restarted}}, Answered},
         // Continued when the call has returned.
         {{allButCreate, {}, {}, {Frozen}, {Before, During}, {Continued}}, AnsweredLate},
-        // Answered before anything happened. What a successful start or preload of the main video brings 400 ms
-        // later, the definitions, comes only if the process that was started lives on.
+        // Answered before anything happened. What a successful start or preload of the main video brings 400
+        // ms later, the definitions, comes only if the same process goes on.
         {{allButCreate, {}, {}, {}, {After}, {NotRestarted, Restarted}}, Answered},
         {{{Start, Preload}, {Kind::MainVideo}, {}, {Frozen}, {After}, {Continued}}, AnsweredWithNews},
         {{{Start, Preload}, {Kind::Advertisement}, {}, {Frozen}, {After}, {Continued}}, Answered},
@@ -192,19 +193,15 @@ const std::vector<PromiseRule>& promiseRules() {
         {Create, none, Synchronous, {GivenUp}, notCreated(kThree, kSynchronousRestartInVain)},
 
         {Start, main, Asynchronous, kNoSuccess, startingMainVideo(kAtOnce)},
-        {Start, main, Asynchronous, {Answered}, startedMainVideo({kLateUrl}, kAtOnce)},
+        {Start, main, Asynchronous, {Answered}, startedMainVideo({kUrl}, kAtOnce)},
         {Start,
          main,
          Asynchronous,
          {AnsweredLate, AnsweredWithNews},
-         startedMainVideo({kLateUrl, kDefinitions}, kAtOnce)},
+         startedMainVideo({kUrl, kDefinitions}, kAtOnce)},
         {Start, main, Synchronous, {Unanswered}, startingMainVideo(kAnswerWaitInVain)},
         {Start, main, Synchronous, {UnknownObject}, startingMainVideo(kAnswerWait)},
-        {Start,
-         main,
-         Synchronous,
-         {AnsweredLate},
-         startedMainVideo({kLateUrl, kDefinitions}, kAnswerWaitInVain)},
+        {Start, main, Synchronous, {AnsweredLate}, startedMainVideo({kUrl, kDefinitions}, kAnswerWaitInVain)},
         {Start, main, Synchronous, {Answered}, startedMainVideo({kUrlFromEither}, kAnswerWait)},
         {Start,
          main,
@@ -213,10 +210,10 @@ const std::vector<PromiseRule>& promiseRules() {
          startedMainVideo({kUrlFromEither, kDefinitions}, kAnswerWait)},
 
         {Start, ad, Asynchronous, kNoSuccess, startingAdvertisement(kAtOnce)},
-        {Start, ad, Asynchronous, {AnsweredLate, Answered}, startedAdvertisement({kLateAdUrl}, kAtOnce)},
+        {Start, ad, Asynchronous, {AnsweredLate, Answered}, startedAdvertisement({kAdUrl}, kAtOnce)},
         {Start, ad, Synchronous, {Unanswered}, startingAdvertisement(kAnswerWaitInVain)},
         {Start, ad, Synchronous, {UnknownObject}, startingAdvertisement(kAnswerWait)},
-        {Start, ad, Synchronous, {AnsweredLate}, startedAdvertisement({kLateAdUrl}, kAnswerWaitInVain)},
+        {Start, ad, Synchronous, {AnsweredLate}, startedAdvertisement({kAdUrl}, kAnswerWaitInVain)},
         {Start,
          ad,
          Synchronous,

@@ -1,5 +1,5 @@
-// What an application sees when the service dies or freezes before, during or after one of its calls: each cell of
-// the matrix with real processes on a real bus.
+// What an application sees when the service dies or freezes before, during or after one of its calls: each
+// cell of the matrix with real processes on a real bus.
 #include "disconnect_cells.h"
 #include "disconnect_run.h"
 

@@ -224,7 +224,8 @@ void DisconnectRun::preload() {
     isAdvertisement() ? m_proxy->preloadAd(kMedium, "") : m_proxy->preload(0.0, kMedium, "", "");
 }
 
-// A start in vain is over some time after it was asked for. A service that the library replaced has been disturbed.
+// A start in vain is over some time after it was asked for. A service that the library replaced has been
+// disturbed.
 void DisconnectRun::proceedAfterTheCall() {
     const int promised = m_earlierStarts + m_promise.restarts;
     require(eventually([&] { return m_program.starts() >= promised; }),
@@ -251,8 +252,8 @@ void DisconnectRun::awaitCallbacks() {
     require(eventually([&] { return NewsRecord::all().size() >= expected; }), "a callback is missing");
 }
 
-// An event of the library's own, which comes back to it: when it has been handled, and the observer has it, so has
-// everything that was sent before - the library's commands, and those events of the service that were seen.
+// An event of the library's own, which comes back to it. When the library has handled it and the observer has
+// it, so it is with all that was sent before: the library's commands, and the events that were seen already.
 void DisconnectRun::passFence() {
     const std::string mark = kFence + std::to_string(++m_fences);
     m_manager->m_modelAccess->publish(desktop::kEventTopic, {"started", "200", "", kFence, "", "", mark});

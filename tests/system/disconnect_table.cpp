@@ -1,5 +1,5 @@
-// disconnect_table: prints the disconnect matrix as Markdown, for docs/disconnect-matrix.md. In place of a cell's
-// verdict stands its name, in braces.
+// disconnect_table: prints the disconnect matrix as Markdown, for docs/disconnect-matrix.md. In place of a
+// cell's verdict stands its name, in braces.
 #include "disconnect_cells.h"
 
 #include <algorithm>

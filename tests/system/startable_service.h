@@ -8,8 +8,8 @@
 
 namespace velmora::system_test {
 
-/// A folder of programs for a private bus: the keeper, and in the service's place a script that counts how often
-/// it is started and becomes the service with simulated media. What the next start does can be changed.
+/// A folder of programs for a private bus: the keeper, and in the service's place a script that counts how
+/// often it is started and becomes the service with simulated media. What the next start does can be changed.
 class StartableService {
 public:
     StartableService();
