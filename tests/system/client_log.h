@@ -8,8 +8,8 @@
 
 namespace velmora::system_test {
 
-/// Every line that the library wrote since the process began, up to the level of ordinary progress, without its line
-/// end. Any thread.
+/// Every line that the library wrote since the process began, up to the level of ordinary progress, without
+/// its line end. Any thread.
 class ClientLog {
 public:
     static std::vector<std::string> lines();
@@ -20,8 +20,8 @@ public:
     /// Waits for the `count`th line with this text in it. False when it does not come in kPatience.
     static bool await(const std::string& text, std::size_t count = 1);
 
-    /// Holds the first thread that writes a line with this text in it up for as long as `action` takes: what the
-    /// library does next happens after it. Set before that line can come; one at a time.
+    /// Holds the first thread that writes a line with this text in it up for as long as `action` takes: what
+    /// the library does next happens after it. Set before that line can come; one at a time.
     static void hold(const std::string& text, std::function<void()> action);
 };
 

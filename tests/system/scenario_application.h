@@ -1,5 +1,5 @@
-// What tests with a service that misbehaves on purpose have beside what every system test has: a scenario, simulated
-// media, and the library's log.
+// What tests with a service that misbehaves on purpose have beside what every system test has: a scenario,
+// simulated media, and the library's log.
 #ifndef TESTS_SYSTEM_SCENARIO_APPLICATION_H
 #define TESTS_SYSTEM_SCENARIO_APPLICATION_H
 

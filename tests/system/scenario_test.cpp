@@ -1,6 +1,6 @@
-// What an application sees of every scenario that comes with the desktop platform, in both modes. In a scenario
-// something is amiss with the first start, or with the first creation; when that is over, the library lives on, and the
-// next start plays.
+// What an application sees of every scenario that comes with the desktop platform, in both modes. In a
+// scenario something is amiss with the first start, or with the first creation; when that is over, the
+// library lives on, and the next start plays.
 //
 // The docs have the same in words: docs/scenarios.md.
 #include "processes.h"
@@ -29,8 +29,8 @@ constexpr const char* kDefinitions = "main video definitions";
 constexpr const char* kTimeout = "Task timeout: 250/250";
 constexpr const char* kStarted = "ZUV Media Proxy stated : 200 ( OK) ";
 
-/// A synchronous start polls only when `condition` holds: the events that came until then it finds as they are now, and
-/// not, by chance, one that was in shared memory for an instant.
+/// A synchronous start polls only when `condition` holds: the events that came until then it finds as they
+/// are now, and not, by chance, one that was in shared memory for an instant.
 void pollOnlyWhen(const std::function<bool()>& condition) {
     ClientLog::hold(", name:started", [condition] { EXPECT_TRUE(condition()); });
 }
@@ -452,7 +452,8 @@ TEST(Scenarios, AreAllTested) {
     EXPECT_EQ(tested, scenarioFiles());
 }
 
-/// The scenarios of which a row of the table in the documents says what an application sees: "| `NAME` | ...".
+/// The scenarios of which a row of the table in the documents says what an application sees: "| `NAME` |
+/// ...".
 std::set<std::string> documentedScenarios() {
     std::ifstream document(ZUV_DOCUMENTS "/scenarios.md");
     const std::set<std::string> known = scenarioFiles();
@@ -507,6 +508,16 @@ TEST_F(Application, ThatCreatesWhileEventsComeUnaskedGetsTheIdentifierOfItsLastP
     EXPECT_EQ(second->id(), m_proxy->id());
     EXPECT_EQ(ZUVMediaProxyInterface::getObjectById(second->id()), m_proxy)
         << "the news is still the first one's";
+}
+
+TEST_F(Application, LosesTheNextServiceTooWhereTheScenarioIsForEveryOne) {
+    playRules(R"({"command": "start", "nth": 1, "steps": [{"do": "exit"}]})");
+    m_proxy = create(m_mode);
+    for (int service = 1; service <= 2; ++service) {
+        start();
+        awaitNoService();
+        createAnother();
+    }
 }
 
 // All that synchronous requests have is shared memory; what they ask for comes by the bus.

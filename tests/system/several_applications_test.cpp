@@ -123,8 +123,8 @@ TEST_F(SeveralApplications, HearOfTheirOwnObjectsOnly) {
     EXPECT_EQ(third.news().size(), 2U);
 }
 
-/// Two applications that ask for an object at the same moment: the test's own still waits for its answer, which does not
-/// come, when it hears the answer to the other.
+/// Two applications that ask for an object at the same moment: the test's own still waits for its answer,
+/// which does not come, when it hears the answer to the other.
 class SimultaneousCreators : public ScenarioApplicationTest {
 protected:
     void SetUp() override {

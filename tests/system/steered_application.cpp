@@ -5,7 +5,8 @@
 //     stop                      = the same
 //     state                     = the same
 //
-// Its callbacks put out lines of their own: "! main IDENTIFIER url VALUE", "! ad ...". It ends with its input.
+// Its callbacks put out lines of their own: "! main IDENTIFIER url VALUE", "! ad ...". It ends with its
+// input.
 #include "zuv_media_proxy.h"
 
 #include <cstdio>
