@@ -54,6 +54,7 @@ bool serves(const std::string& localUrl, const std::string& medium) {
 
 std::vector<std::string> kindsOf(const std::vector<News>& news) {
     std::vector<std::string> kinds;
+    kinds.reserve(news.size());
     for (const News& each : news)
         kinds.push_back((each.medium == Medium::MainVideo ? "main video " : "advertisement ") + each.changed);
     return kinds;

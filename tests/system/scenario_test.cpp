@@ -373,18 +373,18 @@ const std::vector<Row> kRows = {
     {"memory-deep-nesting", &Application::plays, &Application::timesOutAndPlays,
      "Fail to parse json string:[[[[", kSynchronousOnly},
     {"memory-nested-member", &Application::plays, &Application::throwsAndPlays},
-    {"memory-no-zero-byte", &Application::plays, &Application::playsAtOnce, "\"9\":\"main_video\"}      ",
+    {"memory-no-zero-byte", &Application::plays, &Application::playsAtOnce, R"("9":"main_video"}      )",
      kSynchronousOnly},
     {"memory-not-json", &Application::plays, &Application::timesOutAndPlays,
      "Fail to parse json string:this is no JSON.", kSynchronousOnly},
     {"memory-oversize", &Application::plays, &Application::timesOutAndPlays,
-     "Fail to parse json string:{\"0\":", kSynchronousOnly},
+     R"(Fail to parse json string:{"0":)", kSynchronousOnly},
     {"memory-recreated", &Application::plays, &Application::timesOutUntilItCreatesAnother},
     {"memory-removed", &Application::plays, &Application::playsAtOnceAndCreatesInTwoSeconds},
     {"memory-root-array", &Application::plays, &Application::timesOutAndPlays,
-     "Fail to parse json string:[\"started\",", kSynchronousOnly},
-    {"memory-torn", &Application::plays, &Application::timesOutAndPlays,
-     "Fail to parse json string:{\"0\":", kSynchronousOnly},
+     R"(Fail to parse json string:["started",)", kSynchronousOnly},
+    {"memory-torn", &Application::plays, &Application::timesOutAndPlays, R"(Fail to parse json string:{"0":)",
+     kSynchronousOnly},
     {"service-aborts", &Application::losesTheService, &Application::timesOutAndLosesTheService},
     {"service-exits", &Application::losesTheService, &Application::timesOutAndLosesTheService},
     {"service-exits-after-answer", &Application::losesTheServiceThatPlayed,
@@ -405,6 +405,7 @@ void PrintTo(const Case& tested, std::ostream* stream) {
 
 std::vector<Case> casesOf(Mode mode) {
     std::vector<Case> cases;
+    cases.reserve(kRows.size());
     for (const Row& row : kRows)
         cases.push_back({row, mode});
     return cases;

@@ -11,13 +11,14 @@ namespace State = velmora::ZUVMediaProxyState;
 
 namespace {
 
-constexpr int kProxies = 3;
+constexpr std::size_t kProxies = 3;
+constexpr std::size_t kKindsOfNews = 3;
 
 class SeveralProxies : public ScenarioApplicationTest, public ::testing::WithParamInterface<Mode> {
 protected:
     void SetUp() override {
         playWithoutScenario();
-        for (int i = 0; i < kProxies; ++i)
+        for (std::size_t i = 0; i < kProxies; ++i)
             m_proxies.push_back(create(GetParam()));
     }
 
@@ -53,7 +54,7 @@ TEST_P(SeveralProxies, EachGetItsOwnNews) {
         proxy->startAd(advertisementOf(proxy), 1);
 
     // Each of them the three kinds.
-    ASSERT_TRUE(eventually([] { return kindsToldOf(NewsRecord::all()).size() == 3U * kProxies; }));
+    ASSERT_TRUE(eventually([] { return kindsToldOf(NewsRecord::all()).size() == kKindsOfNews * kProxies; }));
     for (const News& news : NewsRecord::all()) {
         const Proxy proxy = ZUVMediaProxyInterface::getObjectById(news.proxyId);
         ASSERT_TRUE(proxy);
