@@ -16,8 +16,8 @@
 #include <future>
 #include <memory>
 #include <optional>
-#include <string_view>
 #include <thread>
+#include <utility>
 
 namespace velmora::bus_test {
 namespace {
@@ -310,7 +310,7 @@ TEST_F(ReturningBus, LetsTheConnectionEndWhileItIsAway) {
 /// Stands between participants and a bus, and can say to them what no bus says.
 class Relay {
 public:
-    explicit Relay(const std::filesystem::path& bus) : m_bus(bus) {
+    explicit Relay(std::filesystem::path bus) : m_bus(std::move(bus)) {
         const sockaddr_un address = socketAddress(path());
         EXPECT_EQ(bind(m_place.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
         EXPECT_EQ(listen(m_place.get(), 1), 0);
