@@ -116,7 +116,7 @@ TEST_F(StartService, ReplacesOneThatHangsAndReturnsWhileThatIsStillThere) {
 
     const pid_t another = startedProcess(1);
     EXPECT_NE(another, hung);
-    EXPECT_EQ(processes().count(hung), 0u);
+    EXPECT_FALSE(processes().contains(hung));
     EXPECT_EQ(BusPeer().processOf(kServiceName), another);
 }
 
@@ -212,7 +212,7 @@ TEST_F(UnfinishedStart, IsGivenUpByTheBusAndTheNextOneMade) {
     EXPECT_EQ(other.access.startService(), 0);
     letTheNextOneWork();
 
-    ASSERT_TRUE(eventually([&] { return processes().count(hung) == 0; }));
+    ASSERT_TRUE(eventually([&] { return !processes().contains(hung); }));
     EXPECT_EQ(m_participant.client.events(), (std::vector<Event>{{"hangs", std::to_string(hung)}}))
         << "the other's request was for the same one";
     catchUp(m_participant);
