@@ -32,6 +32,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
 endif()
 
+# On 32-bit ARM, g++ notes each argument that versions before 7 passed otherwise. No such version compiles this.
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-psabi>)
+endif()
+
 # The file with a program's main() holds little but CLI11's templates. Optimised, it takes longer to compile than the
 # rest of the program, and runs once.
 function(zuv_leave_unoptimized source)

@@ -119,12 +119,14 @@ int ServiceStarter::call(sd_bus_message* request, uint64_t timeout) {
     return result;
 }
 
-// A step that sends no call of its own is the last.
+// A step that sends no call of its own is the last. A connection that ends answers every call itself, as if
+// nobody had answered in time: that says nothing of the service.
 template <ServiceStarter::Step step>
 int ServiceStarter::onAnswer(sd_bus_message* answer, void* userdata, sd_bus_error*) noexcept {
     auto& starter = *static_cast<ServiceStarter*>(userdata);
     starter.m_call.reset();
-    (starter.*step)(answer);
+    if (sd_bus_is_open(starter.m_bus) > 0)
+        (starter.*step)(answer);
     return 0;
 }
 

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <future>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -24,7 +25,9 @@ void deliverEvents(BusConnection& bus, ZUVModelAccessClient& client) {
 
 // Tells of the loss of the bus and of its return, between which it looks for one. Nothing of the client is
 // touched once the connection is stopped: it may have gone.
-void deliver(const std::shared_ptr<BusConnection>& bus, ZUVModelAccessClient& client) {
+void deliver(const std::shared_ptr<BusConnection>& bus, ZUVModelAccessClient& client,
+             const std::future<void>& started) {
+    started.wait();
     for (;;) {
         deliverEvents(*bus, client);
         if (bus->isStopped())
@@ -88,12 +91,14 @@ int ZUVModelAccess::start() {
     if (!m_impl->bus->isOpened())
         return -ENOTCONN;
     const SignalsBlocked inDeliveryThread;
+    std::promise<void> started; // a client may destroy this inside its first callback
     try {
-        m_impl->delivery = std::thread(deliver, m_impl->bus, std::ref(*m_impl->client));
+        m_impl->delivery = std::thread(deliver, m_impl->bus, std::ref(*m_impl->client), started.get_future());
     } catch (const std::system_error& error) {
         return -error.code().value();
     }
     pthread_setname_np(m_impl->delivery.native_handle(), "zuv-bus");
+    started.set_value();
     return 0;
 }
 

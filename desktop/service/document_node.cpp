@@ -75,6 +75,12 @@ int DocumentNode::number(int lowest, int highest) const {
     return m_value.asInt();
 }
 
+bool DocumentNode::flag() const {
+    if (!m_value.isBool())
+        fail("is neither true nor false");
+    return m_value.asBool();
+}
+
 Json::Value parseDocument(const std::string& text) {
     Json::CharReaderBuilder builder;
     Json::CharReaderBuilder::strictMode(&builder.settings_);

@@ -40,6 +40,7 @@ public:
     std::size_t choice(const std::vector<std::string_view>& texts) const;
     /// A whole number within these bounds, both included.
     int number(int lowest, int highest) const;
+    bool flag() const;
 
 private:
     void requireObject() const;

@@ -38,6 +38,7 @@ using namespace velmora::desktop;
 
 constexpr const char* kGstreamer = "gstreamer";
 constexpr const char* kSimulated = "simulated";
+constexpr const char* kScenarioVariable = "ZUV_SERVICE_SCENARIO";
 
 struct ServiceOptions {
     std::string engine = kGstreamer;
@@ -85,6 +86,8 @@ void serve(const ServiceOptions& options) {
     // server last, which may wait for a slow reader.
     const EventLoop loop = makeLoop();
     ServiceBus bus(loop.get());
+    if (scenario.once)
+        bus.setActivationVariable(kScenarioVariable, "");
     EventPublisher publisher(
         loop.get(), region, [&bus](const auto& values) { bus.sendEvent(values); }, scenario,
         [&bus, &region](Deed deed) {
@@ -117,7 +120,7 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     app.add_option("--scenario", options.scenario,
                    "Misbehave on purpose: a scenario's file, or the name of one of --list-scenarios")
-        ->envname("ZUV_SERVICE_SCENARIO");
+        ->envname(kScenarioVariable);
     app.add_flag("--list-scenarios", options.listScenarios,
                  "Explain the scenarios that come with the service");
     CLI11_PARSE(app, argc, argv);

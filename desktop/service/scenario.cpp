@@ -139,8 +139,11 @@ Rule parseRule(const DocumentNode& node) {
 Scenario parseScenario(const std::string& text) {
     const Json::Value document = parseDocument(text);
     const DocumentNode root(document);
-    root.requireObject({"description", "rules"});
-    Scenario scenario{root.member("description").text(), {}};
+    root.requireObject({"description", "once", "rules"});
+    Scenario scenario;
+    scenario.description = root.member("description").text();
+    if (const auto once = root.optionalMember("once"))
+        scenario.once = once->flag();
     for (const DocumentNode& rule : root.member("rules").elements())
         scenario.rules.push_back(parseRule(rule));
     return scenario;

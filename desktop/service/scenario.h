@@ -60,6 +60,7 @@ struct Rule {
 struct Scenario {
     std::string description;
     std::vector<Rule> rules;
+    bool once = false; ///< not for the services that the bus starts later
 };
 
 /// @throws DocumentError

@@ -1,5 +1,6 @@
 #include "service_bus.h"
 
+#include "bus_daemon.h"
 #include "topic_message.h"
 
 #include <spdlog/spdlog.h>
@@ -31,6 +32,13 @@ ServiceBus::ServiceBus(sd_event* loop) {
     requireSuccess(openBus(m_bus), "cannot connect to the bus of DBUS_SESSION_BUS_ADDRESS");
     addMatch(m_bus.get(), kDisconnectedRule, onDisconnected, loop);
     requireSuccess(sd_bus_attach_event(m_bus.get(), loop, SD_EVENT_PRIORITY_NORMAL), "cannot attach the bus");
+}
+
+void ServiceBus::setActivationVariable(const std::string& name, const std::string& value) {
+    requireSuccess(sd_bus_call_method(m_bus.get(), kDaemonName, kDaemonPath, kDaemonName,
+                                      "UpdateActivationEnvironment", nullptr, nullptr, "a{ss}", 1,
+                                      name.c_str(), value.c_str()),
+                   "cannot set the environment of the bus");
 }
 
 void ServiceBus::serve(Handlers handlers) {

@@ -26,6 +26,10 @@ public:
     ServiceBus(const ServiceBus&) = delete;
     ServiceBus& operator=(const ServiceBus&) = delete;
 
+    /// Has the programs that the bus starts from now on find `value` in their environment.
+    /// @throws std::system_error
+    void setActivationVariable(const std::string& name, const std::string& value);
+
     /// Has commands delivered, and then takes the service's name: who waits for the name finds a service that
     /// answers.
     /// @throws std::system_error; std::runtime_error when another service has the name.

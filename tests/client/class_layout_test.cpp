@@ -4,7 +4,9 @@
 #include "zuv_media_manager_interface_impl.h"
 #include "zuv_media_proxy.h"
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <type_traits>
 
@@ -118,6 +120,29 @@ TEST_F(FieldOrder, OfTheObject) {
     expectOrder(object.m_state, object.m_adState, object.m_seekPosition, object.m_id, object.m_localURL,
                 object.m_localAdURL, object.m_reserved, object.m_definitions, object.m_manager,
                 object.m_mutex);
+}
+
+/// Readers and writers without a lock see whole values: the processor reads and writes the field at once, which it can
+/// only where the field is aligned for it.
+template <typename Field>
+void expectAtomicAccess(const Field& field) {
+    static_assert(std::atomic_ref<Field>::is_always_lock_free);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(&field) % std::atomic_ref<Field>::required_alignment, 0u);
+}
+
+class UnguardedFields : public ManagerTest {};
+
+TEST_F(UnguardedFields, OfTheManagerAreReadAndWrittenAtOnce) {
+    expectAtomicAccess(manager.m_callback);
+    expectAtomicAccess(manager.m_adCallback);
+    expectAtomicAccess(manager.m_syncMode);
+    expectAtomicAccess(manager.m_eventMemory);
+}
+
+TEST_F(UnguardedFields, OfTheObjectAreReadAndWrittenAtOnce) {
+    ZUVMediaProxyObject object("movie");
+
+    expectAtomicAccess(object.m_seekPosition);
 }
 
 template <auto Field, typename Type>

@@ -425,7 +425,6 @@ TEST_F(EventRead, TakesNoLock) {
 
 // There is no connection to fall back on, and none is asked for: reading is for a manager that is connected.
 TEST_F(EventRead, NeitherChecksForAConnectionNorMakesOne) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     manager.m_modelAccess.reset();
 
     EXPECT_DEATH(manager.readZUVEvent(), "");

@@ -1,5 +1,6 @@
-// main() of client_test. The library's singletons live as long as the process, so every test gets one of its own: a fork
-// of this process, in which no test has run yet. Starting the program anew for each takes many times as long.
+// main() of client_test and mixed_test. The library's singletons live as long as the process, so every test gets one of
+// its own: a fork of this process, in which no test has run yet. Starting the program anew for each takes many times as
+// long.
 //
 // Takes GoogleTest's options; a single test runs in the process itself, for a debugger. Besides:
 //   --seconds=N   a test that takes longer has failed; 60 if not given
@@ -12,6 +13,7 @@
 
 #include <array>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <sstream>
@@ -36,6 +38,17 @@ std::string readAll(int file) {
     return text;
 }
 
+/// Ends a fork. What runs at the end of a process, an emulator translates in each fork anew, and that takes longer than
+/// most tests; there is only something to see for a sanitizer and for coverage, which are not emulated.
+[[noreturn]] void leave(int status) {
+#ifdef ZUV_EMULATED
+    std::fflush(nullptr);
+    _exit(status);
+#else
+    std::exit(status);
+#endif
+}
+
 /// Lets GoogleTest do in a fork what its flags say after `prepare()`, for `seconds` at most.
 template <typename Prepare>
 Outcome runInFork(unsigned seconds, Prepare prepare) {
@@ -49,7 +62,7 @@ Outcome runInFork(unsigned seconds, Prepare prepare) {
         dup2(output, STDERR_FILENO);
         alarm(seconds);
         prepare();
-        std::exit(RUN_ALL_TESTS());
+        leave(RUN_ALL_TESTS());
     }
     int status = 0;
     waitpid(child, &status, 0);

@@ -91,7 +91,6 @@ TEST_F(ManagerSingleton, FirstCallIsGuardedByNothing) {
 }
 
 TEST_F(ManagerSingleton, IsNotDestroyedWhenTheProcessEnds) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     eventRegion().onUnlink = [] { _exit(1); };
     ZUVMediaProxyManager::getInstance();
 
@@ -434,7 +433,6 @@ TEST_F(ManagerDestruction, DoesNotUnmapTheRegion) {
 }
 
 TEST_F(ManagerDestruction, EndsTheProcessWhenAnythingIsThrownInside) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     ZUVMediaProxyManager manager;
     const auto destroyWithThrowingLog = [&] {
         recordingLog().onLine = [](const std::string&) { throw std::bad_alloc(); };

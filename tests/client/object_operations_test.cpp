@@ -147,7 +147,6 @@ TEST_P(ObjectOperation, ChangesNoStateAndNoUrlWhenTheLockFails) {
 }
 
 TEST_P(ObjectOperation, EndsTheProcessWhenTheLogThrowsOnTheWayOut) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto callWithThrowingLog = [&] {
         recordingLog().onLine = [](const std::string& line) {
             if (line == traceOut(GetParam().function))

@@ -35,6 +35,11 @@ Outcome play(const std::string& arguments) {
     return run(kOnPrivateBus + kPlayer + arguments);
 }
 
+Outcome playInScenario(const std::string& scenario, const std::string& medium) {
+    return run(ZUV_PROGRAMS_DIR "/zuv-desktop run --private-shm --engine simulated --scenario " + scenario +
+               " -- " + kPlayer + medium);
+}
+
 bool contains(const Outcome& outcome, const std::string& text) {
     return outcome.output.find(text) != std::string::npos;
 }
@@ -90,6 +95,24 @@ TEST(Player, ExplainsItsOptions) {
     EXPECT_EQ(outcome.status, 0);
     for (const char* option : {"--sync", "--ad", "--seek", "--next", "--library"})
         EXPECT_TRUE(contains(outcome, option)) << option;
+}
+
+// Whatever exists plays with simulated media.
+TEST(PlayerInAScenario, PlaysWhereTheServiceAnswersTwice) {
+    const Outcome outcome = playInScenario("answer-twice", ZUV_TEST_MEDIA_DIR "/not-media.txt");
+
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_TRUE(contains(outcome, "scenario applies to the answer name=started")) << outcome.output;
+    EXPECT_TRUE(contains(outcome, "done")) << outcome.output;
+}
+
+// The output ends when the last process that has it does: a service left behind would keep it open.
+TEST(PlayerInAScenario, FailsWhereTheServiceFreezesAndThatEndsWithTheRun) {
+    const Outcome outcome = playInScenario("service-freezes", kClip);
+
+    EXPECT_EQ(outcome.status, 1) << outcome.output;
+    EXPECT_TRUE(contains(outcome, "scenario: freezing")) << outcome.output;
+    EXPECT_TRUE(contains(outcome, "zuv-player: no url for ")) << outcome.output;
 }
 
 TEST(MinimalExample, PrintsTheUrl) {

@@ -3,21 +3,33 @@
 #include "pipe.h"
 #include "process.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <future>
 #include <memory>
 #include <optional>
+#include <thread>
+#include <utility>
 
 namespace velmora::bus_test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+sockaddr_un socketAddress(const std::filesystem::path& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.native().copy(address.sun_path, sizeof address.sun_path - 1);
+    return address;
+}
 
 // Twenty times over: were there anything to wait for, it would show, and a pause of a busy machine does not.
 void expectAllOperationsFailAtOnce(ZUVModelAccess& access) {
@@ -154,10 +166,8 @@ protected:
 
     // Takes the bus's place with something that connects and never says a word.
     desktop::FileDescriptor listenInItsPlace() {
-        const std::string path = folder() / "bus";
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        const std::filesystem::path path = folder() / "bus";
+        const sockaddr_un address = socketAddress(path);
         unlink(path.c_str());
         desktop::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
         EXPECT_EQ(bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
@@ -249,6 +259,28 @@ TEST_F(ReturningBus, ForgetsAStartOfTheServiceThatTheLostOneNeverAnswered) {
     EXPECT_EQ(participant.client.events()[0].at(0), "service");
 }
 
+TEST_F(ReturningBus, LeavesAServiceAloneThatHadTimeToAnswerStill) {
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    ASSERT_EQ(participant.access.startService(), 0);
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    const pid_t service = std::stoi(participant.client.events()[0].at(1));
+    ASSERT_TRUE(sendSignal(service, SIGSTOP));
+    ASSERT_TRUE(eventually([service] { return isStopped(service); }));
+    const auto begin = Clock::now();
+    ASSERT_EQ(participant.access.startService(), 0);
+    // The answers to what goes before the ping have come back with these.
+    for (std::size_t events = 2; events <= 4; ++events) {
+        participant.access.publish(kEventTopic, {"marker"});
+        ASSERT_TRUE(participant.client.awaitEvents(events));
+    }
+
+    goAway(participant);
+
+    EXPECT_TRUE(isStopped(service) || Clock::now() - begin > std::chrono::milliseconds(300));
+    EXPECT_TRUE(sendSignal(service, SIGKILL));
+}
+
 TEST_F(ReturningBus, HangingKeepsNobodyWaiting) {
     auto participant = std::make_unique<Participant>();
     ASSERT_TRUE(participant->join());
@@ -273,6 +305,84 @@ TEST_F(ReturningBus, LetsTheConnectionEndWhileItIsAway) {
     participant.reset();
 
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
+}
+
+/// Stands between participants and a bus, and can say to them what no bus says.
+class Relay {
+public:
+    explicit Relay(std::filesystem::path bus) : m_bus(std::move(bus)) {
+        const sockaddr_un address = socketAddress(path());
+        EXPECT_EQ(bind(m_place.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(listen(m_place.get(), 1), 0);
+        m_thread = std::thread([this] { serve(); });
+    }
+    ~Relay() {
+        shutdown(m_place.get(), SHUT_RDWR);
+        m_thread.join();
+    }
+    Relay(const Relay&) = delete;
+    Relay& operator=(const Relay&) = delete;
+
+    std::string address() const { return "unix:path=" + path().string(); }
+
+    /// To the participant that is connected.
+    void talkNonsense() { EXPECT_GT(send(m_participant, "this is no message", 18, MSG_NOSIGNAL), 0); }
+
+private:
+    std::filesystem::path path() const { return m_bus.string() + "-relay"; }
+
+    void serve() {
+        for (;;) {
+            const desktop::FileDescriptor participant(accept(m_place.get(), nullptr, nullptr));
+            if (participant.get() < 0)
+                return;
+            const desktop::FileDescriptor bus(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+            const sockaddr_un address = socketAddress(m_bus);
+            EXPECT_EQ(connect(bus.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+            m_participant = participant.get();
+            relay(participant.get(), bus.get());
+        }
+    }
+
+    static void relay(int participant, int bus) {
+        std::array<pollfd, 2> waited = {{{participant, POLLIN, 0}, {bus, POLLIN, 0}}};
+        while (poll(waited.data(), waited.size(), -1) > 0) {
+            if ((waited[0].revents != 0 && !pass(participant, bus)) ||
+                (waited[1].revents != 0 && !pass(bus, participant)))
+                return;
+        }
+    }
+
+    static bool pass(int from, int to) {
+        std::array<char, 4096> bytes;
+        const ssize_t size = read(from, bytes.data(), bytes.size());
+        return size > 0 && send(to, bytes.data(), static_cast<std::size_t>(size), MSG_NOSIGNAL) == size;
+    }
+
+    const std::filesystem::path m_bus; ///< its socket
+    const desktop::FileDescriptor m_place{socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    std::atomic<int> m_participant = -1;
+    std::thread m_thread;
+};
+
+// A connection that ends so answers no call that is under way.
+TEST_F(LostBus, ThatBreaksTheRulesIsFoundAgainAndItsServiceStarted) {
+    Relay relay(folder() / "bus");
+    setenv("DBUS_SESSION_BUS_ADDRESS", relay.address().c_str(), 1);
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGSTOP));
+    ASSERT_EQ(participant.access.startService(), 0);
+
+    relay.talkNonsense();
+
+    ASSERT_TRUE(participant.client.awaitStateChanges(1));
+    ASSERT_TRUE(sendSignal(m_bus.daemonProcess(), SIGCONT));
+    ASSERT_TRUE(participant.client.awaitStateChanges(2));
+    const std::size_t before = participant.client.events().size();
+    EXPECT_EQ(participant.access.startService(), 0);
+    participant.access.publish(kEventTopic, {"marker"});
+    ASSERT_TRUE(participant.client.awaitEvents(before + 2));
 }
 
 class EndWithTheNews : public ReturningBus, public ::testing::WithParamInterface<int> {};

@@ -29,6 +29,12 @@ TEST(Scenario, HasADescriptionAndRules) {
     EXPECT_TRUE(scenario.rules.empty());
 }
 
+TEST(Scenario, IsForEveryServiceUnlessItSaysOtherwise) {
+    EXPECT_FALSE(parseScenario(R"({"description": "", "rules": []})").once);
+    EXPECT_FALSE(parseScenario(R"({"description": "", "once": false, "rules": []})").once);
+    EXPECT_TRUE(parseScenario(R"({"description": "", "once": true, "rules": []})").once);
+}
+
 TEST(Scenario, RuleIsAboutTheNthCommandOfANameAndKind) {
     const Scenario scenario =
         parseScenario(withRule(R"({"command": "preload", "kind": "advertisement", "nth": 3, "steps": []})"));
@@ -159,8 +165,10 @@ INSTANTIATE_TEST_SUITE_P(
         Invalid{"NoDescription", R"({"rules": []})", "$: lacks the member \"description\""},
         Invalid{"NoRules", R"({"description": ""})", "$: lacks the member \"rules\""},
         Invalid{"OtherMember", R"({"description": "", "rules": [], "rule": 1})",
-                "$: has an unknown member \"rule\"; known are description, rules"},
+                "$: has an unknown member \"rule\"; known are description, once, rules"},
         Invalid{"DescriptionIsNumber", R"({"description": 1, "rules": []})", "$.description: is no text"},
+        Invalid{"OnceIsNumber", R"({"description": "", "once": 1, "rules": []})",
+                "$.once: is neither true nor false"},
         Invalid{"RulesAreObject", R"({"description": "", "rules": {}})", "$.rules: is no array"}),
     [](const auto& tested) { return tested.param.name; });
 

@@ -1,0 +1,105 @@
+#include "client_log.h"
+
+#include "csp_debug.h"
+#include "news_record.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+namespace velmora::system_test {
+namespace {
+
+constexpr uint32_t kLevelBits = 0xFFFFU;
+constexpr uint32_t kProgress = 4000;
+
+struct Record {
+    std::mutex mutex; // guards the rest
+    std::condition_variable grew;
+    std::vector<std::string> lines;
+    std::string heldText;
+    std::function<void()> whileHeld;
+};
+
+// Never destroyed: the library's delivery thread logs until the process is gone.
+Record& record() {
+    static auto& only = *new Record;
+    return only;
+}
+
+bool contains(const std::string& line, const std::string& text) {
+    return line.find(text) != std::string::npos;
+}
+
+std::size_t countIn(const std::vector<std::string>& lines, const std::string& text) {
+    return static_cast<std::size_t>(
+        std::count_if(lines.begin(), lines.end(), [&](const auto& line) { return contains(line, text); }));
+}
+
+[[gnu::format(printf, 1, 0)]] std::string formatLine(const char* format, va_list arguments) {
+    va_list measured;
+    va_copy(measured, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, measured);
+    va_end(measured);
+    std::string line(static_cast<std::size_t>(length), '\0');
+    std::vsnprintf(line.data(), line.size() + 1, format, arguments);
+    line.erase(line.find_last_not_of('\n') + 1);
+    return line;
+}
+
+void append(const std::string& line) {
+    std::function<void()> action;
+    {
+        const std::lock_guard<std::mutex> lock(record().mutex);
+        record().lines.push_back(line);
+        record().grew.notify_all();
+        if (record().whileHeld && contains(line, record().heldText))
+            action = std::exchange(record().whileHeld, nullptr);
+    }
+    if (action)
+        action();
+}
+
+} // namespace
+
+std::vector<std::string> ClientLog::lines() {
+    const std::lock_guard<std::mutex> lock(record().mutex);
+    return record().lines;
+}
+
+std::size_t ClientLog::count(const std::string& text) {
+    return countIn(lines(), text);
+}
+
+bool ClientLog::await(const std::string& text, std::size_t count) {
+    std::unique_lock<std::mutex> lock(record().mutex);
+    return record().grew.wait_for(lock, kPatience, [&] { return countIn(record().lines, text) >= count; });
+}
+
+void ClientLog::hold(const std::string& text, std::function<void()> action) {
+    const std::lock_guard<std::mutex> lock(record().mutex);
+    record().heldText = text;
+    record().whileHeld = std::move(action);
+}
+
+} // namespace velmora::system_test
+
+// The dynamic linker finds a program's own functions before those of the desktop's library.
+extern "C" {
+
+int cspDebugCheckLevelGetFrameAndChunk(const CspDebugLevel* descriptor) {
+    using namespace velmora::system_test;
+    return (descriptor->words[0] & kLevelBits) <= kProgress ? 1 : 0;
+}
+
+void cspDebugOutput0(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    const std::string line = velmora::system_test::formatLine(format, arguments);
+    va_end(arguments);
+    velmora::system_test::append(line);
+}
+}

@@ -1,0 +1,122 @@
+// The disconnect matrix as data: every combination of an operation and a service that dies or freezes around
+// it, and what the application is promised to see then.
+#ifndef TESTS_SYSTEM_DISCONNECT_CELLS_H
+#define TESTS_SYSTEM_DISCONNECT_CELLS_H
+
+#include "news_record.h"
+
+#include <string>
+#include <vector>
+
+namespace velmora::system_test {
+
+enum class Operation { Create, Start, Stop, Seek, Preload, Inspect };
+enum class Kind { None, MainVideo, Advertisement };
+enum class Mode { Asynchronous, Synchronous };
+enum class Disturbance { Killed, Frozen };
+enum class Moment { Before, During, After };
+enum class Afterwards { NotRestarted, Restarted, Continued };
+
+struct Cell {
+    Operation operation;
+    Kind kind;
+    Mode mode;
+    Disturbance disturbance;
+    Moment moment;
+    Afterwards afterwards;
+};
+
+/// Every combination, possible or not.
+std::vector<Cell> allCombinations();
+/// Those that exist.
+std::vector<Cell> allCells();
+
+/// As in "start_main_synchronous_killed_before_restarted".
+std::string nameOf(const Cell& cell);
+/// The command's name on the bus.
+std::string commandOf(Operation operation);
+
+/// Combinations, by the values that they may have; where none is given, any.
+struct Pattern {
+    std::vector<Operation> operations;
+    std::vector<Kind> kinds;
+    std::vector<Mode> modes;
+    std::vector<Disturbance> disturbances;
+    std::vector<Moment> moments;
+    std::vector<Afterwards> afterwards;
+
+    bool holds(const Cell& cell) const;
+};
+
+/// Why combinations do not exist.
+struct Absence {
+    Pattern pattern;
+    std::string reason;
+};
+const std::vector<Absence>& absences();
+/// The first that holds; null for a cell that exists.
+const Absence* absenceOf(const Cell& cell);
+
+/// What becomes of a command, which is all that decides on what the application sees.
+enum class Fate {
+    Unanswered,       ///< no answer ever comes
+    UnknownObject,    ///< a service that was started anew does not know the object
+    AnsweredLate,     ///< the answer comes when the call has returned
+    Answered,         ///< the answer comes, and nothing after it
+    AnsweredWithNews, ///< the answer comes, and later the definitions
+    AnsweredAnew,     ///< the service that the library starts answers a repeated command
+    GivenUp,          ///< the library starts the service in vain
+};
+
+struct FateRule {
+    Pattern pattern;
+    Fate fate;
+};
+const std::vector<FateRule>& fateRules();
+/// For people.
+std::string textOf(Fate fate);
+
+/// The bus's delivery thread, or the caller's: whichever is first, and the other one then.
+enum class CallbackThread { Delivery, Either, OtherThanBefore };
+
+struct Callback {
+    Medium medium;
+    std::string changed;
+    CallbackThread thread;
+};
+
+struct Range {
+    int least;
+    int most;
+};
+
+/// What the application sees from the call on.
+struct Promise {
+    std::string returned{};            ///< empty: the operation returns nothing
+    int state = 0;                     ///< getState()
+    int adState = 0;                   ///< getAdState()
+    bool localUrl = false;             ///< whether there is a local URL, of the operation's kind
+    std::vector<Callback> callbacks{}; ///< in their order
+    Range commands{1, 1};              ///< published, all of them the operation's
+    int restarts = 0;                  ///< how often the library has the service started
+    Range milliseconds{0, 0};          ///< how long the call takes
+};
+
+struct PromiseRule {
+    Operation operation;
+    Kind kind;
+    Mode mode;
+    std::vector<Fate> fates;
+    Promise promise;
+
+    bool holds(const Cell& cell, Fate fate) const;
+};
+const std::vector<PromiseRule>& promiseRules();
+
+/// Of a cell that exists.
+Fate fateOf(const Cell& cell);
+const Promise& promiseOf(const Cell& cell);
+
+} // namespace velmora::system_test
+
+#endif // TESTS_SYSTEM_DISCONNECT_CELLS_H

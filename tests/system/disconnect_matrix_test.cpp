@@ -1,0 +1,95 @@
+// What an application sees when the service dies or freezes before, during or after one of its calls: each
+// cell of the matrix with real processes on a real bus.
+#include "disconnect_cells.h"
+#include "disconnect_run.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace velmora::system_test {
+namespace {
+
+// A busy machine makes each of the library's waits longer, and interrupts what does not wait. Less than a
+// synchronous request in vain: what is to return at once must not be one.
+constexpr int kAllowanceMilliseconds = 200;
+
+int longest(Range milliseconds) {
+    return milliseconds.most + milliseconds.most / 6 + kAllowanceMilliseconds;
+}
+
+bool ranWhere(CallbackThread promised, const News& news, const std::vector<News>& before) {
+    if (promised == CallbackThread::Either)
+        return true;
+    return news.thread !=
+           (promised == CallbackThread::Delivery ? std::this_thread::get_id() : before.back().thread);
+}
+
+void expectCallbacks(const Seen& seen, const std::vector<Callback>& promised) {
+    ASSERT_EQ(seen.callbacks.size(), promised.size());
+    std::vector<News> before;
+    for (const News& news : seen.callbacks) {
+        const Callback& callback = promised.at(before.size());
+        SCOPED_TRACE("callback " + std::to_string(before.size()));
+        EXPECT_EQ(news.medium, callback.medium);
+        EXPECT_EQ(news.proxyId, seen.id);
+        EXPECT_EQ(news.changed, callback.changed);
+        EXPECT_EQ(news.value == seen.localUrl, news.changed == "url") << news.value;
+        EXPECT_TRUE(ranWhere(callback.thread, news, before));
+        before.push_back(news);
+    }
+}
+
+class DisconnectMatrix : public testing::TestWithParam<Cell> {};
+
+TEST_P(DisconnectMatrix, KeepsItsPromise) {
+    const Promise& promise = promiseOf(GetParam());
+
+    const Seen seen = DisconnectRun(GetParam()).run();
+
+    EXPECT_EQ(seen.returned, promise.returned);
+    EXPECT_EQ(seen.state, promise.state);
+    EXPECT_EQ(seen.adState, promise.adState);
+    EXPECT_EQ(!seen.localUrl.empty(), promise.localUrl);
+    expectCallbacks(seen, promise.callbacks);
+    const int commands = static_cast<int>(seen.commands.size());
+    EXPECT_EQ(std::count(seen.commands.begin(), seen.commands.end(), commandOf(GetParam().operation)),
+              commands);
+    EXPECT_GE(commands, promise.commands.least);
+    EXPECT_LE(commands, promise.commands.most);
+    EXPECT_EQ(seen.restarts, promise.restarts);
+    EXPECT_GE(seen.duration.count(), promise.milliseconds.least);
+    EXPECT_LE(seen.duration.count(), longest(promise.milliseconds));
+}
+
+INSTANTIATE_TEST_SUITE_P(, DisconnectMatrix, testing::ValuesIn(allCells()),
+                         [](const auto& cell) { return nameOf(cell.param); });
+
+bool isFateOfACell(const PromiseRule& rule, Fate fate) {
+    const std::vector<Cell> cells = allCells();
+    return std::any_of(cells.begin(), cells.end(),
+                       [&](const Cell& cell) { return rule.holds(cell, fate) && fateOf(cell) == fate; });
+}
+
+TEST(DisconnectCells, EachPromiseIsKeptSomewhere) {
+    for (const PromiseRule& rule : promiseRules())
+        for (const Fate fate : rule.fates)
+            EXPECT_TRUE(isFateOfACell(rule, fate)) << commandOf(rule.operation) << ": " << textOf(fate);
+}
+
+TEST(DisconnectCells, EachCombinationHasItsPromiseOrTheReasonForItsAbsence) {
+    for (const Cell& cell : allCombinations()) {
+        if (absenceOf(cell) != nullptr)
+            continue;
+        SCOPED_TRACE(nameOf(cell));
+        const auto isAbout = [&](const FateRule& rule) { return rule.pattern.holds(cell); };
+        ASSERT_EQ(std::count_if(fateRules().begin(), fateRules().end(), isAbout), 1);
+        const Fate fate = fateOf(cell);
+        EXPECT_EQ(std::count_if(promiseRules().begin(), promiseRules().end(),
+                                [&](const PromiseRule& rule) { return rule.holds(cell, fate); }),
+                  1);
+    }
+}
+
+} // namespace
+} // namespace velmora::system_test

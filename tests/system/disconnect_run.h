@@ -1,0 +1,88 @@
+#ifndef TESTS_SYSTEM_DISCONNECT_RUN_H
+#define TESTS_SYSTEM_DISCONNECT_RUN_H
+
+#include "bus_observer.h"
+#include "disconnect_cells.h"
+#include "private_bus.h"
+#include "startable_service.h"
+#include "zuv_media_proxy_manager.h"
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmora::system_test {
+
+/// What came of a cell's call.
+struct Seen {
+    std::string returned;
+    std::string id; ///< of the proxy
+    int state = 0;
+    int adState = 0;
+    std::string localUrl;        ///< of the operation's kind
+    std::vector<News> callbacks; ///< from the call on
+    std::vector<std::string> commands;
+    int restarts = 0; ///< those that the library asked for
+    std::chrono::milliseconds duration{0};
+};
+
+/// Carries out one cell of the disconnect matrix, with real processes on a real bus. Once in a process: the
+/// library's singletons, and with them the bus that they found, live as long as it does.
+class DisconnectRun {
+public:
+    explicit DisconnectRun(const Cell& cell);
+    ~DisconnectRun();
+    DisconnectRun(const DisconnectRun&) = delete;
+    DisconnectRun& operator=(const DisconnectRun&) = delete;
+
+    /// @throws std::runtime_error when something that is promised, or was prepared, does not come in time.
+    Seen run();
+
+private:
+    std::string scenario() const;
+    bool isAdvertisement() const { return m_cell.kind == Kind::Advertisement; }
+    bool isBefore() const { return m_cell.moment == Moment::Before; }
+    bool isRestartedByUs() const;
+
+    void prepare();
+    void connect();
+    void startService();
+    std::shared_ptr<ZUVMediaProxyInterface> newProxy() const;
+    void startMedium();
+    void disturb();
+    void awaitDisturbance();
+    void beginObservation();
+    Seen call();
+    std::string perform();
+    std::string create();
+    void start();
+    void stop();
+    void preload();
+    void proceedAfterTheCall();
+    void awaitAnswer();
+    void awaitCallbacks();
+    void passFence();
+    void complete(Seen& seen);
+
+    const Cell m_cell;
+    const Promise& m_promise;
+    StartableService m_program;
+    std::optional<desktop::PrivateBus> m_bus;
+    std::optional<BusObserver> m_observer;
+    ZUVMediaProxyManager* m_manager = nullptr;
+    std::shared_ptr<ZUVMediaProxyInterface> m_fence;
+    std::shared_ptr<ZUVMediaProxyInterface> m_proxy;
+    pid_t m_service = -1; ///< the process that is disturbed
+    std::size_t m_earlierNews = 0;
+    int m_earlierStarts = 0;
+    int m_startsByUs = 0; ///< since the observation began
+    int m_fences = 0;
+};
+
+} // namespace velmora::system_test
+
+#endif // TESTS_SYSTEM_DISCONNECT_RUN_H

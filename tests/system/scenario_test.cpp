@@ -1,0 +1,558 @@
+// What an application sees of every scenario that comes with the desktop platform, in both modes. In a
+// scenario something is amiss with the first start, or with the first creation; when that is over, the
+// library lives on, and the next start plays.
+//
+// The docs have the same in words: docs/scenarios.md.
+#include "processes.h"
+#include "scenario_application.h"
+#include "topic_message.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+using namespace velmora;
+using namespace velmora::system_test;
+namespace State = velmora::ZUVMediaProxyState;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Kinds = std::vector<std::string>;
+
+constexpr const char* kUrl = "main video url";
+constexpr const char* kDefinitions = "main video definitions";
+constexpr const char* kTimeout = "Task timeout: 250/250";
+constexpr const char* kStarted = "ZUV Media Proxy stated : 200 ( OK) ";
+
+/// A synchronous start polls only when `condition` holds: the events that came until then it finds as they
+/// are now, and not, by chance, one that was in shared memory for an instant.
+void pollOnlyWhen(const std::function<bool()>& condition) {
+    ClientLog::hold(", name:started", [condition] { EXPECT_TRUE(condition()); });
+}
+
+/// An application with one proxy, whose service plays a scenario.
+class Application : public ScenarioApplicationTest {
+public:
+    /// Begins in asynchronous mode, or in synchronous mode for good.
+    void begin(const std::string& scenario, Mode mode) {
+        play(std::string(ZUV_SCENARIOS "/") + scenario + ".json");
+        m_mode = mode;
+        m_proxy = create(mode);
+        ASSERT_FALSE(m_proxy->id().empty());
+    }
+
+    // ---- What the application does
+
+    void start() { m_proxy->start(m_medium, 1); }
+
+    /// Takes a new proxy in place of the one that has no service any more.
+    void createAnother() {
+        const std::string before = m_proxy->id();
+        m_proxy = create(m_mode);
+        EXPECT_NE(m_proxy->id(), "");
+        EXPECT_NE(m_proxy->id(), before);
+    }
+
+    // ---- What it sees
+
+    /// The news of the start, all of it, and in this order; definitions come last, and after them nothing.
+    void expectNews(const Kinds& expected) {
+        EXPECT_TRUE(NewsRecord::await(Medium::MainVideo, "definitions",
+                                      static_cast<std::size_t>(std::ranges::count(expected, kDefinitions))));
+        const std::vector<News> all = NewsRecord::all();
+        EXPECT_EQ(kindsOf(all), expected);
+        for (const News& news : all)
+            EXPECT_EQ(news.proxyId, m_proxy->id());
+    }
+
+    /// The start has brought its URL.
+    void expectPlays() {
+        const auto url = NewsRecord::await(Medium::MainVideo, "url");
+        ASSERT_TRUE(url);
+        EXPECT_TRUE(eventually([&] { return m_proxy->getState() == State::Started; }));
+        EXPECT_EQ(m_proxy->localURL(), url->value);
+        EXPECT_TRUE(serves(url->value, m_medium));
+    }
+
+    /// The start has brought nothing.
+    void expectDoesNotPlay() {
+        EXPECT_EQ(m_proxy->getState(), State::Starting);
+        EXPECT_EQ(m_proxy->localURL(), "");
+    }
+
+    /// How many requests have given up waiting for their answer.
+    static void expectTimeouts(std::size_t count) { EXPECT_EQ(ClientLog::count(kTimeout), count); }
+
+    /// The library lives on: the proxy plays another medium as if nothing had been.
+    void expectPlaysOn() {
+        const std::string medium = addMedium("second");
+        const std::size_t urls =
+            static_cast<std::size_t>(std::ranges::count(kindsOf(NewsRecord::all()), kUrl));
+        const std::size_t timeouts = ClientLog::count(kTimeout);
+
+        m_proxy->stop();
+        EXPECT_EQ(m_proxy->getState(), State::Idle);
+        EXPECT_EQ(m_proxy->localURL(), "");
+        m_proxy->start(medium, 1);
+
+        EXPECT_TRUE(m_mode == Mode::Asynchronous || m_proxy->getState() == State::Started);
+        const auto url = NewsRecord::await(Medium::MainVideo, "url", urls + 1);
+        ASSERT_TRUE(url);
+        EXPECT_EQ(url->proxyId, m_proxy->id());
+        EXPECT_TRUE(serves(url->value, medium));
+        expectTimeouts(timeouts);
+    }
+
+    // ---- What becomes of the first start, as most scenarios have it
+
+    void plays() {
+        start();
+        expectNews({kUrl, kDefinitions});
+        expectPlays();
+    }
+
+    void bringsNothing() {
+        start();
+        expectNews({kDefinitions}); // the medium plays all the same, and tells of its qualities
+        expectDoesNotPlay();
+    }
+
+    void playsAtOnce() {
+        start();
+        EXPECT_EQ(m_proxy->getState(), State::Started) << "when the call returns";
+        expectNews({kUrl, kDefinitions});
+        expectPlays();
+        expectTimeouts(0);
+    }
+
+    void timesOutAndPlays() {
+        plays();
+        expectTimeouts(1);
+    }
+
+    void returnsAtOnceWithNothing() {
+        bringsNothing();
+        expectTimeouts(0);
+    }
+
+    void timesOutWithNothing() {
+        bringsNothing();
+        expectTimeouts(1);
+    }
+
+    // ---- As one scenario each has it
+
+    void playsOnItsOwnThread() {
+        playsAtOnce();
+        EXPECT_EQ(NewsRecord::all().at(0).thread, std::this_thread::get_id());
+    }
+
+    void playsOnceThoughToldTwice() {
+        plays();
+        EXPECT_EQ(ClientLog::count(kStarted), 2U);
+    }
+
+    // The third is the answer in shared memory.
+    void playsAtOnceAndOnceThoughToldTwice() {
+        playsAtOnce();
+        EXPECT_EQ(ClientLog::count(kStarted), 3U);
+    }
+
+    void playsLate() {
+        const auto begin = Clock::now();
+        start();
+        EXPECT_TRUE(NewsRecord::await(Medium::MainVideo, "url"));
+        EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(300));
+        expectNews({kUrl, kDefinitions});
+        expectPlays();
+    }
+
+    // On a machine so busy that five sleeps of 50 ms take 300, the answer may be in time.
+    void givesUpBeforeItPlays() {
+        const auto begin = Clock::now();
+        start();
+        const bool isEarly = Clock::now() - begin < std::chrono::milliseconds(300);
+        EXPECT_TRUE(!isEarly || m_proxy->getState() == State::Starting);
+        EXPECT_TRUE(!isEarly || ClientLog::count(kTimeout) == 1);
+        expectNews({kUrl, kDefinitions});
+        expectPlays();
+    }
+
+    void playsAfterTheSeekIsDone() {
+        start();
+        m_proxy->seek(1.0, "");
+        expectNews({kUrl, kDefinitions});
+        expectPlays();
+        expectLinesInOrder("Seek Done. " + m_proxy->id(), kStarted);
+    }
+
+    void timesOutAndPlaysAfterTheSeekIsDone() {
+        playsAfterTheSeekIsDone();
+        EXPECT_GE(ClientLog::count(kTimeout), 1U);
+    }
+
+    void hearsOfThreeDefinitions() {
+        start();
+        expectNews({kDefinitions, kUrl, kDefinitions, kDefinitions});
+        const std::vector<News> news = NewsRecord::all();
+        EXPECT_NE(news.at(0).value.find("1080p"), std::string::npos) << news.at(0).value;
+        EXPECT_NE(news.at(2).value.find("720p"), std::string::npos) << news.at(2).value;
+        EXPECT_NE(news.at(3).value.find("240p"), std::string::npos) << news.at(3).value;
+        expectPlays();
+    }
+
+    void timesOutAndHearsOfThreeDefinitions() {
+        pollOnlyWhen([] { return NewsRecord::await(Medium::MainVideo, "definitions", 2).has_value(); });
+        hearsOfThreeDefinitions();
+        expectTimeouts(1);
+    }
+
+    void playsThroughTheStorm() {
+        plays();
+        EXPECT_TRUE(ClientLog::await("zuv service alive:  - " + m_proxy->id(), 1000));
+    }
+
+    void timesOutAndPlaysThroughTheStorm() {
+        pollOnlyWhen([] { return ClientLog::await("zuv service alive:", 1000); });
+        playsThroughTheStorm();
+        expectTimeouts(1);
+    }
+
+    void throwsAndPlays() {
+        EXPECT_THROW(start(), std::exception);
+        expectNews({kUrl, kDefinitions});
+        expectPlays();
+        expectTimeouts(0);
+    }
+
+    // What was mapped once stays mapped, and the service writes into it still.
+    void playsAtOnceAndCreatesInTwoSeconds() {
+        playsAtOnce();
+        const auto begin = Clock::now();
+        createAnother();
+        EXPECT_GE(Clock::now() - begin, std::chrono::seconds(2));
+        EXPECT_TRUE(wasLogged("service not work,  restart zuv service."));
+    }
+
+    void timesOutUntilItCreatesAnother() {
+        timesOutAndPlays();
+        createAnother();
+        expectTimeouts(1);
+    }
+
+    void loses(const std::function<void()>& theService, const Kinds& news, std::size_t timeouts) {
+        const Proxy lost = m_proxy;
+        start();
+        theService();
+        EXPECT_EQ(kindsOf(NewsRecord::all()), news);
+        expectTimeouts(timeouts);
+
+        createAnother();
+
+        EXPECT_TRUE(wasLogged("restart zuv service."));
+        lost->start(m_medium, 1);
+        EXPECT_TRUE(ClientLog::await("ZUV Media Proxy stated : 404 ( No such object: "));
+        EXPECT_EQ(lost->getState(), State::Starting);
+    }
+
+    void losesTheServiceWithoutAnAnswer(std::size_t timeouts) {
+        loses(
+            [this] {
+                awaitNoService();
+                expectDoesNotPlay();
+            },
+            {}, timeouts);
+    }
+    void losesTheService() { losesTheServiceWithoutAnAnswer(0); }
+    void timesOutAndLosesTheService() { losesTheServiceWithoutAnAnswer(1); }
+
+    void losesTheServiceThatPlayed() {
+        loses(
+            [this] {
+                awaitNoService();
+                ASSERT_TRUE(NewsRecord::await(Medium::MainVideo, "url"));
+                EXPECT_TRUE(eventually([this] { return m_proxy->getState() == State::Started; }));
+                EXPECT_EQ(download(m_proxy->localURL()).status, 0) << "nobody serves it any more";
+            },
+            {kUrl}, 0);
+    }
+
+    void losesTheFrozenServiceWithoutAnAnswer(std::size_t timeouts) {
+        loses(
+            [this] {
+                awaitFrozenService();
+                expectDoesNotPlay();
+            },
+            {}, timeouts);
+    }
+    void losesTheFrozenService() { losesTheFrozenServiceWithoutAnAnswer(0); }
+    void timesOutAndLosesTheFrozenService() { losesTheFrozenServiceWithoutAnAnswer(1); }
+
+    void losesTheFrozenServiceThatPlayed() {
+        loses(
+            [this] {
+                awaitFrozenService();
+                ASSERT_TRUE(NewsRecord::await(Medium::MainVideo, "url"));
+                EXPECT_TRUE(eventually([this] { return m_proxy->getState() == State::Started; }));
+            },
+            {kUrl}, 0);
+    }
+
+    // ---- Help
+
+    static bool wasLogged(const std::string& text) { return ClientLog::count(text) > 0; }
+
+    static void expectLinesInOrder(const std::string& first, const std::string& second) {
+        const std::vector<std::string> lines = ClientLog::lines();
+        const auto find = [&](const std::string& text) {
+            return std::ranges::find_if(
+                lines, [&](const auto& line) { return line.find(text) != std::string::npos; });
+        };
+        EXPECT_NE(find(second), lines.end()) << second;
+        EXPECT_LT(find(first), find(second)) << first;
+    }
+
+    void awaitNoService() {
+        EXPECT_TRUE(eventually([this] { return !m_peer.isOwned(desktop::kServiceName); }));
+    }
+
+    pid_t awaitFrozenService() {
+        const pid_t service = m_peer.processOf(desktop::kServiceName);
+        EXPECT_TRUE(eventually([service] { return bus_test::isStopped(service); }));
+        return service;
+    }
+
+    const std::string m_medium = addMedium("first");
+    Mode m_mode = Mode::Asynchronous;
+    Proxy m_proxy;
+};
+
+/// What happens to an application in one scenario.
+struct Row {
+    using Check = void (Application::*)();
+
+    const char* scenario;
+    Check asynchronous;
+    Check synchronous;
+    /// A line of the log that tells of it, if there is one.
+    const char* line = "";
+    bool lineInBothModes = true;
+};
+constexpr bool kSynchronousOnly = false;
+
+const std::vector<Row> kRows = {
+    {"answer-by-both-ways", &Application::plays, &Application::playsAtOnce, kStarted},
+    {"answer-by-bus-only", &Application::plays, &Application::timesOutAndPlays, kStarted},
+    {"answer-by-memory-only", &Application::bringsNothing, &Application::playsOnItsOwnThread, kStarted,
+     kSynchronousOnly},
+    {"answer-delayed", &Application::playsLate, &Application::givesUpBeforeItPlays, kStarted},
+    {"answer-empty", &Application::bringsNothing, &Application::timesOutWithNothing,
+     "unable to find object for event: , ,"},
+    {"answer-missing", &Application::bringsNothing, &Application::timesOutWithNothing},
+    {"answer-other-object", &Application::bringsNothing, &Application::returnsAtOnceWithNothing,
+     "unable to find object for event: started, 200,obj-other"},
+    {"answer-other-session", &Application::plays, &Application::timesOutAndPlays, kStarted},
+    {"answer-too-short", &Application::bringsNothing, &Application::returnsAtOnceWithNothing,
+     "unable to find object for event: started, 200,"},
+    {"answer-twice", &Application::playsOnceThoughToldTwice, &Application::playsAtOnceAndOnceThoughToldTwice},
+    {"answer-wrong-code", &Application::bringsNothing, &Application::returnsAtOnceWithNothing,
+     "ZUV Media Proxy stated : 500 ( The scenario says so) "},
+    {"answers-out-of-order", &Application::playsAfterTheSeekIsDone,
+     &Application::timesOutAndPlaysAfterTheSeekIsDone},
+    {"events-definitions", &Application::hearsOfThreeDefinitions,
+     &Application::timesOutAndHearsOfThreeDefinitions},
+    {"events-started-again", &Application::playsOnceThoughToldTwice,
+     &Application::playsAtOnceAndOnceThoughToldTwice},
+    {"events-status-storm", &Application::playsThroughTheStorm,
+     &Application::timesOutAndPlaysThroughTheStorm},
+    {"memory-deep-nesting", &Application::plays, &Application::timesOutAndPlays,
+     "Fail to parse json string:[[[[", kSynchronousOnly},
+    {"memory-nested-member", &Application::plays, &Application::throwsAndPlays},
+    {"memory-no-zero-byte", &Application::plays, &Application::playsAtOnce, R"("9":"main_video"}      )",
+     kSynchronousOnly},
+    {"memory-not-json", &Application::plays, &Application::timesOutAndPlays,
+     "Fail to parse json string:this is no JSON.", kSynchronousOnly},
+    {"memory-oversize", &Application::plays, &Application::timesOutAndPlays,
+     R"(Fail to parse json string:{"0":)", kSynchronousOnly},
+    {"memory-recreated", &Application::plays, &Application::timesOutUntilItCreatesAnother},
+    {"memory-removed", &Application::plays, &Application::playsAtOnceAndCreatesInTwoSeconds},
+    {"memory-root-array", &Application::plays, &Application::timesOutAndPlays,
+     R"(Fail to parse json string:["started",)", kSynchronousOnly},
+    {"memory-torn", &Application::plays, &Application::timesOutAndPlays, R"(Fail to parse json string:{"0":)",
+     kSynchronousOnly},
+    {"service-aborts", &Application::losesTheService, &Application::timesOutAndLosesTheService},
+    {"service-exits", &Application::losesTheService, &Application::timesOutAndLosesTheService},
+    {"service-exits-after-answer", &Application::losesTheServiceThatPlayed,
+     &Application::losesTheServiceThatPlayed},
+    {"service-freezes", &Application::losesTheFrozenService, &Application::timesOutAndLosesTheFrozenService},
+    {"service-freezes-after-answer", &Application::losesTheFrozenServiceThatPlayed,
+     &Application::losesTheFrozenServiceThatPlayed},
+};
+
+struct Case {
+    Row row;
+    Mode mode;
+};
+
+void PrintTo(const Case& tested, std::ostream* stream) {
+    *stream << tested.row.scenario;
+}
+
+std::vector<Case> casesOf(Mode mode) {
+    std::vector<Case> cases;
+    cases.reserve(kRows.size());
+    for (const Row& row : kRows)
+        cases.push_back({row, mode});
+    return cases;
+}
+
+class Scenario : public Application, public ::testing::WithParamInterface<Case> {};
+
+TEST_P(Scenario, ShowsAsItIsSaidAndLeavesTheLibraryWorking) {
+    const auto& [row, mode] = GetParam();
+    begin(row.scenario, mode);
+
+    (this->*(mode == Mode::Synchronous ? row.synchronous : row.asynchronous))();
+
+    EXPECT_EQ(wasLogged(row.line), mode == Mode::Synchronous || row.lineInBothModes) << row.line;
+    expectPlaysOn();
+}
+
+/// "answer-delayed" is AnswerDelayed.
+std::string testName(const ::testing::TestParamInfo<Case>& tested) {
+    std::string name;
+    bool begins = true;
+    for (const char letter : std::string(tested.param.row.scenario)) {
+        if (letter != '-')
+            name += begins ? static_cast<char>(std::toupper(letter)) : letter;
+        begins = letter == '-';
+    }
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Asynchronous, Scenario, ::testing::ValuesIn(casesOf(Mode::Asynchronous)), testName);
+INSTANTIATE_TEST_SUITE_P(Synchronous, Scenario, ::testing::ValuesIn(casesOf(Mode::Synchronous)), testName);
+
+std::set<std::string> scenarioFiles() {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(ZUV_SCENARIOS))
+        names.insert(entry.path().stem());
+    return names;
+}
+
+TEST(Scenarios, AreAllTested) {
+    std::set<std::string> tested;
+    for (const Row& row : kRows)
+        tested.insert(row.scenario);
+
+    EXPECT_EQ(tested, scenarioFiles());
+}
+
+/// The scenarios of which a row of the table in the documents says what an application sees: "| `NAME` |
+/// ...".
+std::set<std::string> documentedScenarios() {
+    std::ifstream document(ZUV_DOCUMENTS "/scenarios.md");
+    const std::set<std::string> known = scenarioFiles();
+    std::set<std::string> names;
+    for (std::string line; std::getline(document, line);) {
+        const std::string name = line.starts_with("| `") ? line.substr(3, line.find('`', 3) - 3) : "";
+        if (known.contains(name))
+            names.insert(name);
+    }
+    return names;
+}
+
+TEST(Scenarios, AreAllDocumented) {
+    EXPECT_EQ(documentedScenarios(), scenarioFiles());
+}
+
+// ---- Beyond the first start
+
+TEST_F(Application, SeesALateAnswerAfterAStopAsStartedWithoutACallback) {
+    begin("answers-out-of-order", Mode::Asynchronous);
+
+    start();
+    m_proxy->stop();
+
+    EXPECT_TRUE(eventually([&] { return m_proxy->getState() == State::Started; }));
+    EXPECT_NE(m_proxy->localURL(), "");
+    EXPECT_EQ(download(m_proxy->localURL()).status, 404) << "the service has stopped it";
+    EXPECT_TRUE(NewsRecord::all().empty());
+}
+
+TEST_F(Application, IsToldAgainOfAnAdvertisementThatHasStartedAgain) {
+    begin("events-started-again", Mode::Asynchronous);
+
+    m_proxy->startAd(m_medium, 1);
+
+    const auto again = NewsRecord::await(Medium::Advertisement, "url", 2);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->value, m_proxy->localAdURL());
+}
+
+// The creation takes the newest identifier that it knows of when an event of the service wakes it.
+TEST_F(Application, ThatCreatesWhileEventsComeUnaskedGetsTheIdentifierOfItsLastProxy) {
+    begin("events-status-storm", Mode::Asynchronous);
+    constexpr const char* kCreation = "Create   RemoteObject.";
+    ClientLog::hold("zuv service alive:", [] { EXPECT_TRUE(ClientLog::await(kCreation, 2)); });
+    start();
+    ASSERT_TRUE(
+        NewsRecord::await(Medium::MainVideo, "url")); // the answer to the creation comes behind the storm
+
+    const Proxy second = create(Mode::Asynchronous);
+
+    EXPECT_EQ(second->id(), m_proxy->id());
+    EXPECT_EQ(ZUVMediaProxyInterface::getObjectById(second->id()), m_proxy)
+        << "the news is still the first one's";
+}
+
+TEST_F(Application, LosesTheNextServiceTooWhereTheScenarioIsForEveryOne) {
+    playRules(R"({"command": "start", "nth": 1, "steps": [{"do": "exit"}]})");
+    m_proxy = create(m_mode);
+    for (int service = 1; service <= 2; ++service) {
+        start();
+        awaitNoService();
+        createAnother();
+    }
+}
+
+// All that synchronous requests have is shared memory; what they ask for comes by the bus.
+TEST_F(Application, ThatTurnsToSynchronousModeWithoutSharedMemoryTimesOutEachTimeAndPlays) {
+    begin("memory-removed", Mode::Asynchronous);
+    ASSERT_TRUE(eventually([] { return !std::filesystem::exists("/dev/shm/ZUV_PROXY"); }));
+
+    const Proxy second = create(Mode::Synchronous);
+
+    expectTimeouts(3);
+    ASSERT_NE(second->id(), "");
+    second->start(m_medium, 1);
+    expectTimeouts(4);
+    EXPECT_TRUE(wasLogged("memory NULL."));
+    const auto url = NewsRecord::await(Medium::MainVideo, "url");
+    ASSERT_TRUE(url);
+    EXPECT_EQ(url->proxyId, second->id());
+}
+
+class FrozenService : public Application, public ::testing::WithParamInterface<Mode> {};
+
+TEST_P(FrozenService, AnswersWhenItIsContinued) {
+    begin("service-freezes", GetParam());
+    start();
+    expectDoesNotPlay();
+
+    ASSERT_TRUE(bus_test::sendSignal(awaitFrozenService(), SIGCONT));
+
+    expectNews({kUrl, kDefinitions});
+    expectPlays();
+    expectPlaysOn();
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, FrozenService, ::testing::Values(Mode::Asynchronous, Mode::Synchronous),
+                         ::testing::PrintToStringParamName());
+
+} // namespace
