@@ -97,7 +97,7 @@ TEST_F(Asynchronous, APreloadsUrlComesWithTheStartThatAttachesToIt) {
 }
 
 TEST_F(Asynchronous, ASeekArrivesAsItWasSent) {
-    bus_test::RecordingClient client;
+    platform_test::RecordingClient client;
     ZUVModelAccess bus(&client);
     ASSERT_EQ(bus.initialize(), 0);
     ASSERT_EQ(bus.start(), 0);
@@ -108,7 +108,7 @@ TEST_F(Asynchronous, ASeekArrivesAsItWasSent) {
 
     std::vector<std::string> codes;
     for (std::size_t count = 1; codes.size() < 2 && client.awaitEvents(count); ++count) {
-        const bus_test::Event event = client.events()[count - 1];
+        const platform_test::Event event = client.events()[count - 1];
         if (event[0] == "seeked")
             codes.push_back(event[1]);
     }
@@ -119,7 +119,7 @@ TEST_F(Asynchronous, TheTopicsCurrentEventIsRead) {
     m_proxy->start(kMedium, 1);
     ASSERT_TRUE(NewsRecord::await(Medium::MainVideo, "definitions").has_value());
 
-    bus_test::RecordingClient client;
+    platform_test::RecordingClient client;
     ZUVModelAccess bus(&client);
     ASSERT_EQ(bus.initialize(), 0);
     std::vector<std::string> event;
