@@ -32,7 +32,7 @@ TEST(Publish, DeliversTheEventTopicOnly) {
 }
 
 TEST(Publish, KeepsTheOrderOfEachSender) {
-    constexpr std::size_t kCount = 500;
+    constexpr std::size_t kCount = 2000;
     Participant left;
     Participant right;
     Participant receiver;

@@ -39,7 +39,7 @@ TEST(Read, IsNeverOlderThanWhatTheSameConnectionPublished) {
     Participant participant;
     ASSERT_TRUE(participant.join());
 
-    for (int i = 0; i < 500; ++i) {
+    for (int i = 0; i < 2000; ++i) {
         const Event neutral = {"unknown", std::to_string(i)};
         participant.access.publish(kEventTopic, {"created", std::to_string(i)});
         participant.access.publish(kEventTopic, neutral);

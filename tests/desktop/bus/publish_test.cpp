@@ -1,8 +1,8 @@
-// What is published arrives: whole, in order, at everyone who listens, without holding the publisher up.
+// Publishing on the desktop's bus, beyond what every platform must do: its limits, and what becomes of a
+// sender, a daemon and a message that fail.
 #include "bus_test.h"
 
 #include <csignal>
-#include <map>
 #include <thread>
 
 namespace velmora::bus_test {
@@ -12,16 +12,6 @@ using Publish = BusTest;
 
 constexpr std::size_t kMebibyte = std::size_t{1} << 20;
 
-TEST_F(Publish, ReachesAnotherConnection) {
-    Participant sender, receiver;
-    ASSERT_TRUE(sender.join() && receiver.join());
-
-    EXPECT_EQ(sender.access.publish(kEventTopic, {"created", "200", "ses-1"}), 0);
-
-    ASSERT_TRUE(receiver.client.awaitEvents(1));
-    EXPECT_EQ(receiver.client.events()[0], (Event{"created", "200", "ses-1"}));
-}
-
 TEST_F(Publish, ComesBackToItsSender) {
     Participant sender;
     ASSERT_TRUE(sender.join());
@@ -30,87 +20,6 @@ TEST_F(Publish, ComesBackToItsSender) {
 
     ASSERT_TRUE(sender.client.awaitEvents(1));
     EXPECT_EQ(sender.client.events()[0], Event{"unknown"});
-}
-
-TEST_F(Publish, DeliversTheEventTopicOnly) {
-    Participant participant;
-    ASSERT_TRUE(participant.join());
-
-    participant.access.publish(kCommandTopic, {"create"});
-    participant.access.publish("some.other.topic", {"news"});
-    participant.access.publish(kEventTopic, {"created"});
-
-    ASSERT_TRUE(participant.client.awaitEvents(1));
-    EXPECT_EQ(participant.client.events(), std::vector<Event>{{"created"}});
-}
-
-TEST_F(Publish, DeliversOnOneThreadThatIsNotTheCallers) {
-    Participant participant;
-    ASSERT_TRUE(participant.join());
-
-    participant.access.publish(kEventTopic, {"first"});
-    ASSERT_TRUE(participant.client.awaitEvents(1));
-    const auto thread = participant.client.thread();
-    participant.access.publish(kEventTopic, {"second"});
-    ASSERT_TRUE(participant.client.awaitEvents(2));
-
-    EXPECT_EQ(participant.client.thread(), thread);
-    EXPECT_NE(thread, std::this_thread::get_id());
-}
-
-TEST_F(Publish, DeliversNothingBeforeTheStart) {
-    Participant participant;
-    ASSERT_EQ(participant.access.initialize(), 0);
-    Event value;
-
-    participant.access.publish(kEventTopic, {"early"});
-    ASSERT_EQ(participant.readPatiently(kEventTopic, value), 0);
-    EXPECT_TRUE(participant.client.events().empty());
-
-    ASSERT_EQ(participant.access.start(), 0);
-    ASSERT_TRUE(participant.client.awaitEvents(1));
-    EXPECT_EQ(participant.client.events()[0], Event{"early"});
-}
-
-TEST_F(Publish, KeepsTheOrderOfEachSender) {
-    constexpr int kCount = 2000;
-    Participant left, right, receiver;
-    ASSERT_TRUE(left.join() && right.join() && receiver.join());
-    const auto publishAll = [](ZUVModelAccess& access, const std::string& name) {
-        for (int i = 0; i < kCount; ++i)
-            access.publish(kEventTopic, {name, std::to_string(i)});
-    };
-
-    std::thread other(publishAll, std::ref(left.access), "left");
-    publishAll(right.access, "right");
-    other.join();
-
-    ASSERT_TRUE(receiver.client.awaitEvents(2 * kCount));
-    std::map<std::string, int> next;
-    for (const Event& event : receiver.client.events())
-        ASSERT_EQ(event.at(1), std::to_string(next[event.at(0)]++)) << event.at(0);
-}
-
-TEST_F(Publish, CarriesAnyBytesWhole) {
-    Participant participant;
-    ASSERT_TRUE(participant.join());
-    const Event event = {std::string("a\0b\0", 4), "\xff\xfe\xc3\x28", "", std::string(kMebibyte, '\x80'),
-                         "\n\r\t"};
-
-    EXPECT_EQ(participant.access.publish(kEventTopic, event), 0);
-
-    ASSERT_TRUE(participant.client.awaitEvents(1));
-    EXPECT_EQ(participant.client.events()[0], event);
-}
-
-TEST_F(Publish, CarriesAnEmptyList) {
-    Participant participant;
-    ASSERT_TRUE(participant.join());
-
-    EXPECT_EQ(participant.access.publish(kEventTopic, {}), 0);
-
-    ASSERT_TRUE(participant.client.awaitEvents(1));
-    EXPECT_EQ(participant.client.events()[0], Event{});
 }
 
 TEST_F(Publish, CarriesTheLongestList) {
