@@ -1,13 +1,16 @@
 // What the desktop platform's bus costs: from a command, by way of a service in a process of its own, to the
-// event's callback, beside what sd-bus alone needs for the same messages; and how many commands go out.
+// event's callback, beside what sd-bus alone needs for the same messages; how many commands go out; and how long it takes
+// until there is a bus, and until the media service answers on it.
 #include "private_bus.h"
 #include "topic_message.h"
 #include "zuv_model_access.h"
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <semaphore>
 #include <stdexcept>
 #include <string>
@@ -27,6 +30,7 @@ public:
     void onZUVEvent(std::vector<std::string>&) override { m_events.release(); }
 
     void awaitEvent() { m_events.acquire(); }
+    bool awaitEvent(std::chrono::milliseconds limit) { return m_events.try_acquire_for(limit); }
 
 private:
     std::counting_semaphore<> m_events{0};
@@ -75,9 +79,11 @@ private:
 
 /// A bus of its own for each benchmark, named by DBUS_SESSION_BUS_ADDRESS.
 struct Bus {
-    Bus() { setenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().c_str(), 1); }
+    explicit Bus(const char* programs = ZUV_BENCHMARK_PROGRAMS_DIR) : m_bus(programs) {
+        setenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().c_str(), 1);
+    }
 
-    PrivateBus m_bus{ZUV_BENCHMARK_PROGRAMS_DIR};
+    PrivateBus m_bus;
 };
 
 void roundTripThroughModelAccess(benchmark::State& state) {
@@ -116,7 +122,51 @@ void publishOneWay(benchmark::State& state) {
 }
 BENCHMARK(publishOneWay)->UseRealTime()->Unit(benchmark::kMillisecond);
 
+void startOfTheBus(benchmark::State& state) {
+    for ([[maybe_unused]] auto _ : state) {
+        std::optional<Bus> bus(std::in_place);
+        state.PauseTiming();
+        bus.reset();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(startOfTheBus)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+// From the request to the answer to an inspection. Nobody hears an inspection before the service is there, so it is
+// repeated.
+void startOfTheService(benchmark::State& state, const char* engine) {
+    setenv("ZUV_SERVICE_ENGINE", engine, 1);
+    for ([[maybe_unused]] auto _ : state) {
+        state.PauseTiming();
+        std::optional<Bus> bus(std::in_place, ZUV_PROGRAMS_DIR);
+        {
+            Client client;
+            ZUVModelAccess access(&client);
+            if (access.initialize() < 0 || access.start() < 0)
+                throw std::runtime_error("no bus");
+            state.ResumeTiming();
+            access.startService();
+            do
+                access.publish(kCommandTopic, {"inspect", "", "session", "", "", "", "", "", "", "", ""});
+            while (!client.awaitEvent(std::chrono::milliseconds(1)));
+            state.PauseTiming();
+        }
+        bus.reset();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK_CAPTURE(startOfTheService, gstreamer, "gstreamer")->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(startOfTheService, simulated, "simulated")->UseRealTime()->Unit(benchmark::kMillisecond);
+
 } // namespace
 } // namespace velmora
 
-BENCHMARK_MAIN();
+// The service has a region in /dev/shm.
+int main(int argc, char** argv) {
+    velmora::desktop::enterPrivateShm();
+    setenv("ZUV_LOG_LEVEL", "off", 0);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return EXIT_FAILURE;
+    benchmark::RunSpecifiedBenchmarks();
+}
