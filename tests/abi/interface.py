@@ -5,8 +5,9 @@
     interface.py check FOLDER LIBRARY TYPES   fails with what differs from the record in FOLDER
 
 LIBRARY is the shared object, TYPES a library with debug information of every class whose layout is recorded. FOLDER
-holds two files: interface.txt, a line for each exported symbol and each size, slot and field, for people; and
-library.abi, the same and the parameters as libabigail sees them, for abidiff. Exit status 1: the interface differs.
+holds two files: interface.txt, a line for each exported symbol, each size, slot and field, and each function of the
+platform's log, for people; and library.abi, what libabigail knows of the exported functions, for abidiff. Exit status 1:
+the interface differs.
 """
 
 import difflib
@@ -26,7 +27,8 @@ zuv_media_proxy.h as it says there, and renew the record for each architecture:
 """
 
 ABIDW = ["abidw", "--no-corpus-path", "--no-show-locs", "--no-comp-dir-path"]
-# What belongs to other libraries is theirs to keep.
+# What belongs to other libraries is theirs to keep. libabigail leaves the symbols out as well: it has no say in which
+# ones the library exports.
 SUPPRESSIONS = """
 [suppress_type]
     name_not_regexp = ^velmora::|^CspDebugLevel
@@ -49,37 +51,74 @@ def demangle(names):
     return dict(zip(names, text.replace("[abi:cxx11]", "").splitlines()))
 
 
-def exported_symbols(abi):
-    symbols = ElementTree.fromstring(abi).iter("elf-symbol")
-    for symbol in sorted(symbols, key=lambda symbol: symbol.get("name")):
-        kind, binding = symbol.get("type").removesuffix("-type"), symbol.get("binding").removesuffix("-binding")
-        yield f"symbol {symbol.get('name')} ({binding} {kind})"
+def exported_symbols(library):
+    lines = (line.split() for line in run("readelf", "--wide", "--dyn-syms", library).splitlines())
+    symbols = [words[3:] for words in lines if len(words) > 7 and words[0].removesuffix(":").isdigit()]
+    for kind, binding, _, section, name, *_ in sorted(symbols, key=lambda symbol: symbol[4]):
+        if binding != "LOCAL" and section != "UND":
+            yield f"symbol {name} ({binding.lower()} {kind.lower()})"
+
+
+class Types:
+    """The types that a library has debug information of."""
+
+    def __init__(self, library):
+        self.root = ElementTree.fromstring(run(*ABIDW, library))
+        self.nodes = {node.get("id"): node for node in self.root.iter() if node.get("id")}
+        self.parents = {child: node for node in self.root.iter() for child in node}
+
+    def of(self, node):
+        return self.nodes[node.get("type-id")]
+
+    def name(self, node):
+        if node.tag == "qualified-type-def":
+            return self.name(self.of(node)) + (" const" if node.get("const") else " volatile")
+        if node.tag == "pointer-type-def":
+            return self.name(self.of(node)) + "*"
+        if node.tag == "reference-type-def":
+            return self.name(self.of(node)) + ("&&" if node.get("kind") == "rvalue" else "&")
+        scope = self.parents[node]
+        prefix = f"{scope.get('name')}::" if scope.tag == "namespace-decl" else ""
+        return (prefix + node.get("name")).replace("velmora::", "")
+
+    def result(self, function):
+        return self.name(self.of(function.find("return")))
+
+    def parameters(self, function):
+        return ", ".join("..." if parameter.get("is-variadic") else self.name(self.of(parameter))
+                         for parameter in function.findall("parameter"))
 
 
 def layout(types):
     """Size, slots and fields of each class of the project, in their order."""
-    root = ElementTree.fromstring(run(*ABIDW, types))
-    type_names = {node.get("id"): node.get("name") for node in root.iter() if node.get("id")}
-    classes = [node for node in root.iter("class-decl") if re.match("ZUV|IZuv|Csp", node.get("name"))]
+    classes = [node for node in types.root.iter("class-decl") if re.match("ZUV|IZuv|Csp", node.get("name"))]
     names = demangle([function.get("mangled-name") for node in classes for function in node.iter("function-decl")])
     for node in sorted(classes, key=lambda node: node.get("name")):
-        if node.get("is-declaration-only"):
-            sys.exit(f"interface.py: {types} has no debug information of {node.get('name')}")
         name = node.get("name")
+        if node.get("is-declaration-only"):
+            sys.exit(f"interface.py: there is no debug information of {name}")
         yield f"class {name}: {int(node.get('size-in-bits')) // 8} bytes"
         for base in node.iter("base-class"):
-            yield f"class {name}: base {type_names[base.get('type-id')]} at {int(base.get('layout-offset-in-bits')) // 8}"
+            yield f"class {name}: base {types.name(types.of(base))} at {int(base.get('layout-offset-in-bits')) // 8}"
         for member in node.findall("member-function"):
             slot = member.get("vtable-offset")
-            function = names[member.find("function-decl").get("mangled-name")].removeprefix("velmora::")
+            function = member.find("function-decl")
+            signature = names[function.get("mangled-name")].removeprefix(f"velmora::{name}::")
             if member.get("destructor") and slot:
                 yield f"class {name}: destructor is virtual"
             elif slot:
-                yield f"class {name}: slot {slot} is {function.removeprefix(name + '::')}"
+                yield f"class {name}: slot {slot} is {signature} -> {types.result(function)}"
         for field in node.findall("data-member"):
             if field.get("layout-offset-in-bits"):
                 offset = int(field.get("layout-offset-in-bits")) // 8
                 yield f"class {name}: field {field.find('var-decl').get('name')} at {offset}"
+
+
+def log_functions(types):
+    """C functions, whose symbols say nothing of parameters and result: types has a pointer to each."""
+    for pointer in types.root.find(".//class-decl[@name='LogFunctions']").iter("var-decl"):
+        function = types.of(types.of(pointer))
+        yield f"function {pointer.get('name')}({types.parameters(function)}) -> {types.result(function)}"
 
 
 def record(folder, library, types):
@@ -89,7 +128,9 @@ def record(folder, library, types):
         suppressions.flush()
         abi = run(*ABIDW, "--suppr", suppressions.name, library)
     (folder / "library.abi").write_text(abi)
-    (folder / "interface.txt").write_text("\n".join([*exported_symbols(abi), *layout(types)]) + "\n")
+    types = Types(types)
+    lines = [*exported_symbols(library), *layout(types), *log_functions(types)]
+    (folder / "interface.txt").write_text("\n".join(lines) + "\n")
 
 
 def differences(old, new):

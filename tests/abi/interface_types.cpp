@@ -1,5 +1,5 @@
-// Every class whose layout somebody outside relies on, or that the client's own layout is promised for. Compiled with
-// the debug information of all of them, for the record of the interface; never run.
+// Every class whose layout somebody outside relies on, or that the client's own layout is promised for, and the log's
+// functions. Compiled with the debug information of all of them, for the record of the interface; never run.
 #include "csp_debug.h"
 #include "zuv_media_manager_interface_impl.h"
 #include "zuv_media_proxy.h"
@@ -9,11 +9,16 @@
 
 namespace velmora {
 
+struct LogFunctions {
+    decltype(&::cspDebugCheckLevelGetFrameAndChunk) cspDebugCheckLevelGetFrameAndChunk;
+    decltype(&::cspDebugOutput0) cspDebugOutput0;
+    decltype(&::blog_base_name) blog_base_name;
+};
+
 // The classes are reached from an exported symbol: a reader of debug information looks at nothing else.
-__attribute__((visibility("default"))) void interfaceTypes(CspDebugLevel*, IZuvModelAccess*, ZUVModelAccess*,
-                                                           ZUVModelAccessClient*, ZUVMediaProxyInterface*,
-                                                           ZUVMediaProxyManagerInterface*,
-                                                           ZUVMediaProxyManagerInterfaceImpl*,
-                                                           ZUVMediaProxyManager*, ZUVMediaProxyObject*) {}
+__attribute__((visibility("default"))) void
+interfaceTypes(CspDebugLevel*, LogFunctions*, IZuvModelAccess*, ZUVModelAccess*, ZUVModelAccessClient*,
+               ZUVMediaProxyInterface*, ZUVMediaProxyManagerInterface*, ZUVMediaProxyManagerInterfaceImpl*,
+               ZUVMediaProxyManager*, ZUVMediaProxyObject*) {}
 
 } // namespace velmora
