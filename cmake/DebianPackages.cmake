@@ -1,5 +1,6 @@
 # Debian packages, one for each component of the installation: `cpack` in the build folder makes them of what was built
-# there. The preset `package` builds as Debian installs, with the libraries in the architecture's own folder.
+# there. The preset `package` builds as Debian installs, with the libraries in the architecture's own folder; `armhf` does
+# so as well. Not for a build with ZUV_PLATFORM_DIR: the platform that it needs is in no package.
 #
 #   libzuv-media-proxyN    runtime: both libraries. The desktop platform's is in here, because the client's cannot be
 #                          loaded without it and both are always of one build.
@@ -35,7 +36,7 @@ set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
 Plays video that a separate media service process really plays.
 .
 The shared libraries: the client that a web engine loads, and the bus
-connection and the log of the platform that it was built for.")
+connection and the log of the desktop platform.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzuv-media-proxy-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
@@ -56,15 +57,14 @@ set(CPACK_COMPONENT_DESKTOP_DESCRIPTION
 What stands in for the device on a development machine: a launcher that runs
 any command with a bus and a media service around it, and two players.")
 
-if(CMAKE_CROSSCOMPILING)
-    # The target's packages were unpacked, not installed: nothing knows which package has a library.
-    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
-    set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6 (>= 2.36), libgcc-s1, libstdc++6 (>= 12), libjsoncpp25, libuuid1")
-    if(TARGET zuv_desktop)
-        string(APPEND CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS ", libsystemd0, libspdlog1.10, libfmt9")
-    endif()
-else()
+if(NOT CMAKE_CROSSCOMPILING)
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+elseif(CMAKE_LIBRARY_ARCHITECTURE STREQUAL arm-linux-gnueabihf)
+    # The target's packages were unpacked, not installed: nothing knows which package has a library. A test compares this
+    # with what the libraries need.
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS
+        "libc6 (>= 2.36), libfmt9, libgcc-s1, libjsoncpp25, libspdlog1.10, libstdc++6 (>= 11), libsystemd0 (>= 241), libuuid1")
 endif()
 
 include(CPack)

@@ -8,10 +8,9 @@ set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 set(CMAKE_C_COMPILER ${CMAKE_LIBRARY_ARCHITECTURE}-gcc)
 set(CMAKE_CXX_COMPILER ${CMAKE_LIBRARY_ARCHITECTURE}-g++)
 
-# CMake reads this file again for each of its trial builds, whose folder is another one.
-if(NOT ZUV_ARMHF_SYSROOT)
-    set(ZUV_ARMHF_SYSROOT ${CMAKE_BINARY_DIR}/sysroot)
-endif()
+# As a path of the cache, a relative one counts from where cmake was called. CMake reads this file again for each of its
+# trial builds, whose folder is another one.
+set(ZUV_ARMHF_SYSROOT ${CMAKE_BINARY_DIR}/sysroot CACHE PATH "Folder of the sysroot; made if it is not there")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ZUV_ARMHF_SYSROOT)
 execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/../scripts/armhf-sysroot ${ZUV_ARMHF_SYSROOT}
     COMMAND_ERROR_IS_FATAL ANY)

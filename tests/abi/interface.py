@@ -6,8 +6,8 @@
 
 LIBRARY is the shared object, TYPES a library with debug information of every class whose layout is recorded. FOLDER
 holds two files: interface.txt, a line for each exported symbol, each size, slot and field, and each function of the
-platform's log, for people; and library.abi, what libabigail knows of the exported functions, for abidiff. Exit status 1:
-the interface differs.
+platform's log, for people; and library.abi, what libabigail knows of the exported functions, for abidiff. Exit
+status 1: the interface differs.
 """
 
 import difflib

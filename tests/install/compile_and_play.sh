@@ -9,9 +9,11 @@ libraries=$prefix/$2
 flags=${6-}
 
 export PKG_CONFIG_PATH="$libraries/pkgconfig"
-program=$(mktemp)
-trap 'rm -f "$program"' EXIT
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
 # shellcheck disable=SC2046,SC2086 # several flags each
-"$5" -std=c++17 $flags -o "$program" "$3" $(pkg-config --cflags --libs zuv_media_proxy)
-LD_LIBRARY_PATH=$libraries "$prefix/bin/zuv-desktop" run --private-shm -- "$program" "$4" | tee /dev/stderr |
-    grep -q 'http://127\.0\.0\.1'
+"$5" -std=c++17 $flags -o "$work/program" "$3" $(pkg-config --cflags --libs zuv_media_proxy)
+LD_LIBRARY_PATH=$libraries "$prefix/bin/zuv-desktop" run --private-shm -- "$work/program" "$4" >"$work/output" ||
+    failed=yes
+cat "$work/output"
+[ -z "${failed-}" ] && grep -q 'http://127\.0\.0\.1' "$work/output"

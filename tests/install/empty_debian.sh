@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the packages of a folder into an empty Debian, compiles the README's example there as its reader does, and has
-# it play. Needs root, and a Debian mirror for what the packages depend on; CACHE keeps the empty Debian and downloads.
+# it play. Needs root, and a Debian mirror (ZUV_DEBIAN_MIRROR names another one) for what the packages depend on; CACHE
+# keeps the empty Debian, which knows its mirror, and downloads.
 #
 #   empty_debian.sh PACKAGES MEDIUM CACHE
 set -euo pipefail
@@ -11,7 +12,8 @@ example=$(dirname "$0")/../../examples/minimal/main.cpp
 
 mkdir -p "$cache/archives"
 if [ ! -f "$cache/debian.tar" ]; then
-    mmdebstrap --quiet --variant=apt --format=tar bookworm "$cache/debian.tar.part"
+    mmdebstrap --quiet --variant=apt --format=tar bookworm "$cache/debian.tar.part" \
+        ${ZUV_DEBIAN_MIRROR:+"$ZUV_DEBIAN_MIRROR"}
     mv "$cache/debian.tar.part" "$cache/debian.tar"
 fi
 root=$(mktemp -d "$cache/root.XXXXXX")
@@ -28,12 +30,13 @@ mount --bind "$2/archives" "$1/var/cache/apt/archives"
 mount -t proc proc "$1/proc"
 mount -t tmpfs shm "$1/dev/shm"
 env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin http_proxy="${http_proxy-}" chroot "$1" sh -eu -s <<'CHROOT'
+# No command may read the rest of this text.
 export DEBIAN_FRONTEND=noninteractive
-apt-get -qq update
+apt-get -qq update </dev/null
 apt-get -qq -y --no-install-recommends -o Dpkg::Use-Pty=0 -o Dpkg::Options::=--force-unsafe-io \
-    install g++ pkg-config /test/*.deb >/test/apt.log 2>&1 || { cat /test/apt.log; exit 1; }
+    install g++ pkg-config /test/*.deb </dev/null >/test/apt.log 2>&1 || { cat /test/apt.log; exit 1; }
 c++ -o /test/minimal /test/main.cpp $(pkg-config --cflags zuv_media_proxy)
-zuv-desktop run --private-shm -- /test/minimal /test/medium >/test/output
+zuv-desktop run --private-shm -- /test/minimal /test/medium </dev/null >/test/output
 cat /test/output
 grep -q ' url http://127\.0\.0\.1' /test/output
 CHROOT
