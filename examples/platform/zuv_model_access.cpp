@@ -2,10 +2,38 @@
 
 #include "in_process_bus.h"
 
+#include <pthread.h>
+
 #include <cerrno>
+#include <csignal>
+#include <system_error>
 #include <thread>
 
 namespace velmora {
+namespace {
+
+// The application's signals are for its own threads: a new thread inherits the mask of its creator.
+class SignalsBlocked {
+public:
+    SignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &m_before);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t m_before;
+};
+
+void deliver(Inbox& inbox, ZUVModelAccessClient& client) {
+    while (auto event = inbox.take())
+        client.onZUVEvent(*event);
+}
+
+} // namespace
 
 // Every platform's library has to define it: the class's vtable goes with it.
 IZuvModelAccess::~IZuvModelAccess() = default;
@@ -35,11 +63,15 @@ int ZUVModelAccess::initialize() {
 }
 
 int ZUVModelAccess::start() {
-    InProcessBus::instance().add(m_impl->inbox);
-    m_impl->delivery = std::thread([client = m_impl->client, inbox = m_impl->inbox] {
-        while (auto event = inbox->take())
-            client->onZUVEvent(*event);
-    });
+    const SignalsBlocked inDeliveryThread;
+    try {
+        m_impl->delivery =
+            std::thread([client = m_impl->client, inbox = m_impl->inbox] { deliver(*inbox, *client); });
+    } catch (const std::system_error& error) {
+        return -error.code().value();
+    }
+    InProcessBus::instance().add(
+        m_impl->inbox); // last: the client may destroy this inside its first callback
     return 0;
 }
 

@@ -1,6 +1,13 @@
 // The beginning of a connection: initialize() and start().
 #include "participant.h"
 
+#include <fcntl.h>
+#include <pthread.h>
+
+#include <csignal>
+#include <filesystem>
+#include <set>
+#include <string>
 #include <thread>
 
 namespace velmora::platform_test {
@@ -10,6 +17,19 @@ TEST(Initialize, SucceedsWhereThereIsABus) {
     Participant participant;
 
     EXPECT_EQ(participant.access.initialize(), 0);
+}
+
+// A creation, which publishes, may follow at once.
+TEST(Initialize, ReturnsWithAConnectionThatPublishes) {
+    Participant receiver;
+    Participant sender;
+    ASSERT_TRUE(receiver.join());
+
+    ASSERT_EQ(sender.access.initialize(), 0);
+    EXPECT_EQ(sender.access.publish(kEventTopic, {"at once"}), 0);
+
+    ASSERT_TRUE(receiver.client.awaitEvents(1));
+    EXPECT_EQ(receiver.client.events()[0], Event{"at once"});
 }
 
 TEST(Start, DeliversFromHereOnAndNotBefore) {
@@ -44,6 +64,54 @@ TEST(Start, DeliversOnOneThreadThatIsNoCallers) {
     EXPECT_NE(thread, std::this_thread::get_id());
 }
 
+sigset_t blockedSignals() {
+    sigset_t blocked;
+    pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+    return blocked;
+}
+
+TEST(Start, DeliversOnAThreadThatTakesNoSignals) {
+    std::promise<sigset_t> mask;
+    Participant sender;
+    Participant receiver;
+    receiver.client.whenEvent = [&](const Event&) { mask.set_value(blockedSignals()); };
+    const sigset_t before = blockedSignals();
+    ASSERT_TRUE(sender.join() && receiver.join());
+    const sigset_t afterwards = blockedSignals();
+    sender.access.publish(kEventTopic, {"event"});
+
+    auto delivery = mask.get_future();
+    ASSERT_EQ(delivery.wait_for(kPatience), std::future_status::ready);
+    const sigset_t blocked = delivery.get();
+    for (const int signal : {SIGTERM, SIGINT, SIGALRM, SIGCHLD, SIGUSR1}) {
+        EXPECT_EQ(sigismember(&blocked, signal), 1) << signal;
+        EXPECT_EQ(sigismember(&afterwards, signal), sigismember(&before, signal))
+            << "the caller's " << signal;
+    }
+}
+
+std::set<std::string> inheritedDescriptors() {
+    std::set<std::string> inherited;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        const std::string descriptor = entry.path().filename();
+        const int flags = fcntl(std::stoi(descriptor), F_GETFD);
+        if (flags >= 0 && (flags & FD_CLOEXEC) == 0)
+            inherited.insert(descriptor);
+    }
+    return inherited;
+}
+
+TEST(Start, LeavesNoDescriptorToAChild) {
+    const auto before = inheritedDescriptors();
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    participant.access.publish(kEventTopic, {"event"});
+    Event value;
+    ASSERT_EQ(participant.readPatiently(kEventTopic, value), 0);
+
+    EXPECT_EQ(inheritedDescriptors(), before);
+}
+
 class WithoutBus : public TestWith<MissingBus> {
 protected:
     WithoutBus() : TestWith(platformUnderTest().missingBus) {}
@@ -73,7 +141,7 @@ TEST_F(WithoutBus, EveryOperationFailsAtOnce) {
         EXPECT_TRUE(value.empty());
     });
 
-    EXPECT_TRUE(isDone(operations));
+    EXPECT_TRUE(isDoneAtOnce(operations));
 }
 
 } // namespace

@@ -10,4 +10,13 @@ int Participant::readPatiently(const std::string& topic, Event& value) {
     return result;
 }
 
+bool Participant::awaitValue(const std::string& topic, const Event& value) {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    Event current;
+    while (access.read(topic, current) != 0 || current != value)
+        if (std::chrono::steady_clock::now() >= deadline)
+            return false;
+    return true;
+}
+
 } // namespace velmora::platform_test

@@ -21,6 +21,9 @@ inline constexpr const char* kEventTopic = "tovik.sl2.vstr.videoplayer.zuv.event
 /// For what takes microseconds when it works, and for ever when it waits for what the test holds back.
 inline constexpr std::chrono::seconds kPatience(10);
 
+/// For a call that returns at once: what a busy machine adds to it.
+inline constexpr std::chrono::seconds kAtOnce(1);
+
 /// A connection together with the client that it delivers to.
 struct Participant {
     RecordingClient client;
@@ -31,6 +34,9 @@ struct Participant {
 
     /// Reads, and again where 100 ms did not suffice for it on a machine that has other things to do.
     int readPatiently(const std::string& topic, Event& value);
+
+    /// Reads until `topic` has that value; whether it came to have it.
+    bool awaitValue(const std::string& topic, const Event& value);
 };
 
 /// `action` on a thread of its own, so that a test survives one that never returns as long as something is
@@ -42,6 +48,10 @@ std::future<void> inBackground(Action action) {
 
 inline bool isDone(const std::future<void>& action) {
     return action.wait_for(kPatience) == std::future_status::ready;
+}
+
+inline bool isDoneAtOnce(const std::future<void>& action) {
+    return action.wait_for(kAtOnce) == std::future_status::ready;
 }
 
 /// A test that needs a thing that a platform may lack.

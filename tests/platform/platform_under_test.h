@@ -15,7 +15,8 @@ struct Lacking {
     std::string reason;
 };
 
-/// The media service that the platform starts. It answers "inspect" with "status" once it runs.
+/// The media service that the platform starts. Once it runs, it answers "inspect" with "status" and
+/// "create" with "created".
 struct Service {
     /// A number that no other start of the service has; 0 while it does not run.
     std::function<long()> instance;

@@ -7,16 +7,19 @@
 namespace velmora::platform_test {
 namespace {
 
-TEST(Publish, ReachesAnotherConnection) {
+TEST(Publish, ReachesEachOtherConnection) {
     Participant sender;
-    Participant receiver;
-    ASSERT_TRUE(sender.join() && receiver.join());
+    Participant one;
+    Participant another;
+    ASSERT_TRUE(sender.join() && one.join() && another.join());
     const Event event = {"started", "200", "ses-1", "object-1"};
 
     EXPECT_EQ(sender.access.publish(kEventTopic, event), 0);
 
-    ASSERT_TRUE(receiver.client.awaitEvents(1));
-    EXPECT_EQ(receiver.client.events()[0], event);
+    for (Participant* receiver : {&one, &another}) {
+        ASSERT_TRUE(receiver->client.awaitEvents(1));
+        EXPECT_EQ(receiver->client.events(), std::vector<Event>{event});
+    }
 }
 
 TEST(Publish, DeliversTheEventTopicOnly) {
@@ -158,6 +161,31 @@ TEST(PublishAndRead, DoNotWaitForACallbackOfTheirConnection) {
 
     EXPECT_TRUE(isDone(operations));
     release.set_value();
+}
+
+// The client publishes the neutral event, then a command, and takes what it reads afterwards for the answer.
+TEST(PublishAndRead, KeepTheOrderOfAConnectionAcrossTopics) {
+    constexpr int kCount = 100;
+    Participant asking;
+    Participant answering;
+    ASSERT_TRUE(asking.join() && answering.join());
+
+    for (int i = 0; i < kCount; ++i) {
+        const Event command = {"preload", std::to_string(i)};
+        const Event answer = {"started", std::to_string(i)};
+        const auto service = inBackground([&] {
+            EXPECT_TRUE(answering.awaitValue(kCommandTopic, command));
+            answering.access.publish(kEventTopic, answer);
+        });
+        asking.access.publish(kEventTopic, {"unknown"});
+        asking.access.publish(kCommandTopic, command);
+
+        ASSERT_TRUE(asking.awaitValue(kEventTopic, answer))
+            << i << ": the neutral event came after the answer";
+        Event value;
+        ASSERT_EQ(asking.readPatiently(kEventTopic, value), 0);
+        ASSERT_EQ(value, answer) << "and stays";
+    }
 }
 
 class OnAStalledBus : public TestWith<StalledBus> {

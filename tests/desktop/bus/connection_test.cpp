@@ -1,7 +1,6 @@
 // The beginning and the end of a connection to the desktop's bus, beyond what every platform must do.
 #include "bus_test.h"
 
-#include <csignal>
 #include <future>
 #include <memory>
 
@@ -52,26 +51,6 @@ TEST_F(Connection, RefusesToDeliverToNobody) {
     ASSERT_EQ(access.initialize(), 0);
 
     EXPECT_LT(access.start(), 0);
-}
-
-TEST_F(Connection, DeliveryThreadTakesNoSignals) {
-    std::promise<sigset_t> mask;
-    Participant participant;
-    participant.client.whenEvent = [&](const Event&) {
-        sigset_t blocked;
-        pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
-        mask.set_value(blocked);
-    };
-    ASSERT_TRUE(participant.join());
-    participant.access.publish(kEventTopic, {"event"});
-
-    const sigset_t blocked = mask.get_future().get();
-
-    EXPECT_EQ(sigismember(&blocked, SIGTERM), 1);
-    EXPECT_EQ(sigismember(&blocked, SIGALRM), 1);
-    sigset_t own;
-    pthread_sigmask(SIG_SETMASK, nullptr, &own);
-    EXPECT_EQ(sigismember(&own, SIGTERM), 0);
 }
 
 } // namespace

@@ -132,26 +132,6 @@ TEST_F(StartService, ReplacesOneThatHangsEachTime) {
     }
 }
 
-TEST_F(StartService, AskedForTwiceAtOnceStartsOne) {
-    Participant other;
-    ASSERT_TRUE(m_participant.join() && other.join());
-    const auto before = processes();
-
-    std::thread thread([&] {
-        other.access.startService();
-        other.access.startService();
-    });
-    EXPECT_EQ(m_participant.access.startService(), 0);
-    EXPECT_EQ(m_participant.access.startService(), 0);
-    thread.join();
-
-    const pid_t process = startedProcess(0);
-    catchUp(other);
-    catchUp(m_participant);
-    EXPECT_EQ(processesStartedSince(before), std::set<pid_t>{process});
-    EXPECT_EQ(startsToldTo(m_participant), 1);
-}
-
 TEST_F(StartService, AskedForTwiceAtOnceReplacesOneThatHangsOnce) {
     Participant other;
     ASSERT_TRUE(m_participant.join() && other.join());
