@@ -18,15 +18,18 @@ int longest(Range milliseconds) {
     return milliseconds.most + milliseconds.most / 6 + kAllowanceMilliseconds;
 }
 
-bool ranWhere(CallbackThread promised, const News& news, const std::vector<News>& before) {
-    if (promised == CallbackThread::Either)
-        return true;
-    return news.thread !=
-           (promised == CallbackThread::Delivery ? std::this_thread::get_id() : before.back().thread);
+/// @param before the news before it.
+bool ranWhere(CallbackThread promised, const News& news, const std::vector<News>& before,
+              std::thread::id delivery) {
+    if (promised == CallbackThread::Delivery)
+        return news.thread == delivery;
+    const bool isEither = news.thread == delivery || news.thread == std::this_thread::get_id();
+    return isEither && (promised == CallbackThread::Either || news.thread != before.back().thread);
 }
 
 void expectCallbacks(const Seen& seen, const std::vector<Callback>& promised) {
     ASSERT_EQ(seen.callbacks.size(), promised.size());
+    ASSERT_NE(seen.deliveryThread, std::this_thread::get_id());
     std::vector<News> before;
     for (const News& news : seen.callbacks) {
         const Callback& callback = promised.at(before.size());
@@ -35,7 +38,7 @@ void expectCallbacks(const Seen& seen, const std::vector<Callback>& promised) {
         EXPECT_EQ(news.proxyId, seen.id);
         EXPECT_EQ(news.changed, callback.changed);
         EXPECT_EQ(news.value == seen.localUrl, news.changed == "url") << news.value;
-        EXPECT_TRUE(ranWhere(callback.thread, news, before));
+        EXPECT_TRUE(ranWhere(callback.thread, news, before, seen.deliveryThread));
         before.push_back(news);
     }
 }

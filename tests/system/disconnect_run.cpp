@@ -51,8 +51,8 @@ void require(bool condition, const char* what) {
 } // namespace
 
 DisconnectRun::DisconnectRun(const Cell& cell) : m_cell(cell), m_promise(promiseOf(cell)) {
-    m_program.nextPlays(scenario());
-    m_bus.emplace(m_program.folder());
+    m_startable.nextPlays(scenario());
+    m_bus.emplace(m_startable.folder());
     setenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().c_str(), 1);
 }
 
@@ -106,9 +106,9 @@ void DisconnectRun::prepare() {
     startService();
     m_service = m_observer->serviceProcess();
     if (m_cell.afterwards == Afterwards::NotRestarted)
-        m_program.nextFails();
+        m_startable.nextFails();
     else
-        m_program.nextPlays(kProperService);
+        m_startable.nextPlays(kProperService);
     if (m_cell.operation == Operation::Create)
         return;
     m_proxy = newProxy();
@@ -170,10 +170,20 @@ void DisconnectRun::awaitDisturbance() {
 
 void DisconnectRun::beginObservation() {
     passFence();
+    m_deliveryThread = deliveryThread();
     m_observer->forget();
     m_earlierNews = NewsRecord::all().size();
-    m_earlierStarts = m_program.starts();
+    m_earlierStarts = m_startable.starts();
     m_startsByUs = 0;
+}
+
+// From news of the fence's, which has been started: the bus alone brings it.
+std::thread::id DisconnectRun::deliveryThread() {
+    const std::size_t earlier = NewsRecord::all().size();
+    m_manager->m_modelAccess->publish(desktop::kEventTopic, {"definition", "200", "", kFence});
+    require(NewsRecord::await([&](const std::vector<News>& all) { return all.size() > earlier; }),
+            "the library lost the fence's news");
+    return NewsRecord::all().back().thread;
 }
 
 Seen DisconnectRun::call() {
@@ -228,7 +238,7 @@ void DisconnectRun::preload() {
 // disturbed.
 void DisconnectRun::proceedAfterTheCall() {
     const int promised = m_earlierStarts + m_promise.restarts;
-    require(eventually([&] { return m_program.starts() >= promised; }),
+    require(eventually([&] { return m_startable.starts() >= promised; }),
             "the library did not have the service started");
     if (!isBefore() && m_promise.restarts == 0)
         awaitDisturbance();
@@ -249,7 +259,8 @@ void DisconnectRun::awaitAnswer() {
 
 void DisconnectRun::awaitCallbacks() {
     const std::size_t expected = m_earlierNews + m_promise.callbacks.size();
-    require(eventually([&] { return NewsRecord::all().size() >= expected; }), "a callback is missing");
+    require(NewsRecord::await([&](const std::vector<News>& all) { return all.size() >= expected; }),
+            "a callback is missing");
 }
 
 // An event of the library's own, which comes back to it. When the library has handled it and the observer has
@@ -269,8 +280,9 @@ void DisconnectRun::complete(Seen& seen) {
     seen.localUrl = isAdvertisement() ? m_proxy->localAdURL() : m_proxy->localURL();
     const std::vector<News> news = NewsRecord::all();
     seen.callbacks.assign(news.begin() + static_cast<std::ptrdiff_t>(m_earlierNews), news.end());
+    seen.deliveryThread = m_deliveryThread;
     seen.commands = m_observer->commands();
-    seen.restarts = m_program.starts() - m_earlierStarts - m_startsByUs;
+    seen.restarts = m_startable.starts() - m_earlierStarts - m_startsByUs;
 }
 
 } // namespace velmora::system_test

@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace velmora::system_test {
@@ -25,6 +26,7 @@ struct Seen {
     int adState = 0;
     std::string localUrl;        ///< of the operation's kind
     std::vector<News> callbacks; ///< from the call on
+    std::thread::id deliveryThread;
     std::vector<std::string> commands;
     int restarts = 0; ///< those that the library asked for
     std::chrono::milliseconds duration{0};
@@ -56,6 +58,7 @@ private:
     void disturb();
     void awaitDisturbance();
     void beginObservation();
+    std::thread::id deliveryThread();
     Seen call();
     std::string perform();
     std::string create();
@@ -70,13 +73,14 @@ private:
 
     const Cell m_cell;
     const Promise& m_promise;
-    StartableService m_program;
+    StartableService m_startable;
     std::optional<desktop::PrivateBus> m_bus;
     std::optional<BusObserver> m_observer;
     ZUVMediaProxyManager* m_manager = nullptr;
     std::shared_ptr<ZUVMediaProxyInterface> m_fence;
     std::shared_ptr<ZUVMediaProxyInterface> m_proxy;
     pid_t m_service = -1; ///< the process that is disturbed
+    std::thread::id m_deliveryThread;
     std::size_t m_earlierNews = 0;
     int m_earlierStarts = 0;
     int m_startsByUs = 0; ///< since the observation began

@@ -42,6 +42,11 @@ std::optional<News> NewsRecord::await(Medium medium, const std::string& changed,
     return nth(medium, changed, count);
 }
 
+bool NewsRecord::await(const std::function<bool(const std::vector<News>&)>& condition) {
+    std::unique_lock<std::mutex> lock(recordMutex);
+    return recordGrew.wait_for(lock, kPatience, [&] { return condition(record); });
+}
+
 std::vector<News> NewsRecord::all() {
     const std::lock_guard<std::mutex> lock(recordMutex);
     return record;

@@ -3,6 +3,7 @@
 #define TESTS_SYSTEM_NEWS_RECORD_H
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <thread>
@@ -32,6 +33,9 @@ public:
 
     /// Waits for the `count`th news of this kind; nothing when it does not come in kPatience.
     static std::optional<News> await(Medium medium, const std::string& changed, std::size_t count = 1);
+
+    /// Waits for a condition on all news. False when it does not hold within kPatience.
+    static bool await(const std::function<bool(const std::vector<News>&)>& condition);
 
     static std::vector<News> all();
 };

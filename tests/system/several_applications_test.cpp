@@ -54,7 +54,8 @@ TEST_P(SeveralProxies, EachGetItsOwnNews) {
         proxy->startAd(advertisementOf(proxy), 1);
 
     // Each of them the three kinds.
-    ASSERT_TRUE(eventually([] { return kindsToldOf(NewsRecord::all()).size() == kKindsOfNews * kProxies; }));
+    ASSERT_TRUE(NewsRecord::await(
+        [](const std::vector<News>& all) { return kindsToldOf(all).size() == kKindsOfNews * kProxies; }));
     for (const News& news : NewsRecord::all()) {
         const Proxy proxy = ZUVMediaProxyInterface::getObjectById(news.proxyId);
         ASSERT_TRUE(proxy);
