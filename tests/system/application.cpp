@@ -44,11 +44,24 @@ bool eventually(const std::function<bool()>& condition) {
     return true;
 }
 
-Download download(const std::string& url) {
+namespace {
+
+httplib::Result get(const std::string& url, std::chrono::milliseconds patience) {
     const std::size_t path = url.find('/', url.find("://") + 3);
     httplib::Client client(url.substr(0, path));
-    const auto result = client.Get(url.substr(path));
+    client.set_read_timeout(patience);
+    return client.Get(url.substr(path));
+}
+
+} // namespace
+
+Download download(const std::string& url) {
+    const auto result = get(url, kPatience);
     return result ? Download{result->status, result->body} : Download{0, ""};
+}
+
+bool hangs(const std::string& url) {
+    return get(url, std::chrono::milliseconds(200)).error() == httplib::Error::Read;
 }
 
 std::string fileBytes(const std::string& path) {

@@ -41,6 +41,9 @@ struct Download {
 };
 Download download(const std::string& url);
 
+/// Whether a connection to what is behind the local URL is taken, and nothing comes over it.
+bool hangs(const std::string& url);
+
 std::string fileBytes(const std::string& path);
 
 } // namespace velmora::system_test

@@ -241,14 +241,17 @@ public:
 
     void timesOutUntilItCreatesAnother() {
         timesOutAndPlays();
+        m_proxy->stop();
+        expectTimeouts(2);
+        EXPECT_TRUE(eventually([this] { return m_proxy->getState() == State::Idle; }));
         createAnother();
-        expectTimeouts(1);
+        expectTimeouts(2);
     }
 
-    void loses(const std::function<void()>& theService, const Kinds& news, std::size_t timeouts) {
+    void loses(const std::function<void()>& awaitLoss, const Kinds& news, std::size_t timeouts) {
         const Proxy lost = m_proxy;
         start();
-        theService();
+        awaitLoss();
         EXPECT_EQ(kindsOf(NewsRecord::all()), news);
         expectTimeouts(timeouts);
 
@@ -299,6 +302,7 @@ public:
                 awaitFrozenService();
                 ASSERT_TRUE(NewsRecord::await(Medium::MainVideo, "url"));
                 EXPECT_TRUE(eventually([this] { return m_proxy->getState() == State::Started; }));
+                EXPECT_TRUE(hangs(m_proxy->localURL()));
             },
             {kUrl}, 0);
     }
@@ -377,8 +381,8 @@ const std::vector<Row> kRows = {
      kSynchronousOnly},
     {"memory-not-json", &Application::plays, &Application::timesOutAndPlays,
      "Fail to parse json string:this is no JSON.", kSynchronousOnly},
-    {"memory-oversize", &Application::plays, &Application::timesOutAndPlays,
-     R"(Fail to parse json string:{"0":)", kSynchronousOnly},
+    // The line ends where the text is cut.
+    {"memory-oversize", &Application::plays, &Application::timesOutAndPlays, "xxxxxxxx.", kSynchronousOnly},
     {"memory-recreated", &Application::plays, &Application::timesOutUntilItCreatesAnother},
     {"memory-removed", &Application::plays, &Application::playsAtOnceAndCreatesInTwoSeconds},
     {"memory-root-array", &Application::plays, &Application::timesOutAndPlays,
@@ -419,7 +423,9 @@ TEST_P(Scenario, ShowsAsItIsSaidAndLeavesTheLibraryWorking) {
 
     (this->*(mode == Mode::Synchronous ? row.synchronous : row.asynchronous))();
 
-    EXPECT_EQ(wasLogged(row.line), mode == Mode::Synchronous || row.lineInBothModes) << row.line;
+    if (*row.line != '\0') {
+        EXPECT_EQ(wasLogged(row.line), mode == Mode::Synchronous || row.lineInBothModes) << row.line;
+    }
     expectPlaysOn();
 }
 
