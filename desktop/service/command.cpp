@@ -8,13 +8,13 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <optional>
 
 namespace velmora::desktop {
 
 namespace {
 
 constexpr std::size_t kEntries = 11;
-constexpr std::size_t kLongestIdentifier = 128;
 
 // Far beyond any medium, and far below what overflows a count of nanoseconds.
 constexpr double kLastPosition = 1e9;
@@ -48,11 +48,11 @@ std::string brief(const std::string& text) {
 std::string objectionTo(const std::vector<std::string>& values) {
     const auto tooLong = [](const std::string& text) { return text.size() > kLongestIdentifier; };
     if (values.size() != kEntries)
-        return fmt::format("{} entries instead of {}", values.size(), kEntries);
+        return fmt::format("A command has {} entries, not {}", kEntries, values.size());
     if (!commandName(values[0]))
-        return "unknown name " + brief(values[0]);
+        return "No such command: " + brief(values[0]);
     if (std::any_of(values.begin() + 1, values.begin() + 4, tooLong))
-        return fmt::format("a kind or identifier of more than {} bytes", kLongestIdentifier);
+        return fmt::format("A kind or identifier of more than {} bytes", kLongestIdentifier);
     return "";
 }
 
@@ -67,12 +67,10 @@ std::string describe(const std::vector<std::string>& values) {
 
 } // namespace
 
-std::optional<Command> decodeCommand(const std::vector<std::string>& values) {
+Command decodeCommand(const std::vector<std::string>& values) {
     const std::string objection = objectionTo(values);
-    if (!objection.empty()) {
-        spdlog::warn("command dropped: {}", objection);
-        return std::nullopt;
-    }
+    if (!objection.empty())
+        throw CommandFailure(ResultCode::BadCommand, objection);
     spdlog::debug("command{}", describe(values));
     const CommandName name = *commandName(values[0]);
     const std::string kind = name == CommandName::Seek ? "main_video" : values[1];

@@ -1,7 +1,7 @@
 #ifndef ZUV_DESKTOP_COMMAND_H
 #define ZUV_DESKTOP_COMMAND_H
 
-#include <optional>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -22,10 +22,14 @@ struct Command {
     std::string url;      ///< start and preload
 };
 
-/// Decodes a command vector; empty when it is none: not 11 strings, an unknown name, or an identifier or kind
-/// longer than 128 bytes, which no answer could repeat within the size of the event region. Logs what it
-/// turns down, and the arguments that the service does not use (texts and the option of a start).
-std::optional<Command> decodeCommand(const std::vector<std::string>& values);
+/// Of a kind or identifier, in bytes: no answer could repeat a longer one within the size of the event region.
+inline constexpr std::size_t kLongestIdentifier = 128;
+
+/// Decodes a command vector. Logs it, with the arguments that the service does not use (texts and the option
+/// of a start).
+/// @throws CommandFailure BadCommand when it is none: not 11 strings, an unknown name, or an identifier or
+/// kind longer than kLongestIdentifier.
+Command decodeCommand(const std::vector<std::string>& values);
 
 /// @throws CommandFailure BadCommand when the text names no kind.
 MediaKind mediaKind(const std::string& text);

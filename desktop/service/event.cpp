@@ -26,6 +26,11 @@ const char* answerName(CommandName command) {
     return "started";
 }
 
+/// What a list that may be of any length has at a place of a kind or identifier.
+std::string identifierAt(const std::vector<std::string>& values, std::size_t position) {
+    return position < values.size() ? values[position].substr(0, kLongestIdentifier) : "";
+}
+
 std::size_t jsonSize(const Event& event) {
     return toJson(toValues(event)).size();
 }
@@ -57,6 +62,17 @@ Event failureOf(const Command& command, const std::exception& failure) {
     const auto* expected = dynamic_cast<const CommandFailure*>(&failure);
     Event event = answerTo(command);
     event.code = expected == nullptr ? ResultCode::Internal : expected->code();
+    event.detail = failure.what();
+    return event;
+}
+
+Event refusalOf(const std::vector<std::string>& values, const CommandFailure& failure) {
+    Event event;
+    event.name = "unknown"; // as a client's own neutral event; "created" or "status" would wake whoever waits
+    event.code = failure.code();
+    event.kind = identifierAt(values, 1);
+    event.session = identifierAt(values, 2);
+    event.objectId = identifierAt(values, 3);
     event.detail = failure.what();
     return event;
 }

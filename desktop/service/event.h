@@ -30,6 +30,10 @@ Event answerTo(const Command& command);
 /// The answer to a command that failed; what is no CommandFailure is the service's own fault.
 Event failureOf(const Command& command, const std::exception& failure);
 
+/// The answer to a list that is no command. No client takes it for the answer to something that it asked. What
+/// the list has at the places of session, object and kind is repeated, as far as an identifier may be long.
+Event refusalOf(const std::vector<std::string>& values, const CommandFailure& failure);
+
 /// The event as the list of 11 strings that goes over the bus.
 std::vector<std::string> toValues(const Event& event);
 

@@ -31,6 +31,14 @@ void EventPublisher::publish(Event event) {
     m_tasks.post([this, event = std::move(event)] { m_player.play(event); });
 }
 
+void EventPublisher::publishOnBusOnly(Event event) {
+    m_tasks.post([this, event = std::move(event)] {
+        Delivery delivery;
+        delivery.ways = Ways::Bus;
+        deliver(event, delivery);
+    });
+}
+
 void EventPublisher::publishLater(Event event, std::weak_ptr<const void> subject) {
     m_tasks.post([this, event = std::move(event), subject = std::move(subject)] {
         m_news.push_back({event, subject, Clock::now() + kNewsDelay});

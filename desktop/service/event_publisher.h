@@ -38,6 +38,7 @@ public:
     EventPublisher& operator=(const EventPublisher&) = delete;
 
     void publish(Event event) override;
+    void publishOnBusOnly(Event event) override;
     void publishLater(Event event, std::weak_ptr<const void> subject) override;
 
 private:

@@ -14,6 +14,9 @@ public:
 
     virtual void publish(Event event) = 0;
 
+    /// For what must not replace the answer in shared memory for which a client still polls, and cannot wait.
+    virtual void publishOnBusOnly(Event event) = 0;
+
     /// For news that can wait, so that it does not replace an answer in shared memory for which a client
     /// still polls.
     /// @param subject what the news is about; when it is gone before its turn, so is the news.

@@ -12,18 +12,10 @@ namespace velmora::desktop {
 MediaService::MediaService(const MediaServices& services) : m_services(services) {}
 
 void MediaService::onCommand(const std::vector<std::string>& values, const std::string& client) {
-    const std::optional<Command> command = decodeCommand(values);
-    if (!command)
-        return;
     try {
-        if (command->name == CommandName::Create)
-            create(*command, client);
-        else if (command->name == CommandName::Inspect)
-            inspect(*command);
-        else
-            forward(*command);
-    } catch (const std::exception& failure) {
-        m_services.events.publish(failureOf(*command, failure));
+        carryOut(decodeCommand(values), client);
+    } catch (const CommandFailure& failure) {
+        m_services.events.publishOnBusOnly(refusalOf(values, failure));
     }
 }
 
@@ -37,6 +29,19 @@ void MediaService::onClientLeft(const std::string& client) {
         m_disposer.post(
             [object = std::move(entry->second.object)](const std::stop_token&) mutable { object.reset(); });
         entry = m_objects.erase(entry);
+    }
+}
+
+void MediaService::carryOut(const Command& command, const std::string& client) {
+    try {
+        if (command.name == CommandName::Create)
+            create(command, client);
+        else if (command.name == CommandName::Inspect)
+            inspect(command);
+        else
+            forward(command);
+    } catch (const std::exception& failure) {
+        m_services.events.publish(failureOf(command, failure));
     }
 }
 

@@ -29,6 +29,7 @@ private:
         std::string client;
     };
 
+    void carryOut(const Command& command, const std::string& client);
     void create(const Command& command, const std::string& client);
     void inspect(const Command& command);
     void forward(const Command& command);

@@ -10,7 +10,7 @@ namespace velmora::desktop {
 /// log.
 enum class ResultCode : int {
     Ok = 200,
-    BadCommand = 400, ///< a kind, position or URL that means nothing
+    BadCommand = 400, ///< no command, or one whose kind, position or URL means nothing
     NotFound = 404,   ///< no such object, or the medium is not there or cannot be reached
     WrongState = 409, ///< nothing of this kind is started
     Unplayable = 415, ///< the medium is there, but cannot be played or sought

@@ -22,27 +22,24 @@ TEST(Command, HasItsEntriesByPosition) {
                                                    {5, "1.500000"},
                                                    {6, "file:///a"},
                                                    {9, "-7"}}));
-    ASSERT_TRUE(command);
-    EXPECT_EQ(command->name, CommandName::Preload);
-    EXPECT_EQ(command->kind, "advertisement");
-    EXPECT_EQ(command->session, "ses-1");
-    EXPECT_EQ(command->objectId, "obj-1");
-    EXPECT_EQ(command->position, "1.500000");
-    EXPECT_EQ(command->url, "file:///a");
+    EXPECT_EQ(command.name, CommandName::Preload);
+    EXPECT_EQ(command.kind, "advertisement");
+    EXPECT_EQ(command.session, "ses-1");
+    EXPECT_EQ(command.objectId, "obj-1");
+    EXPECT_EQ(command.position, "1.500000");
+    EXPECT_EQ(command.url, "file:///a");
 }
 
 TEST(Command, SeekGoesToTheMainVideo) {
     const auto command = decodeCommand(vectorWith({{0, "seek"}, {2, "ses-1"}, {3, "obj-1"}, {5, "1.0"}}));
-    ASSERT_TRUE(command);
-    EXPECT_EQ(command->kind, "main_video");
+    EXPECT_EQ(command.kind, "main_video");
 }
 
 class KnownCommand : public testing::TestWithParam<std::pair<const char*, CommandName>> {};
 
 TEST_P(KnownCommand, IsKnownByItsName) {
     const auto command = decodeCommand(vectorWith({{0, GetParam().first}}));
-    ASSERT_TRUE(command);
-    EXPECT_EQ(command->name, GetParam().second);
+    EXPECT_EQ(command.name, GetParam().second);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -51,26 +48,45 @@ INSTANTIATE_TEST_SUITE_P(
                     std::pair("stop", CommandName::Stop), std::pair("seek", CommandName::Seek),
                     std::pair("preload", CommandName::Preload), std::pair("inspect", CommandName::Inspect)));
 
-class NoCommand : public testing::TestWithParam<std::vector<std::string>> {};
+struct NoCommandCase {
+    std::vector<std::string> values;
+    std::string detail;
+};
 
-TEST_P(NoCommand, IsTurnedDown) {
-    EXPECT_FALSE(decodeCommand(GetParam()));
+class NoCommand : public testing::TestWithParam<NoCommandCase> {};
+
+TEST_P(NoCommand, IsABadCommandWithTheReasonInItsDetail) {
+    try {
+        decodeCommand(GetParam().values);
+        FAIL() << "accepted";
+    } catch (const CommandFailure& failure) {
+        EXPECT_EQ(failure.code(), ResultCode::BadCommand);
+        EXPECT_EQ(failure.what(), GetParam().detail);
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(Command, NoCommand,
-                         testing::Values(std::vector<std::string>{}, std::vector<std::string>{"start"},
-                                         std::vector<std::string>(10, "stop"),
-                                         std::vector<std::string>(12, "stop"), vectorWith({}),
-                                         vectorWith({{0, "pause"}}), vectorWith({{0, "Start"}}),
-                                         vectorWith({{0, std::string("start\0", 6)}}),
-                                         vectorWith({{0, std::string(100000, 'x')}}),
-                                         vectorWith({{0, "start"}, {1, std::string(129, 'k')}}),
-                                         vectorWith({{0, "start"}, {2, std::string(129, 's')}}),
-                                         vectorWith({{0, "start"}, {3, std::string(129, 'o')}})));
+const std::string kTooLong = "A kind or identifier of more than 128 bytes";
+
+INSTANTIATE_TEST_SUITE_P(
+    Command, NoCommand,
+    testing::Values(NoCommandCase{{}, "A command has 11 entries, not 0"},
+                    NoCommandCase{{"start"}, "A command has 11 entries, not 1"},
+                    NoCommandCase{std::vector<std::string>(10, "stop"), "A command has 11 entries, not 10"},
+                    NoCommandCase{std::vector<std::string>(12, "stop"), "A command has 11 entries, not 12"},
+                    NoCommandCase{vectorWith({}), R"(No such command: "")"},
+                    NoCommandCase{vectorWith({{0, "pause"}}), R"(No such command: "pause")"},
+                    NoCommandCase{vectorWith({{0, "Start"}}), R"(No such command: "Start")"},
+                    NoCommandCase{vectorWith({{0, std::string("start\0", 6)}}),
+                                  R"(No such command: "start\x00")"},
+                    NoCommandCase{vectorWith({{0, std::string(100000, 'x')}}),
+                                  "No such command: \"" + std::string(200, 'x') + '"'},
+                    NoCommandCase{vectorWith({{0, "start"}, {1, std::string(129, 'k')}}), kTooLong},
+                    NoCommandCase{vectorWith({{0, "start"}, {2, std::string(129, 's')}}), kTooLong},
+                    NoCommandCase{vectorWith({{0, "start"}, {3, std::string(129, 'o')}}), kTooLong}));
 
 TEST(Command, IdentifiersOf128BytesPass) {
-    EXPECT_TRUE(
-        decodeCommand(vectorWith({{0, "stop"}, {2, std::string(128, 's')}, {3, std::string(128, 'o')}})));
+    EXPECT_NO_THROW(decodeCommand(vectorWith(
+        {{0, "stop"}, {1, std::string(128, 'k')}, {2, std::string(128, 's')}, {3, std::string(128, 'o')}})));
 }
 
 TEST(MediaKind, IsOneOfTwo) {

@@ -88,6 +88,18 @@ TEST_F(EventPublisherTest, WritesTheRegionBeforeItSends) {
     EXPECT_EQ(m_sent[0].inRegion, toJson(toValues(event)));
 }
 
+TEST_F(EventPublisherTest, LeavesTheRegionAndTheScenarioAloneWithWhatGoesOnTheBusOnly) {
+    playScenario(R"([{"nth": 1, "steps": []}])");
+    const std::string before = regionText();
+    m_publisher->publishOnBusOnly(eventNamed("unknown"));
+    m_publisher->publish(eventNamed("first"));
+    m_publisher->publish(eventNamed("second"));
+    turnUntilSent(2);
+    EXPECT_EQ(m_sent[0].values, toValues(eventNamed("unknown")));
+    EXPECT_EQ(m_sent[0].inRegion, before);
+    EXPECT_EQ(m_sent[1].values[0], "second") << "the first answer is what the scenario withholds";
+}
+
 TEST_F(EventPublisherTest, SendsOnTheLoopOnly) {
     m_publisher->publish(eventNamed("started"));
     EXPECT_TRUE(m_sent.empty());

@@ -15,6 +15,11 @@ std::vector<std::string> commandVector(const std::string& name, const std::strin
     return {name, kind, session, object, "", "", url, "", "", "", ""};
 }
 
+std::vector<std::string> refusalValues(const std::string& session, const std::string& object,
+                                       const std::string& kind, const std::string& detail) {
+    return {"unknown", "400", session, object, "", "", "", "", detail, kind, ""};
+}
+
 class MediaServiceTest : public testing::Test {
 protected:
     std::string create(const std::string& session, const std::string& client = ":1.1") {
@@ -93,12 +98,23 @@ TEST_F(MediaServiceTest, AnswersForAnObjectThatItDoesNotKnow) {
     }
 }
 
-TEST_F(MediaServiceTest, IsNotDisturbedByWhatIsNoCommand) {
+// An answer in shared memory would replace the one for which a client polls.
+TEST_F(MediaServiceTest, RefusesWhatIsNoCommandOnTheBusOnly) {
     m_service.onCommand({}, ":1.1");
-    m_service.onCommand({"start"}, ":1.1");
-    m_service.onCommand(commandVector("dance", "ses-1"), ":1.1");
+    m_service.onCommand({"start", "main_video", "ses-1"}, ":1.1");
+    m_service.onCommand(commandVector("dance", "ses-2", "obj-2", "main_video"), ":1.1");
+    m_service.onCommand(commandVector("create", "ses-3", std::string(100'000, 'o')), ":1.1");
     EXPECT_EQ(inspect(), "objects=0");
     EXPECT_TRUE(m_events.empty());
+    const std::vector<Event> refusals = m_events.onBusOnly();
+    ASSERT_EQ(refusals.size(), 4U);
+    EXPECT_EQ(toValues(refusals[0]), refusalValues("", "", "", "A command has 11 entries, not 0"));
+    EXPECT_EQ(toValues(refusals[1]),
+              refusalValues("ses-1", "", "main_video", "A command has 11 entries, not 3"));
+    EXPECT_EQ(toValues(refusals[2]),
+              refusalValues("ses-2", "obj-2", "main_video", R"(No such command: "dance")"));
+    EXPECT_EQ(toValues(refusals[3]), refusalValues("ses-3", std::string(128, 'o'), "",
+                                                   "A kind or identifier of more than 128 bytes"));
 }
 
 TEST_F(MediaServiceTest, AnswersWhileAnotherObjectIsBusy) {

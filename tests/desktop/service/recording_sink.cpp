@@ -18,6 +18,11 @@ void RecordingSink::publish(Event event) {
     m_changed.notify_all();
 }
 
+void RecordingSink::publishOnBusOnly(Event event) {
+    const std::lock_guard lock(m_mutex);
+    m_onBusOnly.push_back(std::move(event));
+}
+
 void RecordingSink::publishLater(Event event, std::weak_ptr<const void> subject) {
     const std::lock_guard lock(m_mutex);
     m_news.push_back({std::move(event), std::move(subject)});
@@ -33,6 +38,11 @@ Event RecordingSink::next() {
     Event event = std::move(m_events.front());
     m_events.pop_front();
     return event;
+}
+
+std::vector<Event> RecordingSink::onBusOnly() {
+    const std::lock_guard lock(m_mutex);
+    return m_onBusOnly;
 }
 
 bool RecordingSink::empty() {

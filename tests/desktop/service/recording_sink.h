@@ -20,10 +20,14 @@ public:
     };
 
     void publish(Event event) override;
+    void publishOnBusOnly(Event event) override;
     void publishLater(Event event, std::weak_ptr<const void> subject) override;
 
     /// The next event that was published, in their order; waits for it. A failed test when it does not come.
     Event next();
+
+    /// The events that were published on the bus only.
+    std::vector<Event> onBusOnly();
 
     /// Whether events wait for next().
     bool empty();
@@ -35,6 +39,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<Event> m_events;
+    std::vector<Event> m_onBusOnly;
     std::vector<News> m_news;
 };
 

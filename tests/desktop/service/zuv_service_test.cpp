@@ -207,14 +207,27 @@ TEST_F(ZuvServiceTest, AnswersForAnObjectThatItDoesNotKnow) {
     EXPECT_EQ(event.object(), "obj-unknown");
 }
 
-TEST_F(ZuvServiceTest, SurvivesWhatIsNoCommand) {
-    m_client.send({});
-    m_client.send({"start"});
-    m_client.send(std::vector<std::string>(10, "start"));
-    m_client.send(std::vector<std::string>(10'000, "start"));
-    m_client.send(std::vector<std::string>(11, std::string(100'000, '\xff')));
-    m_client.send(std::vector<std::string>(11, std::string("\0", 1)));
-    m_client.send({"dance", kMain, "ses-1", "obj-1", "", "", "", "", "", "", ""});
+TEST_F(ZuvServiceTest, SurvivesWhatIsNoCommandAndSaysSoOnTheBusOnly) {
+    const std::vector<std::vector<std::string>> lists = {
+        {},
+        {"start"},
+        std::vector<std::string>(10, "start"),
+        std::vector<std::string>(10'000, "start"),
+        std::vector<std::string>(11, std::string(100'000, '\xff')),
+        std::vector<std::string>(11, std::string("\0", 1)),
+        {"dance", kMain, "ses-1", "obj-1", "", "", "", "", "", "", ""},
+    };
+    const MappedRegion region;
+    const ReceivedEvent before = m_client.request("inspect", "");
+    for (const std::vector<std::string>& list : lists) {
+        m_client.send(list);
+        const ReceivedEvent refusal = m_client.next("unknown");
+        EXPECT_EQ(refusal.values.size(), 11U);
+        EXPECT_EQ(refusal.code(), "400");
+        EXPECT_EQ(refusal.session(), list.size() > 2 ? list[2].substr(0, 128) : "");
+        EXPECT_NE(refusal.detail(), "");
+    }
+    EXPECT_EQ(region.values(), before.values);
     EXPECT_EQ(m_client.request("inspect", "").detail(), "objects=0");
 }
 
