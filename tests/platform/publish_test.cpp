@@ -1,6 +1,7 @@
 // What is published arrives whole and in order, and never holds its publisher up.
 #include "participant.h"
 
+#include <algorithm>
 #include <map>
 #include <thread>
 
@@ -209,17 +210,19 @@ TEST_F(OnAStalledBus, PublishReturns) {
 TEST_F(OnAStalledBus, ReadGivesUpWithinItsLimit) {
     Participant participant;
     ASSERT_TRUE(participant.join());
-    Event value = {"left over"};
+    auto fastest = std::chrono::steady_clock::duration::max();
 
     thing().begin();
-    const auto begin = std::chrono::steady_clock::now();
-    const int result = participant.access.read(kEventTopic, value);
-    const auto taken = std::chrono::steady_clock::now() - begin;
+    for (int i = 0; i < 5; ++i) {
+        Event value = {"left over"};
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_LT(participant.access.read(kEventTopic, value), 0);
+        fastest = std::min(fastest, std::chrono::steady_clock::now() - begin);
+        EXPECT_TRUE(value.empty());
+    }
     thing().end();
 
-    EXPECT_LT(result, 0);
-    EXPECT_TRUE(value.empty());
-    EXPECT_LT(taken, std::chrono::seconds(1)) << "100 ms, and what a busy machine adds";
+    EXPECT_LT(fastest, std::chrono::milliseconds(150)) << "100 ms; a busy machine hardly adds to every read";
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // which may hang or die, and read in bounded time from any thread.
 #include "bus_test.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <future>
@@ -12,13 +13,22 @@ namespace {
 using Read = BusTest;
 using Clock = std::chrono::steady_clock;
 
-// Whether a read fails, in the time it has; a busy machine adds to the 100 ms that are promised.
+// What the fastest of five failing reads takes: a busy machine adds to some of them, but hardly to all.
+Clock::duration fastestFailure(ZUVModelAccess& access) {
+    Clock::duration fastest = Clock::duration::max();
+    for (int i = 0; i < 5; ++i) {
+        Event value = {"left over"};
+        const auto begin = Clock::now();
+        EXPECT_LT(access.read(kEventTopic, value), 0);
+        fastest = std::min(fastest, Clock::now() - begin);
+        EXPECT_TRUE(value.empty());
+    }
+    return fastest;
+}
+
+// 100 ms are promised.
 void expectToFailInTime(ZUVModelAccess& access) {
-    Event value = {"left over"};
-    const auto begin = Clock::now();
-    EXPECT_LT(access.read(kEventTopic, value), 0);
-    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
-    EXPECT_TRUE(value.empty());
+    EXPECT_LT(fastestFailure(access), std::chrono::milliseconds(150));
 }
 
 TEST_F(Read, FindsNothingOnTopicsOfOthers) {
@@ -115,14 +125,11 @@ TEST_F(Read, GivesUpOnAKeeperThatHangsAndRecoversWithIt) {
     ASSERT_TRUE(sendSignal(keeper, SIGSTOP));
     Event value;
 
-    const auto begin = Clock::now();
-    const int result = participant.access.read(kEventTopic, value);
-    const auto elapsed = Clock::now() - begin;
+    const auto elapsed = fastestFailure(participant.access);
     ASSERT_TRUE(sendSignal(keeper, SIGCONT));
 
-    EXPECT_LT(result, 0);
     EXPECT_GE(elapsed, std::chrono::milliseconds(100));
-    EXPECT_LT(elapsed, std::chrono::seconds(2)) << "100 ms are promised; a busy machine adds to them";
+    EXPECT_LT(elapsed, std::chrono::milliseconds(150));
     EXPECT_EQ(participant.readPatiently(kEventTopic, value), 0);
     EXPECT_EQ(value, Event{"value"});
 }
