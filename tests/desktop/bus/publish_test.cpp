@@ -12,6 +12,41 @@ using Publish = BusTest;
 
 constexpr std::size_t kMebibyte = std::size_t{1} << 20;
 
+/// Listens to the commands, as the service does, and keeps the first entry of each. One thread.
+class CommandReader {
+public:
+    CommandReader() {
+        EXPECT_GE(desktop::openBus(m_bus), 0);
+        EXPECT_GE(sd_bus_add_match(m_bus.get(), nullptr, desktop::topicMatchRule(kCommandTopic).c_str(),
+                                   onCommand, this),
+                  0);
+    }
+
+    /// Reads what has come, until there are so many. False when ten seconds bring nothing more.
+    bool await(std::size_t count) {
+        constexpr uint64_t kPatienceMicroseconds = 10'000'000;
+        int result = 1;
+        while (m_commands.size() < count && result > 0) {
+            result = sd_bus_process(m_bus.get(), nullptr);
+            if (result == 0)
+                result = sd_bus_wait(m_bus.get(), kPatienceMicroseconds);
+        }
+        return m_commands.size() == count;
+    }
+
+    const std::vector<std::string>& commands() const { return m_commands; }
+
+private:
+    static int onCommand(sd_bus_message* message, void* reader, sd_bus_error*) {
+        if (const auto command = desktop::readTopicValue(message))
+            static_cast<CommandReader*>(reader)->m_commands.push_back(command->values.at(0));
+        return 0;
+    }
+
+    desktop::BusPointer m_bus;
+    std::vector<std::string> m_commands;
+};
+
 TEST_F(Publish, ComesBackToItsSender) {
     Participant sender;
     ASSERT_TRUE(sender.join());
@@ -88,6 +123,43 @@ TEST_F(Publish, WithNobodyListeningTakesTwentyThousandCommands) {
     EXPECT_EQ(refused, 0);
     participant.access.publish(kEventTopic, {"done"});
     EXPECT_TRUE(participant.client.awaitEvents(1));
+}
+
+// More than the daemon keeps for one reader: what is beyond that is lost, but only for the reader that hangs.
+TEST_F(Publish, ToAServiceThatHangsReachesTheOthersWholeAndInOrder) {
+    constexpr std::size_t kCount = 20000;
+    constexpr std::size_t kRound = 1000;
+    const std::string text(1024, 'x');
+    Participant participant;
+    ASSERT_TRUE(participant.join());
+    CommandReader reader;
+    ASSERT_EQ(participant.access.startService(), 0);
+    ASSERT_TRUE(participant.client.awaitEvents(1));
+    const pid_t service = std::stoi(participant.client.events()[0].at(1));
+    ASSERT_TRUE(sendSignal(service, SIGSTOP));
+
+    int refused = 0;
+    for (std::size_t i = 0; i < kCount; ++i) {
+        refused += participant.access.publish(kCommandTopic, {std::to_string(i), text}) != 0;
+        // In rounds, so that this reader keeps up.
+        if (i % kRound == kRound - 1) {
+            ASSERT_TRUE(reader.await(i + 1));
+        }
+    }
+
+    EXPECT_EQ(refused, 0);
+    for (std::size_t i = 0; i < kCount; ++i)
+        ASSERT_EQ(reader.commands()[i], std::to_string(i));
+    ASSERT_TRUE(sendSignal(service, SIGCONT));
+    // As long as the service has not caught up, this is lost as well.
+    ASSERT_TRUE(eventually([&] {
+        participant.access.publish(kCommandTopic, {"count"});
+        return participant.client.events().size() > 1;
+    }));
+    const Event counted = participant.client.events()[1];
+    EXPECT_EQ(counted.at(0), "counted");
+    EXPECT_GT(std::stoul(counted.at(1)), kCount / 2);
+    EXPECT_LT(std::stoul(counted.at(1)), kCount);
 }
 
 TEST_F(Publish, DoesNotWaitForABusThatHangs) {

@@ -1,7 +1,7 @@
 // A service that only tells of its start: it takes the service's name, publishes ("service", its process) as
-// an event and ends when the bus goes away. It publishes ("pinged") before it answers a ping. When
-// ZUV_TEST_SERVICE is "hangs", it publishes ("hangs", its process) instead and stops itself before it takes
-// the name.
+// an event and ends when the bus goes away. It publishes ("pinged") before it answers a ping, and for the
+// command ("count") it publishes ("counted", how many other commands came before). When ZUV_TEST_SERVICE is
+// "hangs", it publishes ("hangs", its process) instead and stops itself before it takes the name.
 #include "topic_message.h"
 
 #include <unistd.h>
@@ -27,6 +27,16 @@ int onMessage(sd_bus_message* message, void* bus, sd_bus_error*) {
     return 0;
 }
 
+int onCommand(sd_bus_message* message, void* bus, sd_bus_error*) {
+    static int commands = 0;
+    const auto command = readTopicValue(message);
+    if (command && command->values == std::vector<std::string>{"count"})
+        tell(static_cast<sd_bus*>(bus), {"counted", std::to_string(commands)});
+    else
+        ++commands;
+    return 0;
+}
+
 } // namespace
 
 int main() {
@@ -39,7 +49,9 @@ int main() {
         tell(bus.get(), {"hangs", process});
         raise(SIGSTOP);
     }
+    const std::string commands = topicMatchRule(kCommandTopic);
     if (sd_bus_add_filter(bus.get(), nullptr, onMessage, bus.get()) < 0 ||
+        sd_bus_add_match(bus.get(), nullptr, commands.c_str(), onCommand, bus.get()) < 0 ||
         sd_bus_request_name(bus.get(), kServiceName, 0) < 0)
         return EXIT_FAILURE;
     tell(bus.get(), {"service", process});
