@@ -82,21 +82,48 @@ TEST_F(LostBus, IsReportedAndEveryOperationFails) {
     expectAllOperationsFailAtOnce(participant.access);
 }
 
-TEST_F(LostBus, FailsAReadThatIsUnderWay) {
+int killAtARead(sd_bus_message* message, void* daemon, sd_bus_error*) {
+    if (sd_bus_message_is_method_call(message, desktop::kKeeperInterface, desktop::kReadMethod) > 0) {
+        EXPECT_TRUE(sendSignal(*static_cast<const pid_t*>(daemon), SIGKILL));
+    }
+    return 0;
+}
+
+// Takes the keeper's place on the bus, and when it is to answer a read, it kills the daemon instead.
+// @return is ready when the bus is gone.
+std::future<void> beginDeadlyKeeper(pid_t daemon) {
+    desktop::BusPointer bus;
+    EXPECT_GE(desktop::openBus(bus), 0);
+    EXPECT_GE(sd_bus_request_name(bus.get(), kKeeperName, 0), 0);
+    return std::async(std::launch::async, [bus = std::move(bus), daemon]() mutable {
+        EXPECT_GE(sd_bus_add_filter(bus.get(), nullptr, killAtARead, &daemon), 0);
+        int result = 0;
+        while ((result = sd_bus_process(bus.get(), nullptr)) >= 0) {
+            if (result == 0)
+                sd_bus_wait(bus.get(), UINT64_MAX);
+        }
+    });
+}
+
+// How long a read takes that is under way when the bus is lost.
+Clock::duration readUntilTheBusIsLost() {
+    std::future<void> keeper; // outlives the bus
+    const desktop::PrivateBus bus(ZUV_TEST_PROGRAMS_DIR);
+    setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
+    keeper = beginDeadlyKeeper(bus.daemonProcess());
     Participant participant;
-    ASSERT_TRUE(participant.join());
-    const pid_t keeper = BusPeer().processOf(kKeeperName);
-    ASSERT_GT(keeper, 0);
-    ASSERT_TRUE(sendSignal(keeper, SIGSTOP));
-    auto killer =
-        std::async(std::launch::async, [this] { return sendSignal(m_bus.daemonProcess(), SIGKILL); });
+    EXPECT_TRUE(participant.join());
     Event value;
-
+    const auto begin = Clock::now();
     EXPECT_LT(participant.access.read(kEventTopic, value), 0);
-
-    EXPECT_TRUE(killer.get());
-    EXPECT_TRUE(sendSignal(keeper, SIGCONT));
+    const auto taken = Clock::now() - begin;
     EXPECT_TRUE(participant.client.awaitStateChanges(1));
+    return taken;
+}
+
+// A read that does not learn of the loss takes its 100 ms, always; on a busy machine, one that does may, too.
+TEST(ReadOnALostBus, FailsAtOnceWhenItIsUnderWay) {
+    EXPECT_TRUE(eventually([] { return readUntilTheBusIsLost() < std::chrono::milliseconds(100); }));
 }
 
 TEST_F(LostBus, DeliversWhatArrivedBefore) {
@@ -277,6 +304,8 @@ TEST_F(ReturningBus, LeavesAServiceAloneThatHadTimeToAnswerStill) {
 
     goAway(participant);
 
+    // A service that has not answered for 300 ms is rightly killed, whatever became of the bus. On a machine so
+    // busy that they are gone by now, this cannot be told from a kill too early, and shows nothing.
     EXPECT_TRUE(isStopped(service) || Clock::now() - begin > std::chrono::milliseconds(300));
     EXPECT_TRUE(sendSignal(service, SIGKILL));
 }
