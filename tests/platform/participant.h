@@ -62,6 +62,7 @@ protected:
 
     void SetUp() override {
         if (const auto* lacking = std::get_if<Lacking>(&m_offered))
+            // The platform has no such thing, and says why: the suite demands nothing of what is not there.
             GTEST_SKIP() << lacking->reason;
     }
 

@@ -195,6 +195,7 @@ TEST_F(StartService, DoesNotWaitForACallbackOfItsConnection) {
 TEST_F(StartService, DoesNotWaitForAStalledBus) {
     const auto* bus = std::get_if<StalledBus>(&platformUnderTest().stalledBus);
     if (bus == nullptr)
+        // The platform's bus cannot be made to stall, and it says why: there is nothing to wait for.
         GTEST_SKIP() << std::get<Lacking>(platformUnderTest().stalledBus).reason;
 
     bus->begin();

@@ -129,10 +129,10 @@ std::optional<Answer> answerTo(void (*become)()) {
 
 class OtherUser : public BusTest {
 protected:
-    // Only root can become another user.
     void SetUp() override {
         if (geteuid() != 0)
-            GTEST_SKIP() << "needs root";
+            // Only root can become the other user whom the bus is to refuse.
+            GTEST_SKIP() << "needs root, to become another user";
     }
 };
 
