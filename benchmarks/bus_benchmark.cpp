@@ -52,8 +52,8 @@ struct Participant {
 class BareParticipant {
 public:
     BareParticipant() {
-        if (openBus(m_bus) < 0 || sd_bus_add_match(m_bus.get(), nullptr, topicMatchRule(kEventTopic).c_str(),
-                                                   onEvent, &m_events) < 0)
+        if (openBus(m_bus) < 0 ||
+            sd_bus_add_match(m_bus.get(), nullptr, topicMatchRule(kEventTopic).c_str(), onEvent, &m_events) < 0)
             throw std::runtime_error("no bus");
     }
 

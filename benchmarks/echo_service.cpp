@@ -18,10 +18,8 @@ int onCommand(sd_bus_message* message, void* bus, sd_bus_error*) {
 int main() {
     BusPointer bus;
     if (openBus(bus) < 0 ||
-        sd_bus_add_match(bus.get(), nullptr, topicMatchRule(kCommandTopic).c_str(), onCommand, bus.get()) <
-            0 ||
-        sd_bus_request_name(bus.get(), kServiceName, 0) < 0 ||
-        sendTopicValue(bus.get(), kEventTopic, {"ready"}) < 0)
+        sd_bus_add_match(bus.get(), nullptr, topicMatchRule(kCommandTopic).c_str(), onCommand, bus.get()) < 0 ||
+        sd_bus_request_name(bus.get(), kServiceName, 0) < 0 || sendTopicValue(bus.get(), kEventTopic, {"ready"}) < 0)
         return EXIT_FAILURE;
     int result = 0;
     while ((result = sd_bus_process(bus.get(), nullptr)) >= 0) {

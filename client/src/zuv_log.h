@@ -24,11 +24,11 @@ inline constexpr CspDebugLevel kDump = logLevel(5000);
 #define ZUV_LOG(level, ...) ZUV_LOG_AS(__func__, level, __VA_ARGS__)
 
 /// The same for a helper that logs in the name of the operation `function` that called it.
-#define ZUV_LOG_AS(function, level, text, ...)                                                               \
-    do {                                                                                                     \
-        if (cspDebugCheckLevelGetFrameAndChunk(&(level)))                                                    \
-            cspDebugOutput0("[%s] %s:%d:%s(): " text, "B-LOG", blog_base_name(__FILE__), __LINE__,           \
-                            function __VA_OPT__(, ) __VA_ARGS__);                                            \
+#define ZUV_LOG_AS(function, level, text, ...)                                                                         \
+    do {                                                                                                               \
+        if (cspDebugCheckLevelGetFrameAndChunk(&(level)))                                                              \
+            cspDebugOutput0("[%s] %s:%d:%s(): " text, "B-LOG", blog_base_name(__FILE__), __LINE__,                     \
+                            function __VA_OPT__(, ) __VA_ARGS__);                                                      \
     } while (false)
 
 #endif // ZUV_LOG_H

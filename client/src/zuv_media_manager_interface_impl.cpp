@@ -17,8 +17,7 @@ ZUVMediaProxyManagerInterface* ZUVMediaProxyManagerInterface::getInstance() {
     return instance;
 }
 
-ZUVMediaProxyManagerInterfaceImpl::ZUVMediaProxyManagerInterfaceImpl()
-    : m_impl(ZUVMediaProxyManager::getInstance()) {
+ZUVMediaProxyManagerInterfaceImpl::ZUVMediaProxyManagerInterfaceImpl() : m_impl(ZUVMediaProxyManager::getInstance()) {
     if (m_impl == nullptr)
         ZUV_LOG(kFailure, "Fail to get ZUVMediaProxyManager.\n");
 }
@@ -28,8 +27,7 @@ std::shared_ptr<ZUVMediaProxyInterface> ZUVMediaProxyManagerInterfaceImpl::creat
     return hasManager(__func__) ? m_impl->createNewZUVMediaProxy() : nullptr;
 }
 
-std::shared_ptr<ZUVMediaProxyInterface>
-ZUVMediaProxyManagerInterfaceImpl::createNewZUVMediaProxy(std::string id) {
+std::shared_ptr<ZUVMediaProxyInterface> ZUVMediaProxyManagerInterfaceImpl::createNewZUVMediaProxy(std::string id) {
     ZUV_LOG(kProgress, "called.\n");
     return hasManager(__func__) ? m_impl->createNewZUVMediaProxy(std::move(id)) : nullptr;
 }
@@ -39,8 +37,7 @@ std::shared_ptr<ZUVMediaProxyInterface> ZUVMediaProxyManagerInterfaceImpl::creat
     return hasManager(__func__) ? m_impl->createNewZUVMediaProxySync() : nullptr;
 }
 
-std::shared_ptr<ZUVMediaProxyInterface>
-ZUVMediaProxyManagerInterfaceImpl::createNewZUVMediaProxySync(std::string id) {
+std::shared_ptr<ZUVMediaProxyInterface> ZUVMediaProxyManagerInterfaceImpl::createNewZUVMediaProxySync(std::string id) {
     ZUV_LOG(kProgress, "called.\n");
     return hasManager(__func__) ? m_impl->createNewZUVMediaProxySync(std::move(id)) : nullptr;
 }

@@ -86,8 +86,7 @@ double monotonicSeconds() {
 /// False when `timeout` passed first. Any wake-up counts, also one for another event or a spurious one.
 bool wokenWithin(std::chrono::milliseconds timeout, std::condition_variable& condition,
                  std::unique_lock<std::mutex>& lock) {
-    return condition.wait_until(lock, std::chrono::steady_clock::now() + timeout) ==
-           std::cv_status::no_timeout;
+    return condition.wait_until(lock, std::chrono::steady_clock::now() + timeout) == std::cv_status::no_timeout;
 }
 
 /// Parses an event text. False when it is no JSON object: other roots and texts that the reader refuses by
@@ -242,9 +241,8 @@ std::string ZUVMediaProxyManager::generateUUID() {
         ZUV_LOG(kFailure, "Fail to allocate buffer.\n");
         return "";
     }
-    std::snprintf(text.get(), textSize, "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X%02X%02X",
-                  b[3], b[2], b[1], b[0], b[5], b[4], b[7], b[6], b[8], b[9], b[10], b[11], b[12], b[13],
-                  b[14], b[15]);
+    std::snprintf(text.get(), textSize, "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X%02X%02X", b[3],
+                  b[2], b[1], b[0], b[5], b[4], b[7], b[6], b[8], b[9], b[10], b[11], b[12], b[13], b[14], b[15]);
     return text.get();
 }
 
@@ -276,8 +274,7 @@ void ZUVMediaProxyManager::onZUVEvent(std::vector<std::string>& params) {
     } else if (const auto object = findProxyObjectFromCache(objectId)) {
         object->onZUVEvent(params);
     } else {
-        ZUV_LOG(kFailure, "unable to find object for event: %s, %s,%s\n", name.c_str(), code.c_str(),
-                objectId.c_str());
+        ZUV_LOG(kFailure, "unable to find object for event: %s, %s,%s\n", name.c_str(), code.c_str(), objectId.c_str());
     }
 }
 
@@ -360,8 +357,7 @@ std::vector<std::string> newCommand(const char* name, std::string sessionId) {
     return command;
 }
 
-std::vector<std::string> newPlaybackCommand(const char* name, std::string sessionId,
-                                            const std::string& objectId) {
+std::vector<std::string> newPlaybackCommand(const char* name, std::string sessionId, const std::string& objectId) {
     std::vector<std::string> command = newCommand(name, std::move(sessionId));
     command[CommandField::ObjectId] = objectId;
     command[CommandField::RequestTime] = std::to_string(monotonicSeconds());
@@ -408,8 +404,8 @@ int ZUVMediaProxyManager::waitRequestRemoteObjectCompleted(std::string id, std::
 
 namespace {
 
-std::vector<std::string> startCommand(std::string sessionId, const std::string& objectId, std::string url,
-                                      int option, std::string kind) {
+std::vector<std::string> startCommand(std::string sessionId, const std::string& objectId, std::string url, int option,
+                                      std::string kind) {
     std::vector<std::string> command = newPlaybackCommand("start", std::move(sessionId), objectId);
     command[CommandField::MediaKind] = std::move(kind);
     command[CommandField::Text1] = std::move(url);
@@ -432,8 +428,7 @@ std::vector<std::string> seekCommand(std::string sessionId, const std::string& o
 }
 
 std::vector<std::string> preloadCommand(std::string sessionId, const std::string& objectId, double position,
-                                        std::string text1, std::string text2, std::string text3,
-                                        std::string kind) {
+                                        std::string text1, std::string text2, std::string text3, std::string kind) {
     std::vector<std::string> command = newPlaybackCommand("preload", std::move(sessionId), objectId);
     command[CommandField::MediaKind] = std::move(kind);
     command[CommandField::Position] = std::to_string(position);
@@ -453,13 +448,13 @@ void ZUVMediaProxyManager::requestRemoteObjectStart(const std::string& objectId,
         publishCommand(startCommand(getNextSessionId(), objectId, std::move(url), option, std::move(kind)));
 }
 
-int ZUVMediaProxyManager::requestRemoteObjectStartSync(const std::string& objectId, std::string url,
-                                                       int option, std::string kind) {
+int ZUVMediaProxyManager::requestRemoteObjectStartSync(const std::string& objectId, std::string url, int option,
+                                                       std::string kind) {
     if (!hasModelAccess(__func__))
         return -1;
     ZUV_LOG(kProgress, "request RemoteObject Start sync.\n");
-    return publishCommandAndWait(
-        startCommand(getNextSessionId(), objectId, std::move(url), option, std::move(kind)), "started");
+    return publishCommandAndWait(startCommand(getNextSessionId(), objectId, std::move(url), option, std::move(kind)),
+                                 "started");
 }
 
 void ZUVMediaProxyManager::requestRemoteObjectStop(const std::string& objectId, std::string kind) {
@@ -476,38 +471,34 @@ int ZUVMediaProxyManager::requestRemoteObjectStopSync(const std::string& objectI
     return publishCommandAndWait(stopCommand(getNextSessionId(), objectId, std::move(kind)), "stopped");
 }
 
-void ZUVMediaProxyManager::requestRemoteObjectSeek(const std::string& objectId, double position,
-                                                   std::string text) {
+void ZUVMediaProxyManager::requestRemoteObjectSeek(const std::string& objectId, double position, std::string text) {
     if (inSyncMode())
         requestRemoteObjectSeekSync(objectId, position, std::move(text));
     else if (hasModelAccess(__func__))
         publishCommand(seekCommand(getNextSessionId(), objectId, position, std::move(text)));
 }
 
-int ZUVMediaProxyManager::requestRemoteObjectSeekSync(const std::string& objectId, double position,
-                                                      std::string text) {
+int ZUVMediaProxyManager::requestRemoteObjectSeekSync(const std::string& objectId, double position, std::string text) {
     if (!hasModelAccess(__func__))
         return -1;
     ZUV_LOG(kProgress, "request RemoteObject seek sync.\n");
-    return publishCommandAndWait(seekCommand(getNextSessionId(), objectId, position, std::move(text)),
-                                 "seeked");
+    return publishCommandAndWait(seekCommand(getNextSessionId(), objectId, position, std::move(text)), "seeked");
 }
 
-void ZUVMediaProxyManager::requestRemoteObjectPreload(const std::string& objectId, double position,
-                                                      std::string text1, std::string text2, std::string text3,
-                                                      std::string kind) {
+void ZUVMediaProxyManager::requestRemoteObjectPreload(const std::string& objectId, double position, std::string text1,
+                                                      std::string text2, std::string text3, std::string kind) {
     if (inSyncMode())
-        requestRemoteObjectPreloadSync(objectId, position, std::move(text1), std::move(text2),
-                                       std::move(text3), std::move(kind));
+        requestRemoteObjectPreloadSync(objectId, position, std::move(text1), std::move(text2), std::move(text3),
+                                       std::move(kind));
     else if (hasModelAccess(__func__))
-        publishCommand(preloadCommand(getNextSessionId(), objectId, position, std::move(text1),
-                                      std::move(text2), std::move(text3), std::move(kind)));
+        publishCommand(preloadCommand(getNextSessionId(), objectId, position, std::move(text1), std::move(text2),
+                                      std::move(text3), std::move(kind)));
 }
 
 // The service answers a preload with "started", as it does a start.
 int ZUVMediaProxyManager::requestRemoteObjectPreloadSync(const std::string& objectId, double position,
-                                                         std::string text1, std::string text2,
-                                                         std::string text3, std::string kind) {
+                                                         std::string text1, std::string text2, std::string text3,
+                                                         std::string kind) {
     if (!hasModelAccess(__func__))
         return -1;
     ZUV_LOG(kProgress, "request RemoteObject preload sync.\n");
@@ -612,8 +603,7 @@ std::string ZUVMediaProxyManager::createNewProxyId() {
         if (!announced) {
             const double now = monotonicSeconds();
             if (now - startTime > kRestartAfterSeconds && !restarted) {
-                ZUV_LOG(kFailure, "Wait response timeout for id:%s, restart zuv service.\n",
-                        sessionId.c_str());
+                ZUV_LOG(kFailure, "Wait response timeout for id:%s, restart zuv service.\n", sessionId.c_str());
                 m_createdObjectIds.clear();
                 requestStartZUVService();
                 startTime = monotonicSeconds();

@@ -100,14 +100,13 @@ public:
     int requestCreateRemoteObjectSync(std::string id);
 
     void requestRemoteObjectStart(const std::string& objectId, std::string url, int option, std::string kind);
-    int requestRemoteObjectStartSync(const std::string& objectId, std::string url, int option,
-                                     std::string kind);
+    int requestRemoteObjectStartSync(const std::string& objectId, std::string url, int option, std::string kind);
     void requestRemoteObjectStop(const std::string& objectId, std::string kind);
     int requestRemoteObjectStopSync(const std::string& objectId, std::string kind);
     void requestRemoteObjectSeek(const std::string& objectId, double position, std::string text);
     int requestRemoteObjectSeekSync(const std::string& objectId, double position, std::string text);
-    void requestRemoteObjectPreload(const std::string& objectId, double position, std::string text1,
-                                    std::string text2, std::string text3, std::string kind);
+    void requestRemoteObjectPreload(const std::string& objectId, double position, std::string text1, std::string text2,
+                                    std::string text3, std::string kind);
     int requestRemoteObjectPreloadSync(const std::string& objectId, double position, std::string text1,
                                        std::string text2, std::string text3, std::string kind);
 

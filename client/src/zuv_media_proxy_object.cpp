@@ -162,8 +162,8 @@ void ZUVMediaProxyObject::preload(double position, std::string text1, std::strin
 void ZUVMediaProxyObject::preloadAd(std::string text1, std::string text3) {
     ScopeTrace trace(__func__, __FILE__, __LINE__);
     m_manager->initializeZUVEvent();
-    m_manager->requestRemoteObjectPreload(forgetURL(m_localAdURL), 0.0, std::move(text1), "",
-                                          std::move(text3), MediaKind::Advertisement);
+    m_manager->requestRemoteObjectPreload(forgetURL(m_localAdURL), 0.0, std::move(text1), "", std::move(text3),
+                                          MediaKind::Advertisement);
 }
 
 std::string ZUVMediaProxyObject::markStarting(int32_t& state) {
@@ -206,8 +206,7 @@ void ZUVMediaProxyObject::onZUVEvent(std::vector<std::string>& params) {
 
     if (name == "started") {
         const std::string url = parameterAt(params, EventField::LocalURL);
-        ZUV_LOG(kMilestone, "ZUV Media Proxy stated : %s ( %s) ,  %s\n", code.c_str(), detail.c_str(),
-                url.c_str());
+        ZUV_LOG(kMilestone, "ZUV Media Proxy stated : %s ( %s) ,  %s\n", code.c_str(), detail.c_str(), url.c_str());
         if (advertisement)
             success ? onAdMediaStarted(url) : onAdMediaStartedFailed(code, detail);
         else

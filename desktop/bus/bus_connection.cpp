@@ -72,8 +72,7 @@ int onKeeperStarted(sd_bus_message* message, void* userdata, sd_bus_error*) noex
 
 timespec toTimespec(nanoseconds duration) {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
-    return {.tv_sec = static_cast<time_t>(seconds.count()),
-            .tv_nsec = static_cast<long>((duration - seconds).count())};
+    return {.tv_sec = static_cast<time_t>(seconds.count()), .tv_nsec = static_cast<long>((duration - seconds).count())};
 }
 
 // When sd-bus wants to be called again without traffic; its clock is the steady clock's.
@@ -92,8 +91,7 @@ BusConnection::BusConnection() : m_wake(makeWakeDescriptor()) {}
 BusConnection::~BusConnection() {
     Lock lock(m_mutex);
     if (isUsable())
-        pumpUntil(lock, Clock::now() + kFlushLimit,
-                  [this] { return (sd_bus_get_events(m_bus.get()) & POLLOUT) == 0; });
+        pumpUntil(lock, Clock::now() + kFlushLimit, [this] { return (sd_bus_get_events(m_bus.get()) & POLLOUT) == 0; });
 }
 
 int BusConnection::open(const std::string& topic) {
@@ -136,8 +134,8 @@ int BusConnection::connect(Lock& lock) {
 int BusConnection::establish(Lock& lock) {
     int result = openBus(m_bus, m_address);
     if (result >= 0)
-        result = pumpUnlessStopped(lock, Clock::now() + kConnectLimit,
-                                   [this] { return sd_bus_is_ready(m_bus.get()) > 0; });
+        result =
+            pumpUnlessStopped(lock, Clock::now() + kConnectLimit, [this] { return sd_bus_is_ready(m_bus.get()) > 0; });
     if (result >= 0)
         result = listen();
     return result < 0 ? result : startKeeper(lock);
@@ -156,13 +154,10 @@ int BusConnection::listen() {
 int BusConnection::startKeeper(Lock& lock) {
     bool answered = false;
     sd_bus_slot* slot = nullptr;
-    const int result =
-        sd_bus_call_method_async(m_bus.get(), &slot, kDaemonName, kDaemonPath, kDaemonName, kStartMethod,
-                                 onKeeperStarted, &answered, "su", kKeeperName, kStartFlags);
+    const int result = sd_bus_call_method_async(m_bus.get(), &slot, kDaemonName, kDaemonPath, kDaemonName, kStartMethod,
+                                                onKeeperStarted, &answered, "su", kKeeperName, kStartFlags);
     const SlotPointer withdrawn(slot);
-    return result < 0
-               ? result
-               : pumpUnlessStopped(lock, Clock::now() + kLongestWait, [&answered] { return answered; });
+    return result < 0 ? result : pumpUnlessStopped(lock, Clock::now() + kLongestWait, [&answered] { return answered; });
 }
 
 int BusConnection::startService() {
@@ -180,9 +175,8 @@ int BusConnection::read(const std::string& topic, std::vector<std::string>& valu
         return -ENOTCONN;
     ReadAnswer answer;
     sd_bus_slot* slot = nullptr;
-    int result =
-        afterSending(sd_bus_call_method_async(m_bus.get(), &slot, kKeeperName, kObjectPath, kKeeperInterface,
-                                              kReadMethod, onReadAnswered, &answer, "s", topic.c_str()));
+    int result = afterSending(sd_bus_call_method_async(m_bus.get(), &slot, kKeeperName, kObjectPath, kKeeperInterface,
+                                                       kReadMethod, onReadAnswered, &answer, "s", topic.c_str()));
     const SlotPointer withdrawn(slot);
     if (result >= 0)
         result = pumpUntil(lock, deadline, [&answer] { return answer.arrived; });

@@ -54,8 +54,7 @@ int ServiceStarter::askForStart() {
 
 void ServiceStarter::afterStart(sd_bus_message* answer) {
     if (const sd_bus_error* error = sd_bus_message_get_error(answer))
-        desktopLog().error("service not started: error={} text={}", textOf(error->name),
-                           textOf(error->message));
+        desktopLog().error("service not started: error={} text={}", textOf(error->name), textOf(error->message));
     else if (numberIn(answer) == kAlreadyRunning && !m_replaced)
         askForProcess();
     else
@@ -64,8 +63,7 @@ void ServiceStarter::afterStart(sd_bus_message* answer) {
 
 // Before the ping: its silence is then the service's own, since the bus has just answered.
 void ServiceStarter::askForProcess() {
-    const MessagePointer request =
-        newCall(m_bus, kDaemonName, kDaemonPath, kDaemonName, "GetConnectionUnixProcessID");
+    const MessagePointer request = newCall(m_bus, kDaemonName, kDaemonPath, kDaemonName, "GetConnectionUnixProcessID");
     sd_bus_message_append(request.get(), "s", kServiceName);
     call<&ServiceStarter::afterProcess>(request.get(), kDefaultTimeout);
 }
@@ -111,8 +109,7 @@ int ServiceStarter::ping(uint64_t timeout) {
 template <ServiceStarter::Step step>
 int ServiceStarter::call(sd_bus_message* request, uint64_t timeout) {
     sd_bus_slot* slot = nullptr;
-    const int result =
-        sd_bus_call_async(m_bus, &slot, request, &ServiceStarter::onAnswer<step>, this, timeout);
+    const int result = sd_bus_call_async(m_bus, &slot, request, &ServiceStarter::onAnswer<step>, this, timeout);
     m_call.reset(slot);
     if (result < 0)
         desktopLog().error("service not asked for: error={}", std::strerror(-result));

@@ -65,8 +65,7 @@ int openBus(BusPointer& bus, const std::string& address) {
     if (result < 0)
         return result;
     BusPointer owner(opened);
-    if ((result = sd_bus_set_address(opened, address.c_str())) < 0 ||
-        (result = sd_bus_set_bus_client(opened, 1)) < 0 ||
+    if ((result = sd_bus_set_address(opened, address.c_str())) < 0 || (result = sd_bus_set_bus_client(opened, 1)) < 0 ||
         (result = sd_bus_set_method_call_timeout(opened, kCallTimeoutMicroseconds)) < 0 ||
         (result = sd_bus_start(opened)) < 0)
         return result;
@@ -111,8 +110,8 @@ std::string originOf(sd_bus_message* message) {
 }
 
 std::string topicMatchRule(const std::string& topic) {
-    return std::string("type='signal',interface='") + kTopicInterface + "',member='" + kPublishedSignal +
-           "',arg0='" + topic + "'";
+    return std::string("type='signal',interface='") + kTopicInterface + "',member='" + kPublishedSignal + "',arg0='" +
+           topic + "'";
 }
 
 int appendValues(sd_bus_message* message, const std::vector<std::string>& values) {

@@ -96,8 +96,7 @@ int main(int argc, char** argv) {
     RunOptions options;
     CLI::App* runApp =
         app.add_subcommand("run", "Runs a command with the desktop platform around it: run -- COMMAND ...");
-    runApp->add_flag("--private-shm", options.privateShm,
-                     "Give the command and the service a /dev/shm of their own");
+    runApp->add_flag("--private-shm", options.privateShm, "Give the command and the service a /dev/shm of their own");
     runApp
         ->add_option("--engine", options.engine,
                      "What plays the service's media: gstreamer, or simulated, which plays whatever exists "
@@ -106,12 +105,11 @@ int main(int argc, char** argv) {
     runApp->add_option("--scenario", options.scenario,
                        "Have the service misbehave on purpose: a scenario's file, or the name of one of "
                        "--list-scenarios");
-    runApp->footer(
-        "COMMAND, everything behind --, runs on a bus of its own with the media service and the keeper\n"
-        "behind it. They start when they are first asked for and end with the command. SIGINT, SIGTERM\n"
-        "and SIGHUP are passed on to the command.\n"
-        "Exits with the command's status; with 128 + n when signal n killed it, with 127 when it could\n"
-        "not be started, with 125 when the bus could not or the scenario is not valid.");
+    runApp->footer("COMMAND, everything behind --, runs on a bus of its own with the media service and the keeper\n"
+                   "behind it. They start when they are first asked for and end with the command. SIGINT, SIGTERM\n"
+                   "and SIGHUP are passed on to the command.\n"
+                   "Exits with the command's status; with 128 + n when signal n killed it, with 127 when it could\n"
+                   "not be started, with 125 when the bus could not or the scenario is not valid.");
     CLI11_PARSE(app, static_cast<int>(separator - argv), argv);
 
     if (listing)

@@ -69,8 +69,7 @@ void writePrivateFile(const fs::path& path, const std::string& text) {
 void makeActivatable(const fs::path& folder, const std::string& name, const fs::path& program) {
     const fs::path link = folder / program.filename();
     fs::create_symlink(fs::absolute(program), link);
-    writePrivateFile(folder / (name + ".service"),
-                     "[D-BUS Service]\nName=" + name + "\nExec=" + link.string() + "\n");
+    writePrivateFile(folder / (name + ".service"), "[D-BUS Service]\nName=" + name + "\nExec=" + link.string() + "\n");
 }
 
 CommandLine daemonCommand(const fs::path& folder, const fs::path& programs, const FileDescriptor& readiness) {
@@ -78,10 +77,9 @@ CommandLine daemonCommand(const fs::path& folder, const fs::path& programs, cons
     writePrivateFile(configurationFile, configuration(folder));
     makeActivatable(folder, kServiceName, programs / "zuv-service");
     makeActivatable(folder, kKeeperName, programs / "zuv-keeper");
-    return {
-        "dbus-daemon", "--config-file=" + configurationFile.string(), "--nofork", "--nopidfile",
-        // Its own chatter ("Activating service ...") stays off stderr, which it shares with what it starts.
-        "--syslog-only", "--print-address=" + std::to_string(readiness.get())};
+    return {"dbus-daemon", "--config-file=" + configurationFile.string(), "--nofork", "--nopidfile",
+            // Its own chatter ("Activating service ...") stays off stderr, which it shares with what it starts.
+            "--syslog-only", "--print-address=" + std::to_string(readiness.get())};
 }
 
 // The daemon writes its address, a line, when it listens.

@@ -37,8 +37,7 @@ std::vector<char*> argumentsOf(const CommandLine& command) {
 }
 
 // In the new process, whose parent may have threads: system calls only.
-[[noreturn]] void becomeProgram(char* const* arguments, pid_t parent, Group group, int inherited,
-                                int errorPipe) {
+[[noreturn]] void becomeProgram(char* const* arguments, pid_t parent, Group group, int inherited, int errorPipe) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent)
         _exit(1); // the parent ended before it could be watched

@@ -4,8 +4,7 @@
 
 namespace velmora::desktop {
 
-std::optional<ByteRange> requestedBytes(const std::vector<std::pair<ssize_t, ssize_t>>& ranges,
-                                        std::uint64_t size) {
+std::optional<ByteRange> requestedBytes(const std::vector<std::pair<ssize_t, ssize_t>>& ranges, std::uint64_t size) {
     if (ranges.empty())
         return ByteRange{0, size};
     const auto [first, last] = ranges.front();

@@ -22,8 +22,7 @@ struct ByteRange {
 ///        that many last bytes ("-5").
 /// @param size of the file, in bytes.
 /// @return empty when the range has no byte of the file, and for several ranges, which are not served.
-std::optional<ByteRange> requestedBytes(const std::vector<std::pair<ssize_t, ssize_t>>& ranges,
-                                        std::uint64_t size);
+std::optional<ByteRange> requestedBytes(const std::vector<std::pair<ssize_t, ssize_t>>& ranges, std::uint64_t size);
 
 } // namespace velmora::desktop
 

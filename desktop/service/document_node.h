@@ -15,8 +15,7 @@ namespace velmora::desktop {
 /// Why a document is not what it should be, and where: what() is "PLACE: REASON".
 class DocumentError : public std::runtime_error {
 public:
-    DocumentError(const std::string& place, const std::string& reason)
-        : std::runtime_error(place + ": " + reason) {}
+    DocumentError(const std::string& place, const std::string& reason) : std::runtime_error(place + ": " + reason) {}
 };
 
 /// A value of a JSON document that knows its place in it, as JSONPath has it ("$.rules[0].nth"). The document

@@ -37,9 +37,7 @@ std::size_t jsonSize(const Event& event) {
 
 /// Cuts before a character, never inside one.
 void truncateUtf8(std::string& text, std::size_t size) {
-    const auto continues = [&text](std::size_t at) {
-        return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U;
-    };
+    const auto continues = [&text](std::size_t at) { return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U; };
     while (size > 0 && size < text.size() && continues(size))
         --size;
     text.resize(std::min(size, text.size()));

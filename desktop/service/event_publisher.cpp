@@ -10,19 +10,16 @@
 
 namespace velmora::desktop {
 
-EventPublisher::EventPublisher(sd_event* loop, EventRegion& region, Send send, Scenario scenario,
-                               Perform perform)
-    : m_region(region), m_send(std::move(send)),
-      m_player(loop, std::move(scenario),
-               {[this](const Event& answer, const Delivery& delivery) {
-                    deliver(answer, delivery);
-                    m_lastAnswer = Clock::now();
-                },
-                std::move(perform)}),
+EventPublisher::EventPublisher(sd_event* loop, EventRegion& region, Send send, Scenario scenario, Perform perform)
+    : m_region(region), m_send(std::move(send)), m_player(loop, std::move(scenario),
+                                                          {[this](const Event& answer, const Delivery& delivery) {
+                                                               deliver(answer, delivery);
+                                                               m_lastAnswer = Clock::now();
+                                                           },
+                                                           std::move(perform)}),
       m_tasks(loop) {
     sd_event_source* timer = nullptr;
-    requireSuccess(sd_event_add_time(loop, &timer, CLOCK_MONOTONIC, 0, 1, onTimer, this),
-                   "cannot make a timer");
+    requireSuccess(sd_event_add_time(loop, &timer, CLOCK_MONOTONIC, 0, 1, onTimer, this), "cannot make a timer");
     m_timer.reset(timer);
     requireSuccess(sd_event_source_set_enabled(timer, SD_EVENT_OFF), "cannot stop a timer");
 }
@@ -65,15 +62,13 @@ void EventPublisher::setTimer() {
     if (m_news.empty())
         return;
     const Clock::duration wait = std::max(m_news.front().due, m_lastAnswer + kAnswerHold) - Clock::now();
-    const auto microseconds =
-        std::chrono::ceil<std::chrono::microseconds>(std::max(wait, Clock::duration::zero()));
+    const auto microseconds = std::chrono::ceil<std::chrono::microseconds>(std::max(wait, Clock::duration::zero()));
     sd_event_source_set_time_relative(m_timer.get(), static_cast<uint64_t>(microseconds.count()));
     sd_event_source_set_enabled(m_timer.get(), SD_EVENT_ONESHOT);
 }
 
 void EventPublisher::deliver(const Event& event, const Delivery& delivery) {
-    const std::vector<std::string> values =
-        deliveredValues(toValues(fitted(event, EventRegion::kSize - 1)), delivery);
+    const std::vector<std::string> values = deliveredValues(toValues(fitted(event, EventRegion::kSize - 1)), delivery);
     spdlog::log(event.code == ResultCode::Ok ? spdlog::level::debug : spdlog::level::warn,
                 "event name={} code={} session={:?} object={:?} kind={:?} detail={:?}", event.name,
                 static_cast<int>(event.code), event.session, event.objectId, event.kind, event.detail);

@@ -32,8 +32,7 @@ public:
     using Perform = std::function<void(Deed)>;
 
     /// @param loop and region outlive this.
-    EventPublisher(sd_event* loop, EventRegion& region, Send send, Scenario scenario = {},
-                   Perform perform = {});
+    EventPublisher(sd_event* loop, EventRegion& region, Send send, Scenario scenario = {}, Perform perform = {});
     EventPublisher(const EventPublisher&) = delete;
     EventPublisher& operator=(const EventPublisher&) = delete;
 

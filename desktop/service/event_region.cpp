@@ -25,8 +25,7 @@ void prepare(int descriptor, const std::string& name) {
     struct stat status {};
     if (fstat(descriptor, &status) != 0)
         fail("cannot examine shared memory " + name);
-    if (status.st_size != static_cast<off_t>(EventRegion::kSize) &&
-        ftruncate(descriptor, EventRegion::kSize) != 0)
+    if (status.st_size != static_cast<off_t>(EventRegion::kSize) && ftruncate(descriptor, EventRegion::kSize) != 0)
         fail("cannot size shared memory " + name);
     if ((status.st_mode & 07777) != kMode && fchmod(descriptor, kMode) != 0)
         fail("cannot protect shared memory " + name);

@@ -56,8 +56,7 @@ bool sendChunk(Transfer& transfer, httplib::DataSink& sink) {
     }
     std::vector<char> chunk(std::min<std::uint64_t>(kChunkSize, transfer.left));
     // Cut short meanwhile, the file no longer holds what the header promised.
-    if (transfer.medium->withdrawn ||
-        !transfer.file.read(chunk.data(), static_cast<std::streamsize>(chunk.size())))
+    if (transfer.medium->withdrawn || !transfer.file.read(chunk.data(), static_cast<std::streamsize>(chunk.size())))
         return false;
     transfer.left -= chunk.size();
     return sink.write(chunk.data(), chunk.size());
@@ -72,8 +71,8 @@ void describe(const std::optional<ByteRange>& bytes, std::uint64_t size, httplib
     }
     response.set_header("Content-Length", std::to_string(bytes->length));
     if (response.status == 206)
-        response.set_header("Content-Range", fmt::format("bytes {}-{}/{}", bytes->first,
-                                                         bytes->first + bytes->length - 1, size));
+        response.set_header("Content-Range",
+                            fmt::format("bytes {}-{}/{}", bytes->first, bytes->first + bytes->length - 1, size));
 }
 
 } // namespace
@@ -95,9 +94,8 @@ void respondFromFile(const std::shared_ptr<const ServedLocation>& medium, const 
         return;
     file.seekg(static_cast<std::streamoff>(bytes->first));
     const auto transfer = std::make_shared<Transfer>(Transfer{medium, std::move(file), bytes->length});
-    response.set_content_provider(contentType(path), [transfer](std::size_t, httplib::DataSink& sink) {
-        return sendChunk(*transfer, sink);
-    });
+    response.set_content_provider(
+        contentType(path), [transfer](std::size_t, httplib::DataSink& sink) { return sendChunk(*transfer, sink); });
 }
 
 } // namespace velmora::desktop

@@ -120,9 +120,8 @@ private:
 GstreamerPlayback::GstreamerPlayback(const MediaLocation& location, std::chrono::milliseconds timeout)
     : m_uri(location.uri), m_timeout(timeout) {
     gst_bus_set_sync_handler(m_messages.get(), onMessage, this, nullptr);
-    g_object_set(m_pipeline.get(), "uri", m_uri.c_str(), "flags",
-                 kVideo | kAudio | kNativeVideo | kNativeAudio, "video-sink", m_videoSink.get(), "audio-sink",
-                 m_audioSink.get(), nullptr);
+    g_object_set(m_pipeline.get(), "uri", m_uri.c_str(), "flags", kVideo | kAudio | kNativeVideo | kNativeAudio,
+                 "video-sink", m_videoSink.get(), "audio-sink", m_audioSink.get(), nullptr);
 }
 
 GstreamerPlayback::~GstreamerPlayback() {
@@ -201,8 +200,7 @@ void GstreamerPlayback::await(const std::stop_token& stop) {
     const auto timeout = static_cast<GstClockTime>(m_timeout.count()) * GST_MSECOND;
     const Owned<GstMessage> message(gst_bus_timed_pop_filtered(m_messages.get(), timeout, kAwaited));
     if (!message)
-        throw CommandFailure(ResultCode::Unplayable,
-                             fmt::format("Not ready within {} ms", m_timeout.count()));
+        throw CommandFailure(ResultCode::Unplayable, fmt::format("Not ready within {} ms", m_timeout.count()));
     if (GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_APPLICATION)
         throw CommandFailure(ResultCode::Internal, "Interrupted: the object is given up");
     if (GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR)

@@ -14,8 +14,7 @@ public:
     /// @param openTimeout after which opening or seeking a medium that does not get ready counts as failed.
     explicit GstreamerEngine(std::chrono::milliseconds openTimeout) : m_openTimeout(openTimeout) {}
 
-    std::unique_ptr<MediaPlayback> open(const MediaLocation& location, double position,
-                                        std::stop_token stop) override;
+    std::unique_ptr<MediaPlayback> open(const MediaLocation& location, double position, std::stop_token stop) override;
 
 private:
     std::chrono::milliseconds m_openTimeout;

@@ -11,8 +11,7 @@ namespace velmora::desktop {
 LoopTasks::LoopTasks(sd_event* loop) : m_wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     requireSuccess(m_wake.get() < 0 ? -errno : 0, "cannot make an eventfd");
     sd_event_source* source = nullptr;
-    requireSuccess(sd_event_add_io(loop, &source, m_wake.get(), EPOLLIN, onWake, this),
-                   "cannot watch an eventfd");
+    requireSuccess(sd_event_add_io(loop, &source, m_wake.get(), EPOLLIN, onWake, this), "cannot watch an eventfd");
     m_source.reset(source);
 }
 

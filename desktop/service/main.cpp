@@ -77,8 +77,7 @@ std::unique_ptr<MediaEngine> makeEngine(const ServiceOptions& options) {
 
 /// @return when SIGTERM or SIGINT arrives or the bus goes away; the media have ended then.
 void serve(const ServiceOptions& options) {
-    const Scenario scenario =
-        options.scenario.empty() ? Scenario{} : loadScenario(scenarioFile(options.scenario));
+    const Scenario scenario = options.scenario.empty() ? Scenario{} : loadScenario(scenarioFile(options.scenario));
     EventRegion region("/ZUV_PROXY");
     MediaServer server;
     const std::unique_ptr<MediaEngine> engine = makeEngine(options);
@@ -121,8 +120,7 @@ int main(int argc, char** argv) {
     app.add_option("--scenario", options.scenario,
                    "Misbehave on purpose: a scenario's file, or the name of one of --list-scenarios")
         ->envname(kScenarioVariable);
-    app.add_flag("--list-scenarios", options.listScenarios,
-                 "Explain the scenarios that come with the service");
+    app.add_flag("--list-scenarios", options.listScenarios, "Explain the scenarios that come with the service");
     CLI11_PARSE(app, argc, argv);
     try {
         useDesktopLogAsDefault();

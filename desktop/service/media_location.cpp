@@ -37,8 +37,7 @@ void requireRegularFile(const std::filesystem::path& file) {
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(file, error);
     if (!std::filesystem::exists(status))
-        throw CommandFailure(ResultCode::NotFound,
-                             fmt::format("Cannot open {:?}: {}", file.native(), error.message()));
+        throw CommandFailure(ResultCode::NotFound, fmt::format("Cannot open {:?}: {}", file.native(), error.message()));
     if (!std::filesystem::is_regular_file(status))
         throw CommandFailure(ResultCode::Unplayable, fmt::format("{:?} is no regular file", file.native()));
 }
@@ -51,9 +50,8 @@ MediaLocation locateMedia(const std::string& url) {
         return {url, {}};
     const std::filesystem::path file = whole ? localPath(url) : "";
     if (file.empty())
-        throw CommandFailure(
-            ResultCode::BadCommand,
-            fmt::format("Neither an absolute path nor a file or http URL: {:?}", url.substr(0, 512)));
+        throw CommandFailure(ResultCode::BadCommand,
+                             fmt::format("Neither an absolute path nor a file or http URL: {:?}", url.substr(0, 512)));
     requireRegularFile(file);
     const GlibText uri(g_filename_to_uri(file.c_str(), nullptr, nullptr));
     return {uri.get(), file};

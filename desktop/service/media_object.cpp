@@ -10,8 +10,7 @@ namespace velmora::desktop {
 
 /// A medium from its start to its end.
 struct MediaObject::StartedMedium {
-    StartedMedium(const MediaServices& services, MediaLocation where, double position,
-                  const std::stop_token& stop)
+    StartedMedium(const MediaServices& services, MediaLocation where, double position, const std::stop_token& stop)
         : location(std::move(where)), playback(services.engine.open(location, position, stop)),
           served(services.server, location) {}
 
@@ -23,14 +22,12 @@ struct MediaObject::StartedMedium {
     std::optional<std::string> preloadedUrl; ///< as it was given; none once it is started
 };
 
-MediaObject::MediaObject(std::string id, const MediaServices& services)
-    : m_id(std::move(id)), m_services(services) {}
+MediaObject::MediaObject(std::string id, const MediaServices& services) : m_id(std::move(id)), m_services(services) {}
 
 MediaObject::~MediaObject() = default;
 
 void MediaObject::post(Command command) {
-    m_worker.post(
-        [this, command = std::move(command)](const std::stop_token& stop) { execute(command, stop); });
+    m_worker.post([this, command = std::move(command)](const std::stop_token& stop) { execute(command, stop); });
 }
 
 void MediaObject::execute(const Command& command, const std::stop_token& stop) {
@@ -59,8 +56,7 @@ void MediaObject::start(const Command& command, const std::stop_token& stop) {
     medium->preloadedUrl = preload ? std::optional(command.url) : std::nullopt;
     Event answer = answerTo(command);
     answer.localUrl = medium->served.url();
-    spdlog::info("started object={} kind={} url={:?} local={}", m_id, command.kind, command.url,
-                 answer.localUrl);
+    spdlog::info("started object={} kind={} url={:?} local={}", m_id, command.kind, command.url, answer.localUrl);
     // Clients take every definitions text for the main video's.
     if (mediaKind(command.kind) == MediaKind::Advertisement)
         return m_services.events.publish(answer);
@@ -97,8 +93,7 @@ Event MediaObject::definitionsOf(StartedMedium& medium, const std::string& kind)
 std::vector<Definition> MediaObject::serveQualities(StartedMedium& medium) {
     std::vector<Definition> definitions;
     for (const QualityFile& quality : qualityFiles(medium.location.file)) {
-        const ServedMedium& served =
-            medium.qualities.emplace_back(m_services.server, MediaLocation{"", quality.file});
+        const ServedMedium& served = medium.qualities.emplace_back(m_services.server, MediaLocation{"", quality.file});
         definitions.push_back({fmt::format("{}p", quality.height), served.url()});
     }
     const std::optional<int> height = medium.playback->videoHeight();

@@ -36,9 +36,8 @@ std::string ServedMedium::url() const {
 MediaServer::MediaServer() : m_server(std::make_unique<httplib::Server>()) {
     m_server->new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
     m_server->set_keep_alive_timeout(1); // seconds; an idle connection would hold up the end of the service
-    m_server->Get("/[0-9a-f]{32}", [this](const httplib::Request& request, httplib::Response& response) {
-        respond(request, response);
-    });
+    m_server->Get("/[0-9a-f]{32}",
+                  [this](const httplib::Request& request, httplib::Response& response) { respond(request, response); });
     m_port = m_server->bind_to_any_port(kAddress);
     if (m_port < 0)
         throw std::runtime_error(fmt::format("cannot listen on {}", kAddress));

@@ -26,8 +26,7 @@ void MediaService::onClientLeft(const std::string& client) {
             continue;
         }
         spdlog::info("object freed id={} client={} left", entry->first, client);
-        m_disposer.post(
-            [object = std::move(entry->second.object)](const std::stop_token&) mutable { object.reset(); });
+        m_disposer.post([object = std::move(entry->second.object)](const std::stop_token&) mutable { object.reset(); });
         entry = m_objects.erase(entry);
     }
 }

@@ -62,14 +62,14 @@ Delivery parseDelivery(const DocumentNode& step) {
 }
 
 Step parseAnswer(const DocumentNode& step) {
-    step.requireObject({"do", "code", "session", "object", "local_url", "definitions", "detail", "kind",
-                        "entries", "times", "ways", "memory"});
+    step.requireObject({"do", "code", "session", "object", "local_url", "definitions", "detail", "kind", "entries",
+                        "times", "ways", "memory"});
     return parseDelivery(step);
 }
 
 Step parseEvent(const DocumentNode& step) {
-    step.requireObject({"do", "name", "code", "session", "object", "local_url", "definitions", "detail",
-                        "kind", "entries", "times", "ways", "memory"});
+    step.requireObject({"do", "name", "code", "session", "object", "local_url", "definitions", "detail", "kind",
+                        "entries", "times", "ways", "memory"});
     Delivery delivery = parseDelivery(step);
     delivery.isAnswer = false;
     delivery.replaced[kNameEntry] = step.member("name").text();

@@ -84,8 +84,8 @@ void ScenarioPlayer::take(Performance& performance, const Wait& wait) {
     }
     const auto microseconds = std::chrono::microseconds(wait.time).count();
     sd_event_source* timer = nullptr;
-    requireSuccess(sd_event_add_time_relative(m_loop, &timer, CLOCK_MONOTONIC,
-                                              static_cast<uint64_t>(microseconds), 1, onTimer, &performance),
+    requireSuccess(sd_event_add_time_relative(m_loop, &timer, CLOCK_MONOTONIC, static_cast<uint64_t>(microseconds), 1,
+                                              onTimer, &performance),
                    "cannot make a timer");
     performance.timer.reset(timer);
     performance.state = State::AwaitsTime;

@@ -15,9 +15,8 @@ namespace velmora::desktop {
 
 namespace {
 
-constexpr const char* kNameLeftRule =
-    "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
-    "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2=''";
+constexpr const char* kNameLeftRule = "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
+                                      "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2=''";
 constexpr const char* kDisconnectedRule =
     "type='signal',sender='org.freedesktop.DBus.Local',path='/org/freedesktop/DBus/Local',"
     "interface='org.freedesktop.DBus.Local',member='Disconnected'";
@@ -35,9 +34,8 @@ ServiceBus::ServiceBus(sd_event* loop) {
 }
 
 void ServiceBus::setActivationVariable(const std::string& name, const std::string& value) {
-    requireSuccess(sd_bus_call_method(m_bus.get(), kDaemonName, kDaemonPath, kDaemonName,
-                                      "UpdateActivationEnvironment", nullptr, nullptr, "a{ss}", 1,
-                                      name.c_str(), value.c_str()),
+    requireSuccess(sd_bus_call_method(m_bus.get(), kDaemonName, kDaemonPath, kDaemonName, "UpdateActivationEnvironment",
+                                      nullptr, nullptr, "a{ss}", 1, name.c_str(), value.c_str()),
                    "cannot set the environment of the bus");
 }
 

@@ -12,8 +12,7 @@ public:
     static constexpr int kHeight = 240;         ///< lines of every video
     static constexpr double kDuration = 3600.0; ///< seconds of every medium
 
-    std::unique_ptr<MediaPlayback> open(const MediaLocation& location, double position,
-                                        std::stop_token stop) override;
+    std::unique_ptr<MediaPlayback> open(const MediaLocation& location, double position, std::stop_token stop) override;
 };
 
 } // namespace velmora::desktop

@@ -32,8 +32,7 @@ Upstream upstreamOf(const std::string& url, const httplib::Request& request) {
     return upstream;
 }
 
-bool get(const Upstream& upstream, const httplib::ResponseHandler& onHeader,
-         const httplib::ContentReceiver& onBody) {
+bool get(const Upstream& upstream, const httplib::ResponseHandler& onHeader, const httplib::ContentReceiver& onBody) {
     httplib::Client client(upstream.origin);
     client.set_connection_timeout(kConnectTimeout);
     client.set_follow_location(true);

@@ -65,13 +65,11 @@ int ZUVModelAccess::initialize() {
 int ZUVModelAccess::start() {
     const SignalsBlocked inDeliveryThread;
     try {
-        m_impl->delivery =
-            std::thread([client = m_impl->client, inbox = m_impl->inbox] { deliver(*inbox, *client); });
+        m_impl->delivery = std::thread([client = m_impl->client, inbox = m_impl->inbox] { deliver(*inbox, *client); });
     } catch (const std::system_error& error) {
         return -error.code().value();
     }
-    InProcessBus::instance().add(
-        m_impl->inbox); // last: the client may destroy this inside its first callback
+    InProcessBus::instance().add(m_impl->inbox); // last: the client may destroy this inside its first callback
     return 0;
 }
 

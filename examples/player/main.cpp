@@ -34,10 +34,9 @@ int main(int argc, char** argv) {
     Programme programme;
     programme.seekSeconds = 1.0;
 
-    CLI::App app{
-        "Plays a main video, an advertisement break, a seek and a preloaded next title through the media\n"
-        "proxy client, and proves that the bytes behind the local URLs are the media's. Ends with 0 when\n"
-        "all of it happened, with 1 and a message when not."};
+    CLI::App app{"Plays a main video, an advertisement break, a seek and a preloaded next title through the media\n"
+                 "proxy client, and proves that the bytes behind the local URLs are the media's. Ends with 0 when\n"
+                 "all of it happened, with 1 and a message when not."};
     app.add_option("MEDIUM", medium, "the main video: a media file, or an http URL")->required();
     app.add_option("--ad", advertisement, "the advertisement (default: the main video)")->type_name("FILE");
     app.add_option("--next", nextTitle, "the next title (default: the main video)")->type_name("FILE");

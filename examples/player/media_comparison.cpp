@@ -48,8 +48,7 @@ File openMedium(const std::string& medium) {
     File copy(std::tmpfile());
     if (!copy)
         throw std::runtime_error(std::string("cannot make a temporary file: ") + std::strerror(errno));
-    fetch(medium,
-          [&](const char* data, std::size_t size) { return std::fwrite(data, 1, size, copy.get()) == size; });
+    fetch(medium, [&](const char* data, std::size_t size) { return std::fwrite(data, 1, size, copy.get()) == size; });
     std::rewind(copy.get());
     return copy;
 }
@@ -75,7 +74,6 @@ std::uint64_t fetchAndCompare(const std::string& localUrl, const std::string& me
             throw;
     }
     if (differs || std::fgetc(original.get()) != EOF)
-        throw std::runtime_error(localUrl + " is not " + medium + ": the bytes differ after " +
-                                 std::to_string(same));
+        throw std::runtime_error(localUrl + " is not " + medium + ": the bytes differ after " + std::to_string(same));
     return same;
 }

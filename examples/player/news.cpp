@@ -8,13 +8,13 @@ NewsQueue& NewsQueue::instance() {
 }
 
 void NewsQueue::onMainVideoNews(std::string proxyId, std::string changed, std::string value) {
-    instance().append({Timeline::Clock::now(), News::Medium::MainVideo, std::move(proxyId),
-                       std::move(changed), std::move(value)});
+    instance().append(
+        {Timeline::Clock::now(), News::Medium::MainVideo, std::move(proxyId), std::move(changed), std::move(value)});
 }
 
 void NewsQueue::onAdvertisementNews(std::string proxyId, std::string changed, std::string value) {
-    instance().append({Timeline::Clock::now(), News::Medium::Advertisement, std::move(proxyId),
-                       std::move(changed), std::move(value)});
+    instance().append({Timeline::Clock::now(), News::Medium::Advertisement, std::move(proxyId), std::move(changed),
+                       std::move(value)});
 }
 
 void NewsQueue::append(News news) {

@@ -35,8 +35,7 @@ const char* nameOf(News::Medium medium) {
     return medium == News::Medium::MainVideo ? "main video" : "advertisement";
 }
 
-std::shared_ptr<ZUVMediaProxyInterface> createProxy(ZUVMediaProxyManagerInterface& manager,
-                                                    bool synchronous) {
+std::shared_ptr<ZUVMediaProxyInterface> createProxy(ZUVMediaProxyManagerInterface& manager, bool synchronous) {
     auto proxy = synchronous ? manager.createNewZUVMediaProxySync() : manager.createNewZUVMediaProxy();
     if (!proxy || proxy->id().empty())
         throw std::runtime_error("the media service does not answer; is there a bus, and a service on it?");
@@ -102,8 +101,7 @@ void Player::preload(const std::string& medium) {
     const auto deadline = Timeline::Clock::now() + kAnswerLimit;
     while (m_proxy->localURL().empty()) {
         if (Timeline::Clock::now() > deadline)
-            throw std::runtime_error("no answer to the preload of " + medium +
-                                     "; the log above has the reason");
+            throw std::runtime_error("no answer to the preload of " + medium + "; the log above has the reason");
         std::this_thread::sleep_for(kPollInterval);
     }
     m_timeline.show("service", "preloaded; local URL " + m_proxy->localURL());

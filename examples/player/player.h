@@ -16,8 +16,7 @@ struct Programme {
     std::string advertisement;
     std::string nextTitle;
     double seekSeconds = 0.0;
-    bool synchronous =
-        false; ///< create the proxy synchronously, which makes every request wait for its answer
+    bool synchronous = false; ///< create the proxy synchronously, which makes every request wait for its answer
 };
 
 /// Plays a programme on one proxy and shows it on a timeline. Everything runs on the calling thread; the

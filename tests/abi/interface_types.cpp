@@ -16,9 +16,10 @@ struct LogFunctions {
 };
 
 // The classes are reached from an exported symbol: a reader of debug information looks at nothing else.
-__attribute__((visibility("default"))) void
-interfaceTypes(CspDebugLevel*, LogFunctions*, IZuvModelAccess*, ZUVModelAccess*, ZUVModelAccessClient*,
-               ZUVMediaProxyInterface*, ZUVMediaProxyManagerInterface*, ZUVMediaProxyManagerInterfaceImpl*,
-               ZUVMediaProxyManager*, ZUVMediaProxyObject*) {}
+__attribute__((visibility("default"))) void interfaceTypes(CspDebugLevel*, LogFunctions*, IZuvModelAccess*,
+                                                           ZUVModelAccess*, ZUVModelAccessClient*,
+                                                           ZUVMediaProxyInterface*, ZUVMediaProxyManagerInterface*,
+                                                           ZUVMediaProxyManagerInterfaceImpl*, ZUVMediaProxyManager*,
+                                                           ZUVMediaProxyObject*) {}
 
 } // namespace velmora

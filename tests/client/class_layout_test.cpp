@@ -72,8 +72,7 @@ static_assert(!std::has_virtual_destructor_v<ZUVMediaProxyManager>);
 static_assert(std::is_base_of_v<ZUVMediaProxyManagerInterface, ZUVMediaProxyManagerInterfaceImpl>);
 static_assert(std::is_convertible_v<ZUVMediaProxyManager*, ZUVModelAccessClient*>);
 static_assert(std::is_convertible_v<ZUVMediaProxyObject*, ZUVMediaProxyInterface*>);
-static_assert(std::is_abstract_v<ZUVMediaProxyInterface> &&
-              std::is_abstract_v<ZUVMediaProxyManagerInterface>);
+static_assert(std::is_abstract_v<ZUVMediaProxyInterface> && std::is_abstract_v<ZUVMediaProxyManagerInterface>);
 // No data of its own: nothing but the pointer to its table.
 static_assert(sizeof(ZUVMediaProxyManagerInterface) == sizeof(void*));
 static_assert(sizeof(ZUVMediaProxyInterface) == sizeof(void*));
@@ -109,17 +108,16 @@ void expectOrder(const Fields&... fields) {
 class FieldOrder : public ManagerTest {};
 
 TEST_F(FieldOrder, OfTheManager) {
-    expectOrder(manager.m_callback, manager.m_adCallback, manager.m_remoteObjectIds,
-                manager.m_createdObjectIds, manager.m_proxyObjects, manager.m_mutex, manager.m_modelAccess,
-                manager.m_condition, manager.m_syncMode, manager.m_eventBuffer, manager.m_eventMemory);
+    expectOrder(manager.m_callback, manager.m_adCallback, manager.m_remoteObjectIds, manager.m_createdObjectIds,
+                manager.m_proxyObjects, manager.m_mutex, manager.m_modelAccess, manager.m_condition, manager.m_syncMode,
+                manager.m_eventBuffer, manager.m_eventMemory);
 }
 
 TEST_F(FieldOrder, OfTheObject) {
     ZUVMediaProxyObject object("movie");
 
     expectOrder(object.m_state, object.m_adState, object.m_seekPosition, object.m_id, object.m_localURL,
-                object.m_localAdURL, object.m_reserved, object.m_definitions, object.m_manager,
-                object.m_mutex);
+                object.m_localAdURL, object.m_reserved, object.m_definitions, object.m_manager, object.m_mutex);
 }
 
 /// Readers and writers without a lock see whole values: the processor reads and writes the field at once, which it can
@@ -154,8 +152,8 @@ static_assert(fieldIs<&ZUVMediaProxyManager::m_callback, ZUVCallback>);
 static_assert(fieldIs<&ZUVMediaProxyManager::m_adCallback, ZUVCallback>);
 static_assert(fieldIs<&ZUVMediaProxyManager::m_remoteObjectIds, std::map<std::string, std::string>>);
 static_assert(fieldIs<&ZUVMediaProxyManager::m_createdObjectIds, std::vector<std::string>>);
-static_assert(fieldIs<&ZUVMediaProxyManager::m_proxyObjects,
-                      std::map<std::string, std::shared_ptr<ZUVMediaProxyObject>>>);
+static_assert(
+    fieldIs<&ZUVMediaProxyManager::m_proxyObjects, std::map<std::string, std::shared_ptr<ZUVMediaProxyObject>>>);
 static_assert(fieldIs<&ZUVMediaProxyManager::m_mutex, std::mutex>);
 static_assert(fieldIs<&ZUVMediaProxyManager::m_modelAccess, std::shared_ptr<IZuvModelAccess>>);
 static_assert(fieldIs<&ZUVMediaProxyManager::m_condition, std::condition_variable>);
@@ -177,8 +175,8 @@ static_assert(fieldIs<&ZUVMediaProxyManagerInterfaceImpl::m_impl, ZUVMediaProxyM
 
 static_assert(std::is_same_v<ZUVCallback, void (*)(std::string, std::string, std::string)>);
 static_assert(std::is_same_v<decltype(&requestZUVMediaProxy), ZUVMediaProxyManagerInterface* (*)()>);
-static_assert(std::is_same_v<decltype(&ZUVMediaProxyManagerInterface::getInstance),
-                             ZUVMediaProxyManagerInterface* (*)()>);
+static_assert(
+    std::is_same_v<decltype(&ZUVMediaProxyManagerInterface::getInstance), ZUVMediaProxyManagerInterface* (*)()>);
 static_assert(std::is_same_v<decltype(&ZUVMediaProxyInterface::create), Proxy (*)()>);
 static_assert(std::is_same_v<decltype(&ZUVMediaProxyInterface::getObjectById), Proxy (*)(std::string)>);
 static_assert(std::is_same_v<decltype(&ZUVMediaProxyManager::getInstance), ZUVMediaProxyManager* (*)()>);
@@ -188,8 +186,7 @@ template <auto Operation, typename Signature>
 constexpr bool operationIs = false;
 template <typename Class, typename Result, typename... Arguments, Result (Class::*Operation)(Arguments...)>
 constexpr bool operationIs<Operation, Result(Arguments...)> = true;
-template <typename Class, typename Result, typename... Arguments,
-          Result (Class::*Operation)(Arguments...) const>
+template <typename Class, typename Result, typename... Arguments, Result (Class::*Operation)(Arguments...) const>
 constexpr bool operationIs<Operation, Result(Arguments...)> = true;
 
 static_assert(operationIs<&ZUVMediaProxyInterface::id, std::string()>);
@@ -203,8 +200,7 @@ static_assert(operationIs<&ZUVMediaProxyInterface::stop, void()>);
 static_assert(operationIs<&ZUVMediaProxyInterface::stopAd, void()>);
 static_assert(operationIs<&ZUVMediaProxyInterface::pause, void()>);
 static_assert(operationIs<&ZUVMediaProxyInterface::seek, void(double, std::string)>);
-static_assert(
-    operationIs<&ZUVMediaProxyInterface::preload, void(double, std::string, std::string, std::string)>);
+static_assert(operationIs<&ZUVMediaProxyInterface::preload, void(double, std::string, std::string, std::string)>);
 static_assert(operationIs<&ZUVMediaProxyInterface::preloadAd, void(std::string, std::string)>);
 
 static_assert(operationIs<&ZUVMediaProxyObject::onZUVEvent, void(std::vector<std::string>&)>);
@@ -223,8 +219,7 @@ static_assert(operationIs<&ZUVMediaProxyObject::onAdMediaStoppedFailed, void(std
 static_assert(operationIs<&ZUVMediaProxyManager::createModelAccess, void()>);
 static_assert(operationIs<&ZUVMediaProxyManager::setZUVCallback, void(ZUVCallback)>);
 static_assert(operationIs<&ZUVMediaProxyManager::setZUVAdCallback, void(ZUVCallback)>);
-static_assert(
-    operationIs<&ZUVMediaProxyManager::notifyDefinitionsChanged, void(const std::string&, std::string)>);
+static_assert(operationIs<&ZUVMediaProxyManager::notifyDefinitionsChanged, void(const std::string&, std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::notifyURLChanged, void(const std::string&, std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::notifyAdURLChanged, void(const std::string&, std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::requestStartZUVService, void()>);
@@ -236,15 +231,13 @@ static_assert(operationIs<&ZUVMediaProxyManager::onZUVEvent, void(std::vector<st
 static_assert(operationIs<&ZUVMediaProxyManager::initializeZUVEvent, void()>);
 static_assert(operationIs<&ZUVMediaProxyManager::findObjectById, Proxy(std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::getRemoteObjectId, std::string(std::string)>);
+static_assert(operationIs<&ZUVMediaProxyManager::cacheProxyObject, void(std::shared_ptr<ZUVMediaProxyObject>)>);
 static_assert(
-    operationIs<&ZUVMediaProxyManager::cacheProxyObject, void(std::shared_ptr<ZUVMediaProxyObject>)>);
-static_assert(operationIs<&ZUVMediaProxyManager::findProxyObjectFromCache,
-                          std::shared_ptr<ZUVMediaProxyObject>(std::string)>);
+    operationIs<&ZUVMediaProxyManager::findProxyObjectFromCache, std::shared_ptr<ZUVMediaProxyObject>(std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::removeProxyObjectFromCache, void(std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::generateUUID, std::string()>);
 static_assert(operationIs<&ZUVMediaProxyManager::getNextSessionId, std::string()>);
-static_assert(
-    operationIs<&ZUVMediaProxyManager::waitRequestRemoteObjectCompleted, int(std::string, std::string)>);
+static_assert(operationIs<&ZUVMediaProxyManager::waitRequestRemoteObjectCompleted, int(std::string, std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::requestCreateRemoteObject, void(std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::requestCreateRemoteObjectSync, int(std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::createNewProxyId, std::string()>);
@@ -252,20 +245,16 @@ static_assert(operationIs<&ZUVMediaProxyManager::requestRemoteObjectStart,
                           void(const std::string&, std::string, int, std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::requestRemoteObjectStartSync,
                           int(const std::string&, std::string, int, std::string)>);
+static_assert(operationIs<&ZUVMediaProxyManager::requestRemoteObjectStop, void(const std::string&, std::string)>);
+static_assert(operationIs<&ZUVMediaProxyManager::requestRemoteObjectStopSync, int(const std::string&, std::string)>);
 static_assert(
-    operationIs<&ZUVMediaProxyManager::requestRemoteObjectStop, void(const std::string&, std::string)>);
+    operationIs<&ZUVMediaProxyManager::requestRemoteObjectSeek, void(const std::string&, double, std::string)>);
 static_assert(
-    operationIs<&ZUVMediaProxyManager::requestRemoteObjectStopSync, int(const std::string&, std::string)>);
-static_assert(operationIs<&ZUVMediaProxyManager::requestRemoteObjectSeek,
-                          void(const std::string&, double, std::string)>);
-static_assert(operationIs<&ZUVMediaProxyManager::requestRemoteObjectSeekSync,
-                          int(const std::string&, double, std::string)>);
-static_assert(
-    operationIs<&ZUVMediaProxyManager::requestRemoteObjectPreload,
-                void(const std::string&, double, std::string, std::string, std::string, std::string)>);
-static_assert(
-    operationIs<&ZUVMediaProxyManager::requestRemoteObjectPreloadSync,
-                int(const std::string&, double, std::string, std::string, std::string, std::string)>);
+    operationIs<&ZUVMediaProxyManager::requestRemoteObjectSeekSync, int(const std::string&, double, std::string)>);
+static_assert(operationIs<&ZUVMediaProxyManager::requestRemoteObjectPreload,
+                          void(const std::string&, double, std::string, std::string, std::string, std::string)>);
+static_assert(operationIs<&ZUVMediaProxyManager::requestRemoteObjectPreloadSync,
+                          int(const std::string&, double, std::string, std::string, std::string, std::string)>);
 static_assert(operationIs<&ZUVMediaProxyManager::requestRemoteObjectInspect, void()>);
 static_assert(operationIs<&ZUVMediaProxyManager::requestRemoteObjectInspectSync, int()>);
 static_assert(operationIs<&ZUVMediaProxyManager::checkZUVServiceAlive, bool()>);

@@ -71,8 +71,7 @@ std::vector<std::string> noAccess(const char* function) {
 } // namespace velmora::test
 
 velmora::ZUVMediaProxyManager* realManager() asm("__real__ZN7velmora20ZUVMediaProxyManager11getInstanceEv");
-velmora::ZUVMediaProxyManager*
-wrappedManager() asm("__wrap__ZN7velmora20ZUVMediaProxyManager11getInstanceEv");
+velmora::ZUVMediaProxyManager* wrappedManager() asm("__wrap__ZN7velmora20ZUVMediaProxyManager11getInstanceEv");
 velmora::ZUVMediaProxyManager* wrappedManager() {
     return velmora::test::managerToGive ? *velmora::test::managerToGive : realManager();
 }

@@ -29,9 +29,8 @@ TEST_F(CompletionWait, EndsAtOnceWhenTheAnswerIsThereAlready) {
 
     EXPECT_EQ(manager.waitRequestRemoteObjectCompleted("ses-1", "started"), 0);
 
-    EXPECT_JOURNAL_LINES(joined({{waitEntered("ses-1", "started")},
-                                 regionRead(kAnswer),
-                                 {waitUsed(0), replayed("started", "200", "movie")}}));
+    EXPECT_JOURNAL_LINES(joined(
+        {{waitEntered("ses-1", "started")}, regionRead(kAnswer), {waitUsed(0), replayed("started", "200", "movie")}}));
 }
 
 /// One poll after a sleep.

@@ -102,13 +102,13 @@ std::size_t ThreadRecord::commandsNamed(const std::string& name) const {
 }
 
 std::size_t ThreadRecord::newsOf(const std::string& callback, const std::string& changed) const {
-    return static_cast<std::size_t>(std::ranges::count_if(
-        news, [&](const Strings& call) { return call[0] == callback && call[2] == changed; }));
+    return static_cast<std::size_t>(
+        std::ranges::count_if(news, [&](const Strings& call) { return call[0] == callback && call[2] == changed; }));
 }
 
 std::size_t ThreadRecord::failuresWith(const std::string& text) const {
-    return static_cast<std::size_t>(std::ranges::count_if(
-        failures, [&](const std::string& line) { return line.find(text) != std::string::npos; }));
+    return static_cast<std::size_t>(
+        std::ranges::count_if(failures, [&](const std::string& line) { return line.find(text) != std::string::npos; }));
 }
 
 void Tally::await(int count) const {

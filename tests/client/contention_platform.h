@@ -20,8 +20,8 @@ using Strings = std::vector<std::string>;
 struct ThreadRecord {
     std::vector<Strings> commands; ///< published on the command topic
     std::size_t neutralEvents = 0; ///< published on the event topic
-    std::vector<Strings> news; ///< calls of the callbacks: "main" or "ad", identifier, what changed, value
-    Strings failures;          ///< lines of the log at the level of failures
+    std::vector<Strings> news;     ///< calls of the callbacks: "main" or "ad", identifier, what changed, value
+    Strings failures;              ///< lines of the log at the level of failures
 
     std::size_t commandsNamed(const std::string& name) const;
     std::size_t newsOf(const std::string& callback, const std::string& changed) const;
@@ -82,8 +82,7 @@ void recordMainNews(std::string id, std::string changed, std::string value);
 void recordAdNews(std::string id, std::string changed, std::string value);
 
 // The service's events.
-Strings createdEvent(const std::string& id, const std::string& sessionId = "",
-                     const std::string& code = "200");
+Strings createdEvent(const std::string& id, const std::string& sessionId = "", const std::string& code = "200");
 Strings startedEvent(const std::string& id, const std::string& url, const std::string& kind = "main_video",
                      const std::string& sessionId = "");
 Strings definitionEvent(const std::string& id, const std::string& definitions);

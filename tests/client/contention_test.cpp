@@ -21,8 +21,7 @@ constexpr std::size_t kRoundCount = kRounds;
 
 /// Too long for the space inside a string object, so that a torn one shows.
 std::string longText(const std::string& what, int number) {
-    return what + " " + std::to_string(number) +
-           std::string(static_cast<std::size_t>(100 + number % 50), '.');
+    return what + " " + std::to_string(number) + std::string(static_cast<std::size_t>(100 + number % 50), '.');
 }
 
 std::set<std::string> longTexts(const std::string& what) {
@@ -108,12 +107,11 @@ TEST_F(Contention, OneProxyIsReadByThreadsThatDoNothingElseWhileItsEventsArrive)
         proxy->startAd("url", 1);
     };
 
-    const ThreadRecord all =
-        total(runRounds(kRounds, deliverEvents,
-                        {changeStates, [&](int) { expectWhole(proxy->localURL()); },
-                         [&](int) { expectWhole(proxy->localAdURL()); },
-                         [&](int) { EXPECT_NE(proxy->getState(), ZUVMediaProxyState::Idle); },
-                         [&](int) { EXPECT_EQ(proxy->getAdState(), ZUVMediaProxyState::Starting); }}));
+    const ThreadRecord all = total(runRounds(
+        kRounds, deliverEvents,
+        {changeStates, [&](int) { expectWhole(proxy->localURL()); }, [&](int) { expectWhole(proxy->localAdURL()); },
+         [&](int) { EXPECT_NE(proxy->getState(), ZUVMediaProxyState::Idle); },
+         [&](int) { EXPECT_EQ(proxy->getAdState(), ZUVMediaProxyState::Starting); }}));
 
     EXPECT_EQ(all.failures, Strings());
     EXPECT_EQ(proxy->localURL(), longText("local", kRounds - 1));
@@ -189,8 +187,8 @@ TEST_F(Contention, ProxiesOfDifferentThreadsAreNotifiedExactlyOnceForEachStart) 
         finished.add();
     };
 
-    const ThreadRecord all = total(
-        runTogether(deliverEvents, {[&] { play(ids[0]); }, [&] { play(ids[1]); }, [&] { play(ids[2]); }}));
+    const ThreadRecord all =
+        total(runTogether(deliverEvents, {[&] { play(ids[0]); }, [&] { play(ids[1]); }, [&] { play(ids[2]); }}));
 
     for (const std::string& id : ids)
         EXPECT_EQ(std::ranges::count(all.news, Strings{"main", id, "url", longText(id, 0)}), kRounds) << id;
@@ -256,8 +254,7 @@ TEST_F(Contention, AProxyThatIsReplacedLosesNoEventUnnoticedAndEnds) {
 
     const ThreadRecord all = total(runRounds(kRounds, deliverEvents, {replace}));
 
-    EXPECT_EQ(all.failuresWith("Invalid state:0") + all.failuresWith("unable to find object"),
-              2 * kRoundCount);
+    EXPECT_EQ(all.failuresWith("Invalid state:0") + all.failuresWith("unable to find object"), 2 * kRoundCount);
     EXPECT_EQ(manager.findObjectById("movie"), last);
     for (const auto& proxy : replaced)
         EXPECT_TRUE(proxy.expired());
@@ -381,8 +378,7 @@ TEST_F(Contention, APreloadsAnswerDeliveredAroundItsStartIsNotifiedWithTheStateT
         const std::size_t started = records[1].newsOf("main", "url");
         if (records[1].newsOf("main", "definitions") == 1) {
             ASSERT_EQ(started, 1u);
-            ASSERT_EQ(proxy->getState(),
-                      delivered == 0 ? ZUVMediaProxyState::Starting : ZUVMediaProxyState::Started);
+            ASSERT_EQ(proxy->getState(), delivered == 0 ? ZUVMediaProxyState::Starting : ZUVMediaProxyState::Started);
         } else {
             ASSERT_EQ(delivered + started, 1u);
             ASSERT_EQ(proxy->getState(), ZUVMediaProxyState::Started);

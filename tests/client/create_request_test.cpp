@@ -22,8 +22,7 @@ TEST_F(CreateRequest, MakesTheConnectionWhenThereIsNone) {
 
     manager.requestCreateRemoteObject("session");
 
-    EXPECT_JOURNAL(busLine("connection made"), busLine("initialize"), asyncCreateLogged(),
-                   createCommand("session"));
+    EXPECT_JOURNAL(busLine("connection made"), busLine("initialize"), asyncCreateLogged(), createCommand("session"));
 }
 
 TEST_F(CreateRequest, SendsNothingWithoutAccess) {

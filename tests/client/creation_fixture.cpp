@@ -34,8 +34,7 @@ std::string createCommand(const std::string& session) {
 }
 
 std::vector<std::string> handedOver(const std::string& session, const std::string& id) {
-    return {managerLog(1, "onZUVEvent", "New Created Object: %s - %s\n", session.c_str(), id.c_str()),
-            notifiedAll()};
+    return {managerLog(1, "onZUVEvent", "New Created Object: %s - %s\n", session.c_str(), id.c_str()), notifiedAll()};
 }
 
 std::vector<std::string> answeredSyncCreate(const std::string& session, const std::string& id) {
@@ -46,9 +45,8 @@ std::vector<std::string> answeredSyncCreate(const std::string& session, const st
 }
 
 std::vector<std::string> unansweredSyncCreate(const std::string& session) {
-    return joined({neutralEventPublished(),
-                   {syncCreateLogged(), createCommand(session)},
-                   unansweredWait(session, "created")});
+    return joined(
+        {neutralEventPublished(), {syncCreateLogged(), createCommand(session)}, unansweredWait(session, "created")});
 }
 
 } // namespace velmora::test

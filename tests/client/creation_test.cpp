@@ -59,10 +59,10 @@ TEST_F(NewProxy, WithoutAnswerHasAnEmptyIdentifierAndIsRegistered) {
     EXPECT_EQ(proxy->id(), "");
     EXPECT_EQ(manager.m_proxyObjects.at(""), proxy);
     EXPECT_EQ(journal().count(busLine("start service")), 1u);
-    EXPECT_EQ(journal().count(managerLog(1000, "createNewProxyId",
-                                         "Wait response total timeout for id:%s, just return.\n",
-                                         sessionId(11).c_str())),
-              1u);
+    EXPECT_EQ(
+        journal().count(managerLog(1000, "createNewProxyId", "Wait response total timeout for id:%s, just return.\n",
+                                   sessionId(11).c_str())),
+        1u);
 }
 
 TEST_F(NewProxy, SecondWithoutAnswerIsReturnedButNotRegistered) {
@@ -88,15 +88,13 @@ TEST_F(NewProxyForIdentifier, SendsNothing) {
     ASSERT_NE(proxy, nullptr);
     EXPECT_EQ(proxy->id(), "movie");
     EXPECT_EQ(manager.m_proxyObjects.at("movie"), proxy);
-    EXPECT_JOURNAL(locked("manager"), unlocked("manager"), objectMade("movie"), locked("manager"),
-                   unlocked("manager"));
+    EXPECT_JOURNAL(locked("manager"), unlocked("manager"), objectMade("movie"), locked("manager"), unlocked("manager"));
 }
 
 TEST_F(NewProxyForIdentifier, IsRegisteredOnlyWhenItHasTheLock) {
     const std::shared_ptr<ZUVMediaProxyObject> other = ZUVMediaProxyObject::create("movie");
-    afterNextUnlock(manager.m_mutex, [&] {
-        beforeNextLock(manager.m_mutex, [&] { manager.m_proxyObjects.emplace("movie", other); });
-    });
+    afterNextUnlock(manager.m_mutex,
+                    [&] { beforeNextLock(manager.m_mutex, [&] { manager.m_proxyObjects.emplace("movie", other); }); });
 
     const std::shared_ptr<ZUVMediaProxyObject> proxy = manager.createNewZUVMediaProxy("movie");
 
@@ -113,9 +111,8 @@ TEST_F(NewProxyForIdentifier, ReplacesAnEarlierOne) {
     EXPECT_NE(second, first);
     EXPECT_EQ(manager.m_proxyObjects.at("movie"), second);
     EXPECT_EQ(first.use_count(), 1);
-    EXPECT_JOURNAL(
-        managerLog(4000, "removeProxyObjectFromCache", "find in cache and remove proxy, id:%s\n", "movie"),
-        objectMade("movie"));
+    EXPECT_JOURNAL(managerLog(4000, "removeProxyObjectFromCache", "find in cache and remove proxy, id:%s\n", "movie"),
+                   objectMade("movie"));
 }
 
 TEST_F(NewProxyForIdentifier, DrawsNoSessionAndStaysAsynchronous) {
@@ -129,9 +126,7 @@ TEST_F(NewProxyForIdentifier, DrawsNoSessionAndStaysAsynchronous) {
 
 class NewSyncProxyForIdentifier : public NewProxy {
 protected:
-    static std::string entered() {
-        return managerLog(4000, "createNewZUVMediaProxySync", "Enter, id:%s\n", "movie");
-    }
+    static std::string entered() { return managerLog(4000, "createNewZUVMediaProxySync", "Enter, id:%s\n", "movie"); }
 };
 
 TEST_F(NewSyncProxyForIdentifier, MapsTheRegionAndSendsNothing) {
@@ -171,12 +166,12 @@ TEST_F(NewSyncProxyForIdentifier, ReplacesAnEarlierOneUnderTheLock) {
 
     EXPECT_NE(second, first);
     EXPECT_EQ(manager.m_proxyObjects.at("movie"), second);
-    EXPECT_JOURNAL_LINES(joined(
-        {{entered()},
-         regionMissing(),
-         {locked("manager"),
-          managerLog(4000, "removeProxyObjectFromCache", "find in cache and remove proxy, id:%s\n", "movie"),
-          unlocked("manager"), objectMade("movie"), locked("manager"), unlocked("manager")}}));
+    EXPECT_JOURNAL_LINES(
+        joined({{entered()},
+                regionMissing(),
+                {locked("manager"),
+                 managerLog(4000, "removeProxyObjectFromCache", "find in cache and remove proxy, id:%s\n", "movie"),
+                 unlocked("manager"), objectMade("movie"), locked("manager"), unlocked("manager")}}));
 }
 
 TEST_F(NewSyncProxyForIdentifier, LogsBeforeItEntersSynchronousMode) {
@@ -214,8 +209,8 @@ protected:
         return managerLog(1000, "createNewZUVMediaProxySync", "service not work,  restart zuv service.\n");
     }
     static std::string restarting(const std::string& session) {
-        return managerLog(1000, "createNewZUVMediaProxySync",
-                          "Wait response timeout for id:%s, restart zuv service.\n", session.c_str());
+        return managerLog(1000, "createNewZUVMediaProxySync", "Wait response timeout for id:%s, restart zuv service.\n",
+                          session.c_str());
     }
     /// The identifiers that are known when this line is logged.
     Strings knownAt(const std::string& line) {

@@ -96,8 +96,7 @@ struct Forwarding {
 };
 
 const Forwarding forwardings[] = {
-    {"Create", "createNewZUVMediaProxy", 4000,
-     [](auto& interface) { return interface.createNewZUVMediaProxy(); },
+    {"Create", "createNewZUVMediaProxy", 4000, [](auto& interface) { return interface.createNewZUVMediaProxy(); },
      managerLog(4000, "createNewProxyId", "Enter\n")},
     {"CreateWithId", "createNewZUVMediaProxy", 4000,
      [](auto& interface) { return interface.createNewZUVMediaProxy("movie"); },
@@ -165,9 +164,7 @@ INSTANTIATE_TEST_SUITE_P(Operations, ForwardingOperation, ::testing::ValuesIn(fo
 TEST_F(EntryInterface, CreateReturnsTheManagersProxy) {
     ZUVMediaProxyManagerInterface& interface = readyInterface();
     bus().onEveryCommand("create", [](const Strings& command) {
-        virtualTime().after(milliseconds(50), [command] {
-            bus().deliver({"created", "200", command[2], "object"});
-        });
+        virtualTime().after(milliseconds(50), [command] { bus().deliver({"created", "200", command[2], "object"}); });
     });
 
     std::shared_ptr<ZUVMediaProxyInterface> proxy = interface.createNewZUVMediaProxy();
@@ -227,9 +224,8 @@ TEST_F(EntryInterface, MissingManagerIsLoggedAndTheInterfaceKeptAllTheSame) {
 
     ASSERT_NE(interface, nullptr);
     EXPECT_EQ(static_cast<ZUVMediaProxyManagerInterfaceImpl*>(interface)->m_impl, nullptr);
-    EXPECT_JOURNAL(
-        entryLog(4000, "requestZUVMediaProxy", "get proxy manager interface.\n"),
-        entryLog(1000, "ZUVMediaProxyManagerInterfaceImpl", "Fail to get ZUVMediaProxyManager.\n"));
+    EXPECT_JOURNAL(entryLog(4000, "requestZUVMediaProxy", "get proxy manager interface.\n"),
+                   entryLog(1000, "ZUVMediaProxyManagerInterfaceImpl", "Fail to get ZUVMediaProxyManager.\n"));
 }
 
 TEST_F(EntryInterface, NeverAsksForTheManagerAgain) {
@@ -247,9 +243,7 @@ TEST_F(EntryInterface, ProxyCreateGoesStraightToTheManager) {
     ZUVMediaProxyManager::getInstance();
     journal().clear();
     bus().onEveryCommand("create", [](const Strings& command) {
-        virtualTime().after(milliseconds(50), [command] {
-            bus().deliver({"created", "200", command[2], "object"});
-        });
+        virtualTime().after(milliseconds(50), [command] { bus().deliver({"created", "200", command[2], "object"}); });
     });
 
     std::shared_ptr<ZUVMediaProxyInterface> proxy = ZUVMediaProxyInterface::create();
@@ -261,9 +255,7 @@ TEST_F(EntryInterface, ProxyCreateGoesStraightToTheManager) {
 
 TEST_F(EntryInterface, ProxyCreateMakesTheManagerWhenThereIsNone) {
     bus().onEveryCommand("create", [](const Strings& command) {
-        virtualTime().after(milliseconds(50), [command] {
-            bus().deliver({"created", "200", command[2], "object"});
-        });
+        virtualTime().after(milliseconds(50), [command] { bus().deliver({"created", "200", command[2], "object"}); });
     });
 
     ZUVMediaProxyInterface::create();

@@ -36,8 +36,7 @@ TEST_F(CreatedEvent, LogsFirstThenAppendsAndNotifiesUnderTheLock) {
     dispatch({"created", "200", "session", "movie"});
 
     EXPECT_EQ(createdWhenNotified, Strings{"movie"});
-    EXPECT_JOURNAL(newCreatedObject("session", "movie"), locked("manager"), notifiedAll(),
-                   unlocked("manager"));
+    EXPECT_JOURNAL(newCreatedObject("session", "movie"), locked("manager"), notifiedAll(), unlocked("manager"));
 }
 
 TEST_F(CreatedEvent, AppendsOnlyWhenItHasTheLock) {
@@ -244,8 +243,8 @@ TEST_P(CreatedOfAnyLength, ReadsAsEmptyBehindItsEnd) {
     dispatch(event("created"));
 
     EXPECT_EQ(manager.m_createdObjectIds, Strings{read(3, "movie")});
-    EXPECT_EQ(journal().lines().front(), managerLog(1, "onZUVEvent", "New Created Object: %s - %s\n",
-                                                    read(2, "session"), read(3, "movie")));
+    EXPECT_EQ(journal().lines().front(),
+              managerLog(1, "onZUVEvent", "New Created Object: %s - %s\n", read(2, "session"), read(3, "movie")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Lengths, CreatedOfAnyLength, ::testing::Values(3, 12));
@@ -255,9 +254,8 @@ class StatusOfAnyLength : public ListOfAnyLength {};
 TEST_P(StatusOfAnyLength, ReadsAsEmptyBehindItsEnd) {
     dispatch(event("status"));
 
-    EXPECT_JOURNAL(
-        managerLog(4000, "onZUVEvent", "zuv service alive: %s - %s\n", read(2, "session"), read(3, "movie")),
-        notifiedAll());
+    EXPECT_JOURNAL(managerLog(4000, "onZUVEvent", "zuv service alive: %s - %s\n", read(2, "session"), read(3, "movie")),
+                   notifiedAll());
 }
 
 INSTANTIATE_TEST_SUITE_P(Lengths, StatusOfAnyLength, ::testing::Values(2, 3, 12));
@@ -339,8 +337,8 @@ TEST_F(NeutralEvent, IsNotPublishedWithoutAccess) {
 
     manager.initializeZUVEvent();
 
-    EXPECT_JOURNAL_LINES(joined(
-        {{managerLog(4000, "initializeZUVEvent", "initializeZUVEvent.\n")}, noAccess("initializeZUVEvent")}));
+    EXPECT_JOURNAL_LINES(
+        joined({{managerLog(4000, "initializeZUVEvent", "initializeZUVEvent.\n")}, noAccess("initializeZUVEvent")}));
 }
 
 TEST_F(NeutralEvent, IsDroppedWhenTheBusDeliversItBack) {

@@ -313,15 +313,15 @@ TEST_P(InvalidEventText, GivesAnEmptyListWhileLevelsAreOffToo) {
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, InvalidEventText,
-    ::testing::Values(
-        InvalidText{"AllZero", ""}, InvalidText{"Blank", " "}, InvalidText{"Words", "not json at all"},
-        InvalidText{"CutOff", R"({"0":"star)"}, InvalidText{"ByteOrderMark", "\xEF\xBB\xBF{}"},
-        InvalidText{"PrefixedObject", R"(x{"0":"a"})"}, InvalidText{"UnquotedMember", R"({0:"a"})"},
-        InvalidText{"HugeNumber", "{\"0\":1e309}"}, InvalidText{"ArrayRoot", R"(["started"])"},
-        InvalidText{"EmptyArrayRoot", "[]"}, InvalidText{"StringRoot", R"("started")"},
-        InvalidText{"NumberRoot", "200"}, InvalidText{"FractionRoot", "2.5"}, InvalidText{"TrueRoot", "true"},
-        InvalidText{"FalseRoot", "false"}, InvalidText{"DeepArray", std::string(2000, '[')},
-        InvalidText{"DeepMember", "{\"0\":" + std::string(1500, '[') + std::string(1500, ']') + "}"}),
+    ::testing::Values(InvalidText{"AllZero", ""}, InvalidText{"Blank", " "}, InvalidText{"Words", "not json at all"},
+                      InvalidText{"CutOff", R"({"0":"star)"}, InvalidText{"ByteOrderMark", "\xEF\xBB\xBF{}"},
+                      InvalidText{"PrefixedObject", R"(x{"0":"a"})"}, InvalidText{"UnquotedMember", R"({0:"a"})"},
+                      InvalidText{"HugeNumber", "{\"0\":1e309}"}, InvalidText{"ArrayRoot", R"(["started"])"},
+                      InvalidText{"EmptyArrayRoot", "[]"}, InvalidText{"StringRoot", R"("started")"},
+                      InvalidText{"NumberRoot", "200"}, InvalidText{"FractionRoot", "2.5"},
+                      InvalidText{"TrueRoot", "true"}, InvalidText{"FalseRoot", "false"},
+                      InvalidText{"DeepArray", std::string(2000, '[')},
+                      InvalidText{"DeepMember", "{\"0\":" + std::string(1500, '[') + std::string(1500, ']') + "}"}),
     caseName);
 
 TEST_F(EventMemoryRead, BoundsAnInvalidTextWithoutZeroByteToTheRegion) {
@@ -397,8 +397,8 @@ TEST_F(EventRead, AsksTheBusWhenTheTextIsNotJson) {
     EXPECT_EQ(manager.readZUVEvent(), Strings{"started"});
 
     EXPECT_JOURNAL(managerLog(4000, "readZUVEventMemory", "buf: %s\n", "words"),
-                   managerLog(1000, "readZUVEventMemory", "Fail to parse json string:%s.\n", "words"),
-                   askedTheBus(), managerLog(5000, "readZUVEvent", "parameter %d: %s \n", 0, "started"));
+                   managerLog(1000, "readZUVEventMemory", "Fail to parse json string:%s.\n", "words"), askedTheBus(),
+                   managerLog(5000, "readZUVEvent", "parameter %d: %s \n", 0, "started"));
 }
 
 TEST_F(EventRead, IsEmptyWithoutALineWhenTheBusHasNothingEither) {

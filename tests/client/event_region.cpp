@@ -144,15 +144,14 @@ int __wrap_ftruncate(int descriptor, off_t length) {
     return -1;
 }
 
-void* __wrap_mmap(void* address, std::size_t length, int protection, int flags, int descriptor,
-                  off_t offset) {
+void* __wrap_mmap(void* address, std::size_t length, int protection, int flags, int descriptor, off_t offset) {
     if (!eventRegion().owns(descriptor))
         return __real_mmap(address, length, protection, flags, descriptor, offset);
     const bool failed = isToFail(Call::MapRegion);
     const bool null = isToFail(Call::MapRegionToNull);
     const OwnWork work;
-    journal().add(std::string("mmap ") + (address == nullptr ? "null " : "address ") +
-                  std::to_string(length) + (protection == PROT_READ ? " PROT_READ" : " other protection") +
+    journal().add(std::string("mmap ") + (address == nullptr ? "null " : "address ") + std::to_string(length) +
+                  (protection == PROT_READ ? " PROT_READ" : " other protection") +
                   (flags == MAP_SHARED ? " MAP_SHARED " : " other flags ") + std::to_string(offset));
     if (failed)
         return MAP_FAILED;

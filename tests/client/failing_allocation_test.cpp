@@ -85,8 +85,7 @@ private:
         } catch (const std::bad_alloc&) {
             EXPECT_TRUE(stopFailing(Call::New));
         }
-        EXPECT_EQ(journal().count(busLine("connection made")),
-                  journal().count(busLine("connection deleted")));
+        EXPECT_EQ(journal().count(busLine("connection made")), journal().count(busLine("connection deleted")));
         return nullptr;
     }
 };
@@ -94,8 +93,7 @@ private:
 TEST_F(FailingConstruction, OfTheManagerLeavesNothingBehindAndIsTriedAgain) {
     ZUVMediaProxyManager* const manager = makeAtLast(&ZUVMediaProxyManager::getInstance);
 
-    EXPECT_EQ(journal().linesOf("bus"),
-              (Strings{busLine("connection made"), busLine("initialize"), busLine("start")}));
+    EXPECT_EQ(journal().linesOf("bus"), (Strings{busLine("connection made"), busLine("initialize"), busLine("start")}));
     EXPECT_EQ(manager, ZUVMediaProxyManager::getInstance());
     EXPECT_FALSE(isHeld(manager->m_mutex));
 }
@@ -103,8 +101,7 @@ TEST_F(FailingConstruction, OfTheManagerLeavesNothingBehindAndIsTriedAgain) {
 TEST_F(FailingConstruction, OfTheInterfaceLeavesNothingBehindAndIsTriedAgain) {
     ZUVMediaProxyManagerInterface* const interface = makeAtLast(&requestZUVMediaProxy);
 
-    EXPECT_EQ(journal().linesOf("bus"),
-              (Strings{busLine("connection made"), busLine("initialize"), busLine("start")}));
+    EXPECT_EQ(journal().linesOf("bus"), (Strings{busLine("connection made"), busLine("initialize"), busLine("start")}));
     EXPECT_EQ(interface, requestZUVMediaProxy());
 }
 

@@ -32,12 +32,11 @@ std::string notMapped() {
 }
 
 const FailingCheck openFails{"Open", Call::OpenRegion, {opened(), notAllocated()}, -1, 0, true, nullptr};
-const FailingCheck resizeFails{
-    "Resize", Call::ResizeRegion, {opened(), resized(), notAllocated()}, -1, 1, true, nullptr};
+const FailingCheck resizeFails{"Resize", Call::ResizeRegion, {opened(), resized(), notAllocated()}, -1, 1, true,
+                               nullptr};
 const FailingCheck mapGivesNull{
     "MapToNull", Call::MapRegionToNull, {opened(), resized(), mapped(), notMapped()}, -1, 1, false, nullptr};
-const FailingCheck mapFails{
-    "Map", Call::MapRegion, regionChecked(), 0, 0, false, static_cast<char*>(MAP_FAILED)};
+const FailingCheck mapFails{"Map", Call::MapRegion, regionChecked(), 0, 0, false, static_cast<char*>(MAP_FAILED)};
 
 class FailingRegionCall : public Creation, public ::testing::WithParamInterface<FailingCheck> {
 protected:
@@ -48,9 +47,7 @@ protected:
         answerInMemory(1, "movie");
         answerInMemory(2, "movie");
     }
-    static std::vector<std::string> entered() {
-        return {managerLog(4000, "createNewZUVMediaProxySync", "Enter.\n")};
-    }
+    static std::vector<std::string> entered() { return {managerLog(4000, "createNewZUVMediaProxySync", "Enter.\n")}; }
     static std::vector<std::string> restarted() {
         return {managerLog(1000, "createNewZUVMediaProxySync", "service not work,  restart zuv service.\n"),
                 busLine("start service"), slept(seconds(1))};
@@ -102,9 +99,9 @@ TEST_P(FailingRegionCall, InTheFirstCheckOfACreationRestartsTheServiceUnlessItCo
 
     EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "movie");
 
-    EXPECT_JOURNAL_LINES(joined({entered(), GetParam().journal,
-                                 GetParam().result == -1 ? restarted() : std::vector<std::string>(),
-                                 regionChecked(), created(sessionId(1))}));
+    EXPECT_JOURNAL_LINES(
+        joined({entered(), GetParam().journal, GetParam().result == -1 ? restarted() : std::vector<std::string>(),
+                regionChecked(), created(sessionId(1))}));
     expectNextCreationToWork();
 }
 
@@ -121,8 +118,8 @@ TEST_P(FailingRegionCall, InTheOnlyCheckOfACreationForAnIdentifierIsOfNoConseque
     EXPECT_JOURNAL_LINES(joined({enteredForId(), regionChecked(), madeForId()}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Calls, FailingRegionCall,
-                         ::testing::Values(openFails, resizeFails, mapGivesNull, mapFails), caseName);
+INSTANTIATE_TEST_SUITE_P(Calls, FailingRegionCall, ::testing::Values(openFails, resizeFails, mapGivesNull, mapFails),
+                         caseName);
 
 // A mapping that failed counts as made: when it is the last one of a creation, the reads that follow would
 // fault.
@@ -134,12 +131,8 @@ TEST_P(FailingRepeatedCheck, OfACreationIsMadeAThirdTimeWithoutARestart) {
 
     EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "movie");
 
-    EXPECT_JOURNAL_LINES(joined({entered(),
-                                 regionChecked(),
-                                 GetParam().journal,
-                                 {slept(seconds(1))},
-                                 regionChecked(),
-                                 created(sessionId(1))}));
+    EXPECT_JOURNAL_LINES(joined(
+        {entered(), regionChecked(), GetParam().journal, {slept(seconds(1))}, regionChecked(), created(sessionId(1))}));
     expectNextCreationToWork();
 }
 
@@ -155,9 +148,7 @@ protected:
             line = std::regex_replace(line, std::regex(kRequestTimeAtBeginning), "-1.000000");
         return outcome;
     }
-    static bool carriesTime(const std::string& line) {
-        return line.find(kRequestTimeAtBeginning) != std::string::npos;
-    }
+    static bool carriesTime(const std::string& line) { return line.find(kRequestTimeAtBeginning) != std::string::npos; }
 };
 
 TEST_P(FailingRequestTime, IsSentAsMinusOneAndChangesNothingElse) {
@@ -203,8 +194,7 @@ protected:
                           session(attempt).c_str());
     }
     static std::vector<std::string> attempt(int nth) {
-        return {managerLog(4000, "createNewProxyId", "enter\n"), asyncCreateLogged(),
-                createCommand(session(nth))};
+        return {managerLog(4000, "createNewProxyId", "enter\n"), asyncCreateLogged(), createCommand(session(nth))};
     }
     /// A search for an identifier that the service never announces.
     static std::vector<std::string> search(int commands, int restartingAttempt) {
@@ -212,8 +202,7 @@ protected:
         for (int nth = 1; nth <= commands; ++nth) {
             lines = joined({lines, attempt(nth)});
             if (nth == restartingAttempt)
-                lines =
-                    joined({lines, {restarting(nth), busLine("start service"), waited(milliseconds(500))}});
+                lines = joined({lines, {restarting(nth), busLine("start service"), waited(milliseconds(500))}});
             lines.push_back(nth == commands ? givingUp(nth) : waited(milliseconds(200)));
         }
         lines.push_back(managerLog(4000, "createNewProxyId", "id :%s\n", ""));
@@ -239,21 +228,20 @@ TEST_P(FailingClock, ShiftsTheLimitsOfTheSearch) {
     EXPECT_EQ(journal().linesOf("bus: ").size(), 1u);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Readings, FailingClock,
-    ::testing::Values(
-        // 812.005531 - (-1) > 0.2: the first attempt restarts; the total limit counts from there.
-        FailingReading{"OfTheStart", 1, 9, 1, milliseconds(2109)},
-        // The first attempt waits as it would have anyway.
-        FailingReading{"InTheFirstAttempt", 2, 10, 2, milliseconds(2310)},
-        // -1 - 812.004531 < 0.2: the restart comes one attempt later.
-        FailingReading{"InTheAttemptThatWouldRestart", 3, 11, 3, milliseconds(2511)},
-        // 812.206531 - (-1) > 2.0: the attempt that restarts gives up after the 500 ms.
-        FailingReading{"AfterTheRestart", 4, 2, 2, milliseconds(702)},
-        FailingReading{"InAnAttemptAfterTheRestart", 5, 10, 2, milliseconds(2310)},
-        // -1 - 812.206531 < 2.0: the search goes on for one more attempt.
-        FailingReading{"InTheAttemptThatWouldGiveUp", 12, 11, 2, milliseconds(2511)}),
-    caseName);
+INSTANTIATE_TEST_SUITE_P(Readings, FailingClock,
+                         ::testing::Values(
+                             // 812.005531 - (-1) > 0.2: the first attempt restarts; the total limit counts from there.
+                             FailingReading{"OfTheStart", 1, 9, 1, milliseconds(2109)},
+                             // The first attempt waits as it would have anyway.
+                             FailingReading{"InTheFirstAttempt", 2, 10, 2, milliseconds(2310)},
+                             // -1 - 812.004531 < 0.2: the restart comes one attempt later.
+                             FailingReading{"InTheAttemptThatWouldRestart", 3, 11, 3, milliseconds(2511)},
+                             // 812.206531 - (-1) > 2.0: the attempt that restarts gives up after the 500 ms.
+                             FailingReading{"AfterTheRestart", 4, 2, 2, milliseconds(702)},
+                             FailingReading{"InAnAttemptAfterTheRestart", 5, 10, 2, milliseconds(2310)},
+                             // -1 - 812.206531 < 2.0: the search goes on for one more attempt.
+                             FailingReading{"InTheAttemptThatWouldGiveUp", 12, 11, 2, milliseconds(2511)}),
+                         caseName);
 
 class FailingClockInSynchronousMode : public Creation {};
 

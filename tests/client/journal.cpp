@@ -77,10 +77,10 @@ std::string listed(const Strings& values) {
 
 namespace {
 
-__attribute__((format(printf, 4, 0))) std::string
-ordinaryLine(int level, const char* file, const char* function, const char* format, va_list arguments) {
-    return describeOrdinaryLine(describeLevel(0x5Fu << 16 | static_cast<unsigned>(level), 0, 0), "B-LOG",
-                                file, function, format, formatted(format, arguments));
+__attribute__((format(printf, 4, 0))) std::string ordinaryLine(int level, const char* file, const char* function,
+                                                               const char* format, va_list arguments) {
+    return describeOrdinaryLine(describeLevel(0x5Fu << 16 | static_cast<unsigned>(level), 0, 0), "B-LOG", file,
+                                function, format, formatted(format, arguments));
 }
 
 } // namespace
@@ -88,8 +88,7 @@ ordinaryLine(int level, const char* file, const char* function, const char* form
 std::string entryLog(int level, const char* function, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    std::string line =
-        ordinaryLine(level, "zuv_media_manager_interface_impl.cpp", function, format, arguments);
+    std::string line = ordinaryLine(level, "zuv_media_manager_interface_impl.cpp", function, format, arguments);
     va_end(arguments);
     return line;
 }
@@ -113,8 +112,8 @@ std::string objectLog(int level, const char* function, const char* format, ...) 
 namespace {
 
 std::string traceLine(const char* format, const std::string& function) {
-    return describeTraceLine(describeLevel(0x5Fu << 16 | 5000, 0, 0), "zuv_media_proxy_object.cpp", function,
-                             function, format);
+    return describeTraceLine(describeLevel(0x5Fu << 16 | 5000, 0, 0), "zuv_media_proxy_object.cpp", function, function,
+                             format);
 }
 
 } // namespace

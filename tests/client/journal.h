@@ -46,14 +46,11 @@ std::string listed(const Strings& values);
 // Expected lines. `format` is the message without the common beginning "[%s] %s:%d:%s(): ".
 
 /// A line of zuv_media_manager_interface_impl.cpp.
-__attribute__((format(printf, 3, 4))) std::string entryLog(int level, const char* function,
-                                                           const char* format, ...);
+__attribute__((format(printf, 3, 4))) std::string entryLog(int level, const char* function, const char* format, ...);
 /// A line of zuv_media_proxy_manager.cpp.
-__attribute__((format(printf, 3, 4))) std::string managerLog(int level, const char* function,
-                                                             const char* format, ...);
+__attribute__((format(printf, 3, 4))) std::string managerLog(int level, const char* function, const char* format, ...);
 /// A line of zuv_media_proxy_object.cpp.
-__attribute__((format(printf, 3, 4))) std::string objectLog(int level, const char* function,
-                                                            const char* format, ...);
+__attribute__((format(printf, 3, 4))) std::string objectLog(int level, const char* function, const char* format, ...);
 std::string traceIn(const std::string& function);
 std::string traceOut(const std::string& function);
 
@@ -77,12 +74,12 @@ std::vector<std::string> joined(const std::vector<std::vector<std::string>>& par
 } // namespace velmora::test
 
 /// Everything since the journal was last cleared, exactly these lines in this order.
-#define EXPECT_JOURNAL(...)                                                                                  \
-    EXPECT_EQ(::velmora::test::asText(::velmora::test::journal().lines()),                                   \
+#define EXPECT_JOURNAL(...)                                                                                            \
+    EXPECT_EQ(::velmora::test::asText(::velmora::test::journal().lines()),                                             \
               ::velmora::test::asText(std::vector<std::string>{__VA_ARGS__}))
 
 /// The same for a ready list of lines.
-#define EXPECT_JOURNAL_LINES(expected)                                                                       \
+#define EXPECT_JOURNAL_LINES(expected)                                                                                 \
     EXPECT_EQ(::velmora::test::asText(::velmora::test::journal().lines()), ::velmora::test::asText(expected))
 
 #endif // JOURNAL_H

@@ -21,8 +21,7 @@ Strings statusEvent(int nth) {
 
 /// What the manager makes of a "status" event.
 std::vector<std::string> alive(const std::string& session) {
-    return {managerLog(4000, "onZUVEvent", "zuv service alive: %s - %s\n", session.c_str(), ""),
-            notifiedAll()};
+    return {managerLog(4000, "onZUVEvent", "zuv service alive: %s - %s\n", session.c_str(), ""), notifiedAll()};
 }
 
 std::vector<std::string> answeredSyncInspect(int nth) {
@@ -33,9 +32,8 @@ std::vector<std::string> answeredSyncInspect(int nth) {
 }
 
 std::vector<std::string> unansweredSyncInspect(int nth) {
-    return joined({neutralEventPublished(),
-                   {kSyncInspectLogged, inspectCommand(nth)},
-                   unansweredWait(sessionId(nth), "status")});
+    return joined(
+        {neutralEventPublished(), {kSyncInspectLogged, inspectCommand(nth)}, unansweredWait(sessionId(nth), "status")});
 }
 
 class Inspection : public ManagerTest {
@@ -50,8 +48,8 @@ TEST_F(Inspection, IsPublishedWithNameAndSessionAlone) {
 
     manager.requestRemoteObjectInspect();
 
-    EXPECT_JOURNAL("bus: publish on tovik.sl2.vstr.videoplayer.zuv.command 11 [\"inspect\", \"\", \"" +
-                   sessionId(1) + "\", \"\", \"\", \"\", \"\", \"\", \"\", \"\", \"\"]");
+    EXPECT_JOURNAL("bus: publish on tovik.sl2.vstr.videoplayer.zuv.command 11 [\"inspect\", \"\", \"" + sessionId(1) +
+                   "\", \"\", \"\", \"\", \"\", \"\", \"\", \"\", \"\"]");
 }
 
 TEST_F(Inspection, DrawsAFreshSessionForEachCall) {
@@ -157,8 +155,8 @@ TEST_F(Liveness, IsTrueWhenAStatusComesInTime) {
 
     EXPECT_TRUE(manager.checkZUVServiceAlive());
 
-    EXPECT_JOURNAL_LINES(joined(
-        {{entered(), inspectCommand(1), waited(milliseconds(200))}, alive(sessionId(1)), {waitDone()}}));
+    EXPECT_JOURNAL_LINES(
+        joined({{entered(), inspectCommand(1), waited(milliseconds(200))}, alive(sessionId(1)), {waitDone()}}));
     EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(50));
 }
 
@@ -174,8 +172,8 @@ TEST_F(Liveness, HoldsTheLockExceptWhileItWaits) {
 
     manager.checkZUVServiceAlive();
 
-    EXPECT_JOURNAL(entered(), locked("manager"), inspectCommand(1), waited(milliseconds(200)),
-                   unlocked("manager"), locked("manager"), waitTimeout(), unlocked("manager"));
+    EXPECT_JOURNAL(entered(), locked("manager"), inspectCommand(1), waited(milliseconds(200)), unlocked("manager"),
+                   locked("manager"), waitTimeout(), unlocked("manager"));
 }
 
 TEST_F(Liveness, TakesTheDeadlineAfterTheRequest) {
@@ -248,8 +246,8 @@ TEST_F(Liveness, IsFalseWithoutAccess) {
 
     EXPECT_FALSE(manager.checkZUVServiceAlive());
 
-    EXPECT_JOURNAL_LINES(joined(
-        {{entered()}, noAccess("requestRemoteObjectInspect"), {waited(milliseconds(200)), waitTimeout()}}));
+    EXPECT_JOURNAL_LINES(
+        joined({{entered()}, noAccess("requestRemoteObjectInspect"), {waited(milliseconds(200)), waitTimeout()}}));
 }
 
 TEST_F(Liveness, ReleasesTheLockWhenThePublishThrows) {
@@ -315,8 +313,7 @@ TEST_F(LivenessInSynchronousMode, WaitsAndEndsWithTheLock) {
 TEST_F(LivenessInSynchronousMode, WaitsAnotherFifthOfASecondWithoutAnAnswer) {
     EXPECT_FALSE(manager.checkZUVServiceAlive());
 
-    EXPECT_JOURNAL_LINES(
-        joined({{entered()}, unansweredSyncInspect(1), {waited(milliseconds(200)), waitTimeout()}}));
+    EXPECT_JOURNAL_LINES(joined({{entered()}, unansweredSyncInspect(1), {waited(milliseconds(200)), waitTimeout()}}));
     EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(450));
 }
 
@@ -333,9 +330,8 @@ TEST_F(LivenessInSynchronousMode, IsFalseWithoutAccess) {
 
     EXPECT_FALSE(manager.checkZUVServiceAlive());
 
-    EXPECT_JOURNAL_LINES(joined({{entered()},
-                                 noAccess("requestRemoteObjectInspectSync"),
-                                 {waited(milliseconds(200)), waitTimeout()}}));
+    EXPECT_JOURNAL_LINES(
+        joined({{entered()}, noAccess("requestRemoteObjectInspectSync"), {waited(milliseconds(200)), waitTimeout()}}));
 }
 
 TEST_F(LivenessInSynchronousMode, ReleasesTheLockWhenTheReaderThrows) {

@@ -42,9 +42,8 @@ LinesByLevel linesInCode() {
         if (entry.path().extension() != ".cpp")
             continue;
         const std::string code = contentOf(entry.path());
-        forEachMatch(
-            code, R"re(ZUV_LOG(?:_AS)?\(\s*(?:\w+,\s*)?(k\w+),\s*"([^"]*)")re",
-            [&](const std::smatch& call) { lines[levels.at(call[1])].insert(withoutLineEnds(call[2])); });
+        forEachMatch(code, R"re(ZUV_LOG(?:_AS)?\(\s*(?:\w+,\s*)?(k\w+),\s*"([^"]*)")re",
+                     [&](const std::smatch& call) { lines[levels.at(call[1])].insert(withoutLineEnds(call[2])); });
         forEachMatch(code, R"re("(\[TRACE [^"]*)")re",
                      [&](const std::smatch& trace) { lines[5000].insert(withoutLineEnds(trace[1])); });
     }

@@ -13,8 +13,7 @@ std::string describeLevel(std::uint32_t word0, std::uint32_t word1, std::uint32_
 }
 
 std::string describeOrdinaryLine(const std::string& level, const std::string& tag, const std::string& file,
-                                 const std::string& function, const std::string& format,
-                                 const std::string& text) {
+                                 const std::string& function, const std::string& format, const std::string& text) {
     return "log " + level + " [" + tag + "] " + file + " " + function + "() " + quoted(format) + " gives " +
            quoted(text);
 }

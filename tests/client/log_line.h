@@ -14,8 +14,7 @@ std::string describeLevel(std::uint32_t word0, std::uint32_t word1, std::uint32_
 
 /// A line that begins with the common beginning; `format` and `text` are what follows it.
 std::string describeOrdinaryLine(const std::string& level, const std::string& tag, const std::string& file,
-                                 const std::string& function, const std::string& format,
-                                 const std::string& text);
+                                 const std::string& function, const std::string& format, const std::string& text);
 
 /// A line of a scope trace, which names its function first and last.
 std::string describeTraceLine(const std::string& level, const std::string& file, const std::string& first,

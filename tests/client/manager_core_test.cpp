@@ -303,9 +303,8 @@ TEST_P(Notifying, PutsOutNothingWhileLevelsAreOff) {
 INSTANTIATE_TEST_SUITE_P(
     Operations, Notifying,
     ::testing::Values(
-        Notification{"Definitions", "notifyDefinitionsChanged",
-                     &ZUVMediaProxyManager::notifyDefinitionsChanged, &ZUVMediaProxyManager::m_callback,
-                     &ZUVMediaProxyManager::m_adCallback, "main", "definitions"},
+        Notification{"Definitions", "notifyDefinitionsChanged", &ZUVMediaProxyManager::notifyDefinitionsChanged,
+                     &ZUVMediaProxyManager::m_callback, &ZUVMediaProxyManager::m_adCallback, "main", "definitions"},
         Notification{"Url", "notifyURLChanged", &ZUVMediaProxyManager::notifyURLChanged,
                      &ZUVMediaProxyManager::m_callback, &ZUVMediaProxyManager::m_adCallback, "main", "url"},
         Notification{"AdUrl", "notifyAdURLChanged", &ZUVMediaProxyManager::notifyAdURLChanged,
@@ -369,8 +368,7 @@ TEST_F(ManagerDestruction, UnlinksTheRegionAndReleasesTheConnection) {
 
     manager.reset();
 
-    EXPECT_JOURNAL(managerLog(4000, "~ZUVMediaProxyManager", "enter\n"), unlinked(),
-                   busLine("connection deleted"));
+    EXPECT_JOURNAL(managerLog(4000, "~ZUVMediaProxyManager", "enter\n"), unlinked(), busLine("connection deleted"));
 }
 
 TEST_F(ManagerDestruction, ReleasesOnlyItsShareOfAnAdoptedConnection) {

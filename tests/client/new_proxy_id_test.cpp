@@ -12,9 +12,7 @@ class NewProxyId : public Creation {
 protected:
     static std::string entered() { return managerLog(4000, "createNewProxyId", "Enter\n"); }
     static std::string waitDone() { return managerLog(4000, "createNewProxyId", "wait done.\n"); }
-    static std::string resultIs(const char* id) {
-        return managerLog(4000, "createNewProxyId", "id :%s\n", id);
-    }
+    static std::string resultIs(const char* id) { return managerLog(4000, "createNewProxyId", "id :%s\n", id); }
     static std::string restarting(const std::string& session) {
         return managerLog(1000, "createNewProxyId", "Wait response timeout for id:%s, restart zuv service.\n",
                           session.c_str());
@@ -83,12 +81,12 @@ TEST_F(NewProxyId, IsEmptyAfterTenUnansweredCommandsAndOneRestart) {
     EXPECT_EQ(manager.createNewProxyId(), "");
 
     const std::string shortWait = waited(milliseconds(200));
-    std::vector<std::string> expected = joined(
-        {{entered()},
-         attempt(1),
-         {shortWait},
-         attempt(2),
-         {restarting(attemptSession(2)), busLine("start service"), waited(milliseconds(500)), shortWait}});
+    std::vector<std::string> expected =
+        joined({{entered()},
+                attempt(1),
+                {shortWait},
+                attempt(2),
+                {restarting(attemptSession(2)), busLine("start service"), waited(milliseconds(500)), shortWait}});
     for (int nth = 3; nth <= 9; ++nth)
         expected = joined({expected, attempt(nth), {shortWait}});
     expected = joined({expected, attempt(10), {givingUp(attemptSession(10)), resultIs("")}});
@@ -128,8 +126,8 @@ TEST_F(NewProxyId, RestartsInTheFirstAttemptWhenItsCommandTakesLong) {
 
     EXPECT_JOURNAL_LINES(joined({{entered()},
                                  attempt(1),
-                                 {restarting(attemptSession(1)), busLine("start service"),
-                                  waited(milliseconds(500)), waited(milliseconds(200))},
+                                 {restarting(attemptSession(1)), busLine("start service"), waited(milliseconds(500)),
+                                  waited(milliseconds(200))},
                                  attempt(2),
                                  {waited(milliseconds(200))},
                                  handedOver(attemptSession(2), "movie"),
@@ -159,8 +157,7 @@ TEST_F(NewProxyId, DoesNotRestartAtExactlyTheThreshold) {
     virtualTime().set(nanoseconds(0));
     bus().onCommand("create", 1, [](const Strings& command) {
         virtualTime().set(milliseconds(200));
-        virtualTime().after(milliseconds(50),
-                            [event = createdEvent(command[2], "movie")] { bus().deliver(event); });
+        virtualTime().after(milliseconds(50), [event = createdEvent(command[2], "movie")] { bus().deliver(event); });
     });
 
     EXPECT_EQ(manager.createNewProxyId(), "movie");
@@ -221,9 +218,7 @@ TEST_F(NewProxyId, IsNotGivenUpBeforeTheRestart) {
 TEST_F(NewProxyId, IsNotGivenUpInTheAttemptThatRestarts) {
     // The restart's wait ends three seconds late: only the next attempt looks at the time again.
     bus().onCommand("create", 1, [](const Strings&) { virtualTime().advance(milliseconds(201)); });
-    bus().onStartService = [] {
-        virtualTime().after(milliseconds(100), [] { virtualTime().advance(seconds(3)); });
-    };
+    bus().onStartService = [] { virtualTime().after(milliseconds(100), [] { virtualTime().advance(seconds(3)); }); };
 
     EXPECT_EQ(manager.createNewProxyId(), "");
 
@@ -271,8 +266,8 @@ TEST_F(NewProxyId, BeginsTheNextAttemptAtOnceWhenAnotherEventWakesIt) {
     EXPECT_JOURNAL_LINES(
         joined({{entered()},
                 attempt(1),
-                {waited(milliseconds(200)),
-                 managerLog(4000, "onZUVEvent", "zuv service alive: %s - %s\n", "other", ""), notifiedAll()},
+                {waited(milliseconds(200)), managerLog(4000, "onZUVEvent", "zuv service alive: %s - %s\n", "other", ""),
+                 notifiedAll()},
                 attempt(2),
                 {waited(milliseconds(200))},
                 handedOver(attemptSession(2), "movie"),
@@ -282,18 +277,14 @@ TEST_F(NewProxyId, BeginsTheNextAttemptAtOnceWhenAnotherEventWakesIt) {
 
 TEST_F(NewProxyId, IsNotWokenByAFailure) {
     bus().onCommand("create", 1, [](const Strings& command) {
-        virtualTime().after(milliseconds(50), [command] {
-            bus().deliver({"created", "500", command[2], "movie"});
-        });
+        virtualTime().after(milliseconds(50), [command] { bus().deliver({"created", "500", command[2], "movie"}); });
     });
     answerOverBus(2, milliseconds(600), "movie");
 
     EXPECT_EQ(manager.createNewProxyId(), "");
 
     EXPECT_GE(journal().count(waited(milliseconds(200))), 1u);
-    EXPECT_EQ(
-        journal().count(managerLog(1000, "onZUVEvent", "Create Failed: %s\n", attemptSession(1).c_str())),
-        1u);
+    EXPECT_EQ(journal().count(managerLog(1000, "onZUVEvent", "Create Failed: %s\n", attemptSession(1).c_str())), 1u);
 }
 
 TEST_F(NewProxyId, DoesNotCountAnAnswerAtTheDeadline) {
@@ -496,9 +487,8 @@ TEST_F(NewProxyIdInSynchronousMode, DoesNotHoldTheLockAcrossTheRequest) {
     std::vector<std::string> request = answeredSyncCreate(attemptSession(1), "movie");
     request.insert(request.end() - 1, lock);
     request.push_back(unlock);
-    EXPECT_JOURNAL_LINES(joined({{entered(), lock, attemptEntered(), unlock},
-                                 request,
-                                 {lock, waitDone(), resultIs("movie"), unlock}}));
+    EXPECT_JOURNAL_LINES(
+        joined({{entered(), lock, attemptEntered(), unlock}, request, {lock, waitDone(), resultIs("movie"), unlock}}));
 }
 
 TEST_F(NewProxyIdInSynchronousMode, CountsAnAnswerThatOnlyTheBusBrings) {
@@ -568,18 +558,18 @@ TEST_F(NewProxyIdInSynchronousMode, GivesUpAfterFiveUnansweredCommandsAndOneRest
     EXPECT_EQ(manager.createNewProxyId(), "");
 
     const std::string shortWait = waited(milliseconds(200));
-    EXPECT_JOURNAL_LINES(joined(
-        {{entered()},
-         unansweredAttempt(1),
-         {restarting(attemptSession(1)), busLine("start service"), waited(milliseconds(500)), shortWait},
-         unansweredAttempt(2),
-         {shortWait},
-         unansweredAttempt(3),
-         {shortWait},
-         unansweredAttempt(4),
-         {shortWait},
-         unansweredAttempt(5),
-         {givingUp(attemptSession(5)), resultIs("")}}));
+    EXPECT_JOURNAL_LINES(
+        joined({{entered()},
+                unansweredAttempt(1),
+                {restarting(attemptSession(1)), busLine("start service"), waited(milliseconds(500)), shortWait},
+                unansweredAttempt(2),
+                {shortWait},
+                unansweredAttempt(3),
+                {shortWait},
+                unansweredAttempt(4),
+                {shortWait},
+                unansweredAttempt(5),
+                {givingUp(attemptSession(5)), resultIs("")}}));
     EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(2550));
 }
 

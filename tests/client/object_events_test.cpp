@@ -119,8 +119,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Decoding{"Seeked", fullEvent("seeked", "200", "main_video"), {seekDone()}},
                       Decoding{"SeekedOfAnAd", fullEvent("seeked", "200", "advertisement"), {seekDone()}},
                       Decoding{"SeekFailed", fullEvent("seeked", "500", "main_video"), {seekFailed()}},
-                      Decoding{
-                          "SeekOfAnAdFailed", fullEvent("seeked", "500", "advertisement"), {seekFailed()}}),
+                      Decoding{"SeekOfAnAdFailed", fullEvent("seeked", "500", "advertisement"), {seekFailed()}}),
     caseName);
 
 struct IgnoredEvent {
@@ -148,24 +147,23 @@ Strings eventFor(const char* name, const char* id) {
     return {name, "200", "session", id, "", "", "url", "definitions", "", "main_video"};
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Events, Ignored,
-    ::testing::Values(IgnoredEvent{"EmptyList", {}}, IgnoredEvent{"NameAlone", {"started"}},
-                      IgnoredEvent{"NoIdentifier", {"started", "200", "session"}},
-                      IgnoredEvent{"OtherIdentifier", eventFor("started", "other")},
-                      IgnoredEvent{"IdentifierInOtherCase", eventFor("started", "Movie")},
-                      IgnoredEvent{"LongerIdentifier", eventFor("started", "movie1")},
-                      IgnoredEvent{"ShorterIdentifier", eventFor("started", "movi")},
-                      IgnoredEvent{"StoppedForAnother", eventFor("stopped", "other")},
-                      IgnoredEvent{"SeekedForAnother", eventFor("seeked", "other")},
-                      IgnoredEvent{"DefinitionForAnother", eventFor("definition", "other")},
-                      IgnoredEvent{"Definitions", eventFor("definitions", "movie")},
-                      IgnoredEvent{"NameInOtherCase", eventFor("Started", "movie")},
-                      IgnoredEvent{"UnknownName", eventFor("unknown", "movie")},
-                      IgnoredEvent{"Created", eventFor("created", "movie")},
-                      IgnoredEvent{"Paused", eventFor("paused", "movie")},
-                      IgnoredEvent{"EmptyName", eventFor("", "movie")}),
-    caseName);
+INSTANTIATE_TEST_SUITE_P(Events, Ignored,
+                         ::testing::Values(IgnoredEvent{"EmptyList", {}}, IgnoredEvent{"NameAlone", {"started"}},
+                                           IgnoredEvent{"NoIdentifier", {"started", "200", "session"}},
+                                           IgnoredEvent{"OtherIdentifier", eventFor("started", "other")},
+                                           IgnoredEvent{"IdentifierInOtherCase", eventFor("started", "Movie")},
+                                           IgnoredEvent{"LongerIdentifier", eventFor("started", "movie1")},
+                                           IgnoredEvent{"ShorterIdentifier", eventFor("started", "movi")},
+                                           IgnoredEvent{"StoppedForAnother", eventFor("stopped", "other")},
+                                           IgnoredEvent{"SeekedForAnother", eventFor("seeked", "other")},
+                                           IgnoredEvent{"DefinitionForAnother", eventFor("definition", "other")},
+                                           IgnoredEvent{"Definitions", eventFor("definitions", "movie")},
+                                           IgnoredEvent{"NameInOtherCase", eventFor("Started", "movie")},
+                                           IgnoredEvent{"UnknownName", eventFor("unknown", "movie")},
+                                           IgnoredEvent{"Created", eventFor("created", "movie")},
+                                           IgnoredEvent{"Paused", eventFor("paused", "movie")},
+                                           IgnoredEvent{"EmptyName", eventFor("", "movie")}),
+                         caseName);
 
 TEST_F(ObjectEvents, ForAnObjectWithoutIdentifierNeedNone) {
     const auto nameless = ZUVMediaProxyObject::create("");
@@ -245,8 +243,7 @@ TEST_P(DefinitionsNotified, AreKeptAndPassedOn) {
 
     EXPECT_EQ(object->m_definitions, "definitions");
     EXPECT_EQ(object->m_state, GetParam());
-    EXPECT_JOURNAL(notifying(), calledBack("main", "movie", "definitions", "definitions"),
-                   newText("definitions"));
+    EXPECT_JOURNAL(notifying(), calledBack("main", "movie", "definitions", "definitions"), newText("definitions"));
 }
 
 INSTANTIATE_TEST_SUITE_P(States, DefinitionsNotified, ::testing::Values(1, 2));
@@ -303,8 +300,8 @@ TEST_F(Definitions, TakeTheLockForTheTextAndForTheStateAndLogWithoutIt) {
 
     object->onDefinitionsChanged("text");
 
-    EXPECT_JOURNAL(locked("object"), unlocked("object"), locked("object"), unlocked("object"),
-                   invalidState(0), newText("text"));
+    EXPECT_JOURNAL(locked("object"), unlocked("object"), locked("object"), unlocked("object"), invalidState(0),
+                   newText("text"));
 }
 
 TEST_F(Definitions, WithoutCallbackAreNotifiedInVain) {
@@ -313,8 +310,7 @@ TEST_F(Definitions, WithoutCallbackAreNotifiedInVain) {
 
     object->onDefinitionsChanged("text");
 
-    EXPECT_JOURNAL(notifying(), managerLog(4000, "notifyDefinitionsChanged", "notify error\n"),
-                   newText("text"));
+    EXPECT_JOURNAL(notifying(), managerLog(4000, "notifyDefinitionsChanged", "notify error\n"), newText("text"));
 }
 
 TEST_F(Definitions, WhileLevelsAreOffArePassedOn) {
@@ -349,9 +345,8 @@ TEST_F(Definitions, ThatArrivedWhileIdleAreDeliveredByAttaching) {
 
     object->start("", 0);
 
-    EXPECT_EQ(journal().linesOf("callback"),
-              (Strings{calledBack("main", "movie", "url", "url"),
-                       calledBack("main", "movie", "definitions", "definitions")}));
+    EXPECT_EQ(journal().linesOf("callback"), (Strings{calledBack("main", "movie", "url", "url"),
+                                                      calledBack("main", "movie", "definitions", "definitions")}));
 }
 
 } // namespace

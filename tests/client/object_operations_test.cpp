@@ -67,11 +67,7 @@ const Operation operations[] = {
      {},
      {printedLine("zuv_media_proxy_manager.cpp", "requestRemoteObjectPause"),
       managerLog(1000, "requestRemoteObjectPause", "NotImplemented.\n")}},
-    {"Seek",
-     "seek",
-     [](auto& object) { object.seek(12.5, "text"); },
-     {},
-     {{0, "seek"}, {5, "12.500000"}, {6, "text"}}},
+    {"Seek", "seek", [](auto& object) { object.seek(12.5, "text"); }, {}, {{0, "seek"}, {5, "12.500000"}, {6, "text"}}},
     {"Preload",
      "preload",
      [](auto& object) { object.preload(3.5, "one", "two", "three"); },
@@ -98,10 +94,8 @@ protected:
 TEST_P(ObjectOperation, IsTracedAndSendsOneCommand) {
     call();
 
-    EXPECT_JOURNAL_LINES(joined({{traceIn(GetParam().function)},
-                                 GetParam().beforeCommand,
-                                 commandOrOther(),
-                                 {traceOut(GetParam().function)}}));
+    EXPECT_JOURNAL_LINES(joined(
+        {{traceIn(GetParam().function)}, GetParam().beforeCommand, commandOrOther(), {traceOut(GetParam().function)}}));
 }
 
 TEST_P(ObjectOperation, PutsOutNoTraceWhileItsLevelIsOff) {
@@ -198,8 +192,8 @@ TEST_P(SendingOperation, WaitsInsideTheTraceInSynchronousMode) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, SendingOperation,
-                         ::testing::Values(operations[0], operations[2], operations[3], operations[4],
-                                           operations[6], operations[7], operations[8]),
+                         ::testing::Values(operations[0], operations[2], operations[3], operations[4], operations[6],
+                                           operations[7], operations[8]),
                          caseName);
 
 // The fields are set before anything is sent.
@@ -301,8 +295,8 @@ TEST_F(ObjectOperations, SeekReadsTheStateUnderTheLockAgain) {
 
     object->seek(1.0, "");
 
-    EXPECT_JOURNAL(traceIn("seek"), locked("object"), unlocked("object"), locked("object"),
-                   unlocked("object"), traceOut("seek"));
+    EXPECT_JOURNAL(traceIn("seek"), locked("object"), unlocked("object"), locked("object"), unlocked("object"),
+                   traceOut("seek"));
 }
 
 TEST_F(ObjectOperations, StartThatSendsDoesNotLookAtTheUrl) {
@@ -519,12 +513,11 @@ TEST_F(Attaching, StartReadsTheAnswerFromSharedMemory) {
 
     EXPECT_EQ(object->getState(), 2);
     EXPECT_EQ(object->localURL(), "local");
-    EXPECT_JOURNAL_LINES(
-        joined({{traceIn("start"), notReceived("start")},
-                readFromMemory(answer),
-                {startedLogged(), objectLog(4000, "onMediaStarted", "the current state : %d\n", 1),
-                 objectLog(4000, "onMediaStarted", "notify\n"), calledBack("main", "movie", "url", "local"),
-                 traceOut("start")}}));
+    EXPECT_JOURNAL_LINES(joined({{traceIn("start"), notReceived("start")},
+                                 readFromMemory(answer),
+                                 {startedLogged(), objectLog(4000, "onMediaStarted", "the current state : %d\n", 1),
+                                  objectLog(4000, "onMediaStarted", "notify\n"),
+                                  calledBack("main", "movie", "url", "local"), traceOut("start")}}));
 }
 
 TEST_F(Attaching, StartAdReadsTheAnswerFromSharedMemory) {
@@ -537,12 +530,11 @@ TEST_F(Attaching, StartAdReadsTheAnswerFromSharedMemory) {
     EXPECT_EQ(object->getAdState(), 1);
     EXPECT_EQ(object->getState(), 2);
     EXPECT_EQ(object->localAdURL(), "local");
-    EXPECT_JOURNAL_LINES(
-        joined({{traceIn("startAd"), notReceived("startAd")},
-                readFromMemory(answer),
-                {startedLogged(), objectLog(4000, "onAdMediaStarted", "the current state : %d\n", 1),
-                 objectLog(4000, "onAdMediaStarted", "notify\n"), calledBack("ad", "movie", "url", "local"),
-                 traceOut("startAd")}}));
+    EXPECT_JOURNAL_LINES(joined({{traceIn("startAd"), notReceived("startAd")},
+                                 readFromMemory(answer),
+                                 {startedLogged(), objectLog(4000, "onAdMediaStarted", "the current state : %d\n", 1),
+                                  objectLog(4000, "onAdMediaStarted", "notify\n"),
+                                  calledBack("ad", "movie", "url", "local"), traceOut("startAd")}}));
 }
 
 TEST_F(Attaching, StartReadsTheAnswerFromTheBusWhileTheRegionIsNotMapped) {
@@ -566,8 +558,7 @@ TEST_F(Attaching, StartAdWithNoEventAnywhereWaitsForTheBus) {
     object->startAd("ignored", 0);
 
     EXPECT_EQ(object->getAdState(), 1);
-    EXPECT_JOURNAL(traceIn("startAd"), notReceived("startAd"), kMemoryMissing, askedTheBus(),
-                   traceOut("startAd"));
+    EXPECT_JOURNAL(traceIn("startAd"), notReceived("startAd"), kMemoryMissing, askedTheBus(), traceOut("startAd"));
 }
 
 TEST_F(Attaching, StartIgnoresTheEventOfAnotherObject) {

@@ -141,16 +141,15 @@ TEST_P(ObjectAccess, LetsALockFailureOut) {
 }
 
 // Both "stopped" handlers do nothing but take the lock.
-INSTANTIATE_TEST_SUITE_P(
-    Operations, ObjectAccess,
-    ::testing::Values(Access{"Id", [](auto& object) { object.id(); }},
-                      Access{"LocalUrl", [](auto& object) { object.localURL(); }},
-                      Access{"LocalAdUrl", [](auto& object) { object.localAdURL(); }},
-                      Access{"State", [](auto& object) { object.getState(); }},
-                      Access{"AdState", [](auto& object) { object.getAdState(); }},
-                      Access{"OnMediaStopped", [](auto& object) { object.onMediaStopped(); }},
-                      Access{"OnAdMediaStopped", [](auto& object) { object.onAdMediaStopped(); }}),
-    caseName);
+INSTANTIATE_TEST_SUITE_P(Operations, ObjectAccess,
+                         ::testing::Values(Access{"Id", [](auto& object) { object.id(); }},
+                                           Access{"LocalUrl", [](auto& object) { object.localURL(); }},
+                                           Access{"LocalAdUrl", [](auto& object) { object.localAdURL(); }},
+                                           Access{"State", [](auto& object) { object.getState(); }},
+                                           Access{"AdState", [](auto& object) { object.getAdState(); }},
+                                           Access{"OnMediaStopped", [](auto& object) { object.onMediaStopped(); }},
+                                           Access{"OnAdMediaStopped", [](auto& object) { object.onAdMediaStopped(); }}),
+                         caseName);
 
 // The tables of states
 
@@ -247,8 +246,7 @@ const Transition transitions[] = {
      .calls = kWhileMainNotIdle},
 };
 
-class StateTable : public ObjectTest,
-                   public ::testing::WithParamInterface<std::tuple<Transition, int, int>> {};
+class StateTable : public ObjectTest, public ::testing::WithParamInterface<std::tuple<Transition, int, int>> {};
 
 TEST_P(StateTable, Row) {
     const auto& [transition, state, adState] = GetParam();
@@ -272,8 +270,7 @@ TEST_P(StateTable, Row) {
 
 constexpr auto rowName = [](const auto& testCase) {
     const auto& [transition, state, adState] = testCase.param;
-    return std::string(transition.name) + "FromState" + std::to_string(state) + "AdState" +
-           std::to_string(adState);
+    return std::string(transition.name) + "FromState" + std::to_string(state) + "AdState" + std::to_string(adState);
 };
 
 INSTANTIATE_TEST_SUITE_P(States, StateTable,
@@ -377,60 +374,60 @@ TEST_P(ObjectHandler, ReleasesTheLockWhenTheLogThrows) {
     EXPECT_FALSE(isHeld(object->m_mutex));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Handlers, ObjectHandler,
-    ::testing::Values(Handler{"StartedWhileIdle",
-                              [](auto& object) { object.onMediaStarted("url"); },
-                              {currentState("onMediaStarted", 0)}},
-                      Handler{"StartedWhileStarting",
-                              [](auto& object) { object.onMediaStarted("url"); },
-                              {currentState("onMediaStarted", 1), notifying("onMediaStarted"),
-                               calledBack("main", "movie", "url", "url")},
-                              1},
-                      Handler{"StartedWhileStarted",
-                              [](auto& object) { object.onMediaStarted("url"); },
-                              {currentState("onMediaStarted", 2)},
-                              2,
-                              1},
-                      Handler{"AdStartedWhileIdle",
-                              [](auto& object) { object.onAdMediaStarted("url"); },
-                              {currentState("onAdMediaStarted", 0)},
-                              1},
-                      Handler{"AdStartedWhileStarting",
-                              [](auto& object) { object.onAdMediaStarted("url"); },
-                              {currentState("onAdMediaStarted", 1), notifying("onAdMediaStarted"),
-                               calledBack("ad", "movie", "url", "url")},
-                              0,
-                              1},
-                      // No operation brings an advertisement into this state.
-                      Handler{"AdStartedWhileStarted",
-                              [](auto& object) { object.onAdMediaStarted("url"); },
-                              {currentState("onAdMediaStarted", 2)},
-                              1,
-                              2},
-                      Handler{"StartFailed",
-                              [](auto& object) { object.onMediaStartedFailed("500", "detail"); },
-                              {startFailed("onMediaStartedFailed", 2)},
-                              2,
-                              1},
-                      Handler{"AdStartFailed",
-                              [](auto& object) { object.onAdMediaStartedFailed("500", "detail"); },
-                              {startFailed("onAdMediaStartedFailed", 1)},
-                              2,
-                              1},
-                      Handler{"StopFailed",
-                              [](auto& object) { object.onMediaStoppedFailed("500", "detail"); },
-                              {stopFailed("onMediaStoppedFailed")}},
-                      Handler{"AdStopFailed",
-                              [](auto& object) { object.onAdMediaStoppedFailed("500", "detail"); },
-                              {stopFailed("onAdMediaStoppedFailed")}},
-                      Handler{"Seeked",
-                              [](auto& object) { object.onMediaSeeked(); },
-                              {objectLog(1, "onMediaSeeked", "Seek Done. %s\n", "movie")}},
-                      Handler{"SeekFailed",
-                              [](auto& object) { object.onMediaSeekedFailed("500", "detail"); },
-                              {objectLog(1000, "onMediaSeekedFailed", "Seek failed : %s\n", "movie")}}),
-    caseName);
+INSTANTIATE_TEST_SUITE_P(Handlers, ObjectHandler,
+                         ::testing::Values(Handler{"StartedWhileIdle",
+                                                   [](auto& object) { object.onMediaStarted("url"); },
+                                                   {currentState("onMediaStarted", 0)}},
+                                           Handler{"StartedWhileStarting",
+                                                   [](auto& object) { object.onMediaStarted("url"); },
+                                                   {currentState("onMediaStarted", 1), notifying("onMediaStarted"),
+                                                    calledBack("main", "movie", "url", "url")},
+                                                   1},
+                                           Handler{"StartedWhileStarted",
+                                                   [](auto& object) { object.onMediaStarted("url"); },
+                                                   {currentState("onMediaStarted", 2)},
+                                                   2,
+                                                   1},
+                                           Handler{"AdStartedWhileIdle",
+                                                   [](auto& object) { object.onAdMediaStarted("url"); },
+                                                   {currentState("onAdMediaStarted", 0)},
+                                                   1},
+                                           Handler{"AdStartedWhileStarting",
+                                                   [](auto& object) { object.onAdMediaStarted("url"); },
+                                                   {currentState("onAdMediaStarted", 1), notifying("onAdMediaStarted"),
+                                                    calledBack("ad", "movie", "url", "url")},
+                                                   0,
+                                                   1},
+                                           // No operation brings an advertisement into this state.
+                                           Handler{"AdStartedWhileStarted",
+                                                   [](auto& object) { object.onAdMediaStarted("url"); },
+                                                   {currentState("onAdMediaStarted", 2)},
+                                                   1,
+                                                   2},
+                                           Handler{"StartFailed",
+                                                   [](auto& object) { object.onMediaStartedFailed("500", "detail"); },
+                                                   {startFailed("onMediaStartedFailed", 2)},
+                                                   2,
+                                                   1},
+                                           Handler{"AdStartFailed",
+                                                   [](auto& object) { object.onAdMediaStartedFailed("500", "detail"); },
+                                                   {startFailed("onAdMediaStartedFailed", 1)},
+                                                   2,
+                                                   1},
+                                           Handler{"StopFailed",
+                                                   [](auto& object) { object.onMediaStoppedFailed("500", "detail"); },
+                                                   {stopFailed("onMediaStoppedFailed")}},
+                                           Handler{"AdStopFailed",
+                                                   [](auto& object) { object.onAdMediaStoppedFailed("500", "detail"); },
+                                                   {stopFailed("onAdMediaStoppedFailed")}},
+                                           Handler{"Seeked",
+                                                   [](auto& object) { object.onMediaSeeked(); },
+                                                   {objectLog(1, "onMediaSeeked", "Seek Done. %s\n", "movie")}},
+                                           Handler{"SeekFailed",
+                                                   [](auto& object) { object.onMediaSeekedFailed("500", "detail"); },
+                                                   {objectLog(1000, "onMediaSeekedFailed", "Seek failed : %s\n",
+                                                              "movie")}}),
+                         caseName);
 
 class UnknownState : public ObjectTest, public ::testing::WithParamInterface<int> {};
 

@@ -7,8 +7,7 @@
 namespace velmora::test {
 
 OwnClient::OwnClient(Mode mode)
-    : proxy(ZUVMediaProxyObject::create(kProxyId)), stranger(ZUVMediaProxyObject::create(kOtherId)),
-      m_mode(mode) {
+    : proxy(ZUVMediaProxyObject::create(kProxyId)), stranger(ZUVMediaProxyObject::create(kOtherId)), m_mode(mode) {
     manager.setZUVCallback(mainCallback);
     manager.setZUVAdCallback(adCallback);
     manager.cacheProxyObject(proxy);
@@ -153,19 +152,14 @@ std::vector<Operation> playbackRequests() {
         {"RequestStop", [](Client& c) { c.manager.requestRemoteObjectStop(c.kProxyId, kKind); }},
         {"RequestSeek", [](Client& c) { c.manager.requestRemoteObjectSeek(c.kProxyId, 3.25, c.kText); }},
         {"RequestPreload",
-         [](Client& c) {
-             c.manager.requestRemoteObjectPreload(c.kProxyId, 3.25, c.kText, c.kText, c.kText, kKind);
-         }},
+         [](Client& c) { c.manager.requestRemoteObjectPreload(c.kProxyId, 3.25, c.kText, c.kText, c.kText, kKind); }},
         {"RequestStartSync",
          [](Client& c) { return c.manager.requestRemoteObjectStartSync(c.kProxyId, c.kUrl, 7, kKind); }},
-        {"RequestStopSync",
-         [](Client& c) { return c.manager.requestRemoteObjectStopSync(c.kProxyId, kKind); }},
-        {"RequestSeekSync",
-         [](Client& c) { return c.manager.requestRemoteObjectSeekSync(c.kProxyId, 3.25, c.kText); }},
+        {"RequestStopSync", [](Client& c) { return c.manager.requestRemoteObjectStopSync(c.kProxyId, kKind); }},
+        {"RequestSeekSync", [](Client& c) { return c.manager.requestRemoteObjectSeekSync(c.kProxyId, 3.25, c.kText); }},
         {"RequestPreloadSync",
          [](Client& c) {
-             return c.manager.requestRemoteObjectPreloadSync(c.kProxyId, 3.25, c.kText, c.kText, c.kText,
-                                                             kKind);
+             return c.manager.requestRemoteObjectPreloadSync(c.kProxyId, 3.25, c.kText, c.kText, c.kText, kKind);
          }},
     };
 }
@@ -205,15 +199,11 @@ std::vector<Operation> otherCreation() {
     return {
         {"EntryCreateForId", [](Client& c) { return c.interface.createNewZUVMediaProxy(c.kOtherId); }},
         {"EntryCreateSync", [](Client& c) { return c.interface.createNewZUVMediaProxySync(); }},
-        {"EntryCreateSyncForId",
-         [](Client& c) { return c.interface.createNewZUVMediaProxySync(c.kOtherId); }},
+        {"EntryCreateSyncForId", [](Client& c) { return c.interface.createNewZUVMediaProxySync(c.kOtherId); }},
         {"CreateUnanswered", [](Client& c) { return c.manager.createNewZUVMediaProxy(); }, silenceService},
-        {"CreateSyncUnanswered", [](Client& c) { return c.manager.createNewZUVMediaProxySync(); },
-         silenceService},
+        {"CreateSyncUnanswered", [](Client& c) { return c.manager.createNewZUVMediaProxySync(); }, silenceService},
         {"ProxyCreate",
-         [](Client& c) -> std::shared_ptr<ZUVMediaProxyInterface> {
-             return ZUVMediaProxyObject::create(c.kOtherId);
-         }},
+         [](Client& c) -> std::shared_ptr<ZUVMediaProxyInterface> { return ZUVMediaProxyObject::create(c.kOtherId); }},
     };
 }
 
@@ -272,10 +262,8 @@ std::vector<Operation> eventMemory() {
     return {
         {"CheckEventMemory", [](Client& c) { return c.manager.checkZUVEventMemory(); }},
         {"ReadEventMemory", [](Client& c) { return c.manager.readZUVEventMemory(); }, leaveEventInRegion},
-        {"ReadNestedEventMemory", [](Client& c) { return c.manager.readZUVEventMemory(); },
-         leaveNestedMembersInRegion},
-        {"ReadBadEventMemory", [](Client& c) { return c.manager.readZUVEventMemory(); },
-         leaveNoEventAnywhere},
+        {"ReadNestedEventMemory", [](Client& c) { return c.manager.readZUVEventMemory(); }, leaveNestedMembersInRegion},
+        {"ReadBadEventMemory", [](Client& c) { return c.manager.readZUVEventMemory(); }, leaveNoEventAnywhere},
         {"ReadEvent", [](Client& c) { return c.manager.readZUVEvent(); }, leaveEventInRegion},
         {"ReadEventOfBus", [](Client& c) { return c.manager.readZUVEvent(); }, leaveNoEventAnywhere},
     };

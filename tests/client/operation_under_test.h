@@ -193,8 +193,7 @@ void EveryOperation::expectEveryFailureToPass(Call call) {
 }
 
 template <typename Exception>
-bool EveryOperation::expectFailureToPass(const Operation& operation, Call call, int nth,
-                                         const Outcome& expected) {
+bool EveryOperation::expectFailureToPass(const Operation& operation, Call call, int nth, const Outcome& expected) {
     OwnClient client(GetParam().mode);
     operation.prepare(client);
     client.beginCall();

@@ -50,9 +50,7 @@ const Playback playbacks[] = {
      "seeked",
      {{0, "seek"}, {3, "movie"}, {5, "3.250000"}, {6, "text"}}},
     {"Preload",
-     [](auto& manager) {
-         manager.requestRemoteObjectPreload("movie", 12.5, "one", "two", "three", "main_video");
-     },
+     [](auto& manager) { manager.requestRemoteObjectPreload("movie", 12.5, "one", "two", "three", "main_video"); },
      [](auto& manager) {
          return manager.requestRemoteObjectPreloadSync("movie", 12.5, "one", "two", "three", "main_video");
      },
@@ -60,13 +58,7 @@ const Playback playbacks[] = {
      "requestRemoteObjectPreloadSync",
      managerLog(4000, "requestRemoteObjectPreloadSync", "request RemoteObject preload sync.\n"),
      "started",
-     {{0, "preload"},
-      {1, "main_video"},
-      {3, "movie"},
-      {5, "12.500000"},
-      {6, "one"},
-      {7, "two"},
-      {8, "three"}}},
+     {{0, "preload"}, {1, "main_video"}, {3, "movie"}, {5, "12.500000"}, {6, "one"}, {7, "two"}, {8, "three"}}},
 };
 
 class PlaybackCommand : public ManagerTest, public ::testing::WithParamInterface<Playback> {
@@ -83,8 +75,8 @@ protected:
     }
     static Strings answer(int nth) { return {GetParam().answer, "500", sessionId(nth), "nobody"}; }
     static std::string replayed() {
-        return managerLog(1000, "onZUVEvent", "unable to find object for event: %s, %s,%s\n",
-                          GetParam().answer, "500", "nobody");
+        return managerLog(1000, "onZUVEvent", "unable to find object for event: %s, %s,%s\n", GetParam().answer, "500",
+                          "nobody");
     }
     static const char* commandName() { return GetParam().fields.front().second.c_str(); }
 };
@@ -199,8 +191,7 @@ TEST_P(PlaybackCommand, SynchronousOneTimesOutAndSendsOnce) {
 
     EXPECT_EQ(callSynchronous(), -1);
 
-    EXPECT_JOURNAL_LINES(
-        joined({{GetParam().logged, sent(1)}, unansweredWait(sessionId(1), GetParam().answer)}));
+    EXPECT_JOURNAL_LINES(joined({{GetParam().logged, sent(1)}, unansweredWait(sessionId(1), GetParam().answer)}));
 }
 
 TEST_P(PlaybackCommand, SynchronousOneIsNotCompletedByAnotherAnswer) {
@@ -229,9 +220,8 @@ TEST_P(PlaybackCommand, SynchronousOneMakesTheConnectionWhenThereIsNone) {
 
     callSynchronous();
 
-    EXPECT_JOURNAL_LINES(
-        joined({{busLine("connection made"), busLine("initialize"), GetParam().logged, sent(1)},
-                unansweredWait(sessionId(1), GetParam().answer)}));
+    EXPECT_JOURNAL_LINES(joined({{busLine("connection made"), busLine("initialize"), GetParam().logged, sent(1)},
+                                 unansweredWait(sessionId(1), GetParam().answer)}));
 }
 
 TEST_P(PlaybackCommand, SynchronousOneFailsWithoutAccess) {
@@ -293,8 +283,7 @@ TEST_P(PlaybackCommand, InSynchronousModeBlocksUntilTheWaitGivesUp) {
 
     callAsynchronous();
 
-    EXPECT_JOURNAL_LINES(
-        joined({{GetParam().logged, sent(1)}, unansweredWait(sessionId(1), GetParam().answer)}));
+    EXPECT_JOURNAL_LINES(joined({{GetParam().logged, sent(1)}, unansweredWait(sessionId(1), GetParam().answer)}));
 }
 
 TEST_P(PlaybackCommand, InSynchronousModeWithoutAccessFailsAsTheSynchronousOne) {
@@ -330,13 +319,12 @@ TEST_P(StartOption, IsSentAsDecimalText) {
                             {9, GetParam().text}}));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Values, StartOption,
-    ::testing::Values(OptionText{"Zero", 0, "0"}, OptionText{"Positive", 25, "25"},
-                      OptionText{"Negative", -7, "-7"},
-                      OptionText{"Greatest", std::numeric_limits<int>::max(), "2147483647"},
-                      OptionText{"Least", std::numeric_limits<int>::min(), "-2147483648"}),
-    caseName);
+INSTANTIATE_TEST_SUITE_P(Values, StartOption,
+                         ::testing::Values(OptionText{"Zero", 0, "0"}, OptionText{"Positive", 25, "25"},
+                                           OptionText{"Negative", -7, "-7"},
+                                           OptionText{"Greatest", std::numeric_limits<int>::max(), "2147483647"},
+                                           OptionText{"Least", std::numeric_limits<int>::min(), "-2147483648"}),
+                         caseName);
 
 struct PositionText {
     const char* name;
@@ -349,25 +337,21 @@ class Position : public ManagerTest, public ::testing::WithParamInterface<Positi
 TEST_P(Position, IsSentBySeekWithSixDigits) {
     manager.requestRemoteObjectSeek("movie", GetParam().position, "");
 
-    EXPECT_JOURNAL(command(
-        {{0, "seek"}, {2, sessionId(1)}, {3, "movie"}, {4, kRequestTimeAtBeginning}, {5, GetParam().text}}));
+    EXPECT_JOURNAL(
+        command({{0, "seek"}, {2, sessionId(1)}, {3, "movie"}, {4, kRequestTimeAtBeginning}, {5, GetParam().text}}));
 }
 
 TEST_P(Position, IsSentByPreloadWithSixDigits) {
     manager.requestRemoteObjectPreload("movie", GetParam().position, "", "", "", "");
 
-    EXPECT_JOURNAL(command({{0, "preload"},
-                            {2, sessionId(1)},
-                            {3, "movie"},
-                            {4, kRequestTimeAtBeginning},
-                            {5, GetParam().text}}));
+    EXPECT_JOURNAL(
+        command({{0, "preload"}, {2, sessionId(1)}, {3, "movie"}, {4, kRequestTimeAtBeginning}, {5, GetParam().text}}));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Values, Position,
     ::testing::Values(PositionText{"Zero", 0.0, "0.000000"}, PositionText{"Fraction", 12.5, "12.500000"},
-                      PositionText{"Negative", -3.25, "-3.250000"},
-                      PositionText{"Rounded", 0.0000005, "0.000000"},
+                      PositionText{"Negative", -3.25, "-3.250000"}, PositionText{"Rounded", 0.0000005, "0.000000"},
                       PositionText{"RoundedUp", 1.9999999, "2.000000"},
                       PositionText{"Large", 1e15, "1000000000000000.000000"},
                       PositionText{"Greatest", std::numeric_limits<double>::max(),
@@ -396,8 +380,8 @@ TEST_F(EmptyArguments, LeaveABareSessionWithoutMemoryForItsText) {
 
     manager.requestRemoteObjectStop("movie", "main_video");
 
-    EXPECT_EQ(journal().count(command(
-                  {{0, "stop"}, {1, "main_video"}, {2, "ses-"}, {3, "movie"}, {4, kRequestTimeAtBeginning}})),
+    EXPECT_EQ(journal().count(
+                  command({{0, "stop"}, {1, "main_video"}, {2, "ses-"}, {3, "movie"}, {4, kRequestTimeAtBeginning}})),
               1u);
 }
 

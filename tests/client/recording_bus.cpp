@@ -95,8 +95,7 @@ int RecordingBus::commandCount(const std::string& name) const {
     return found == m_commandCounts.end() ? 0 : found->second;
 }
 
-void RecordingBus::recordPublish(const std::string& operation, const std::string& topic,
-                                 const Strings& values) {
+void RecordingBus::recordPublish(const std::string& operation, const std::string& topic, const Strings& values) {
     journal().add(operation + topic + " " + listed(values));
     onPublish(topic, values);
     if (topic != kCommandTopic || values.empty())
@@ -151,8 +150,8 @@ int AdoptedConnection::publish(std::string topic, Strings values) {
 }
 
 std::size_t threadCount() {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"),
-                                                  std::filesystem::directory_iterator()));
+    return static_cast<std::size_t>(
+        std::distance(std::filesystem::directory_iterator("/proc/self/task"), std::filesystem::directory_iterator()));
 }
 
 } // namespace velmora::test

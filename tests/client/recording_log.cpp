@@ -104,8 +104,8 @@ std::string describeLine(const std::string& level, const std::string& format, co
         const Origin origin = takeOrigin(arguments);
         places().check(origin.file, origin.line, format);
         const std::string message = text.substr(("[" + tag + "] " + origin.text()).size());
-        return describeOrdinaryLine(level, tag, origin.file, origin.function,
-                                    format.substr(kCommonBeginning.size()), message);
+        return describeOrdinaryLine(level, tag, origin.file, origin.function, format.substr(kCommonBeginning.size()),
+                                    message);
     }
     if (format.starts_with(kTraceBeginning)) {
         const std::string first = va_arg(arguments, const char*);
@@ -124,8 +124,7 @@ using namespace velmora::test;
 int cspDebugCheckLevelGetFrameAndChunk(const CspDebugLevel* descriptor) {
     const OwnWork work;
     const bool wanted = (descriptor->words[0] & 0xFFFF) <= recordingLog().wantedUpTo;
-    permittedLevel =
-        wanted ? describeLevel(descriptor->words[0], descriptor->words[1], descriptor->words[2]) : "";
+    permittedLevel = wanted ? describeLevel(descriptor->words[0], descriptor->words[1], descriptor->words[2]) : "";
     // Any number but 0 says yes.
     return wanted ? -2 : 0;
 }

@@ -231,21 +231,20 @@ TEST_P(UuidText, SwapsTheFirstThreeFieldsAndHasThreeHyphens) {
     EXPECT_JOURNAL();
 }
 
-INSTANTIATE_TEST_SUITE_P(Bytes, UuidText,
-                         ::testing::Values(UuidCase{"Ascending",
-                                                    {0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08,
-                                                     0x09, 0x0A, 0x0B, 0x0C, 0x0D, 0x0E, 0x0F},
-                                                    "03020100-0504-0706-08090A0B0C0D0E0F"},
-                                           UuidCase{"AllZero", {}, "00000000-0000-0000-0000000000000000"},
-                                           UuidCase{"AllOnes",
-                                                    {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
-                                                     0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
-                                                    "FFFFFFFF-FFFF-FFFF-FFFFFFFFFFFFFFFF"},
-                                           UuidCase{"HighBits",
-                                                    {0x80, 0x90, 0xA0, 0xB0, 0xC0, 0xD0, 0xE0, 0xF0, 0x81,
-                                                     0x92, 0xA3, 0xB4, 0xC5, 0xD6, 0xE7, 0xF8},
-                                                    "B0A09080-D0C0-F0E0-8192A3B4C5D6E7F8"}),
-                         caseName);
+INSTANTIATE_TEST_SUITE_P(
+    Bytes, UuidText,
+    ::testing::Values(
+        UuidCase{"Ascending",
+                 {0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x0D, 0x0E, 0x0F},
+                 "03020100-0504-0706-08090A0B0C0D0E0F"},
+        UuidCase{"AllZero", {}, "00000000-0000-0000-0000000000000000"},
+        UuidCase{"AllOnes",
+                 {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
+                 "FFFFFFFF-FFFF-FFFF-FFFFFFFFFFFFFFFF"},
+        UuidCase{"HighBits",
+                 {0x80, 0x90, 0xA0, 0xB0, 0xC0, 0xD0, 0xE0, 0xF0, 0x81, 0x92, 0xA3, 0xB4, 0xC5, 0xD6, 0xE7, 0xF8},
+                 "B0A09080-D0C0-F0E0-8192A3B4C5D6E7F8"}),
+    caseName);
 
 TEST_F(Identifiers, GiveTheMemoryOfTheirTextBack) {
     const std::size_t liveBefore = liveAllocations();

@@ -81,8 +81,7 @@ TEST(SharedObject, LogsThroughThePlatform) {
 
     library.manager();
 
-    EXPECT_EQ(journal().lines().front(),
-              entryLog(4000, "requestZUVMediaProxy", "get proxy manager interface.\n"));
+    EXPECT_EQ(journal().lines().front(), entryLog(4000, "requestZUVMediaProxy", "get proxy manager interface.\n"));
 }
 
 TEST(SharedObject, GivesTheSameManagerAfterItWasUnloaded) {
@@ -160,27 +159,26 @@ std::vector<std::string> dynamicSection() {
 }
 
 TEST(SharedObject, ExportsItsPublicSymbolsAlone) {
-    Lines exported = matches(outputOf(ZUV_NM " --dynamic --defined-only '" ZUV_MEDIA_PROXY_LIBRARY "'"),
-                             "^[0-9a-f]+ . (.*)$");
+    Lines exported =
+        matches(outputOf(ZUV_NM " --dynamic --defined-only '" ZUV_MEDIA_PROXY_LIBRARY "'"), "^[0-9a-f]+ . (.*)$");
     // Both classes are abstract and define no virtual operation out of line: whether their own tables are
     // there at all is the optimiser's choice.
     exported.erase("_ZTVN7velmora22ZUVMediaProxyInterfaceE");
     exported.erase("_ZTVN7velmora29ZUVMediaProxyManagerInterfaceE");
 
-    EXPECT_EQ(exported,
-              (Lines{"requestZUVMediaProxy", "_ZN7velmora29ZUVMediaProxyManagerInterface11getInstanceEv",
-                     "_ZN7velmora22ZUVMediaProxyInterface6createEv",
-                     "_ZN7velmora22ZUVMediaProxyInterface13getObjectByIdE"
-                     "NSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE",
-                     "_ZTIN7velmora22ZUVMediaProxyInterfaceE", "_ZTSN7velmora22ZUVMediaProxyInterfaceE",
-                     "_ZTIN7velmora29ZUVMediaProxyManagerInterfaceE",
-                     "_ZTSN7velmora29ZUVMediaProxyManagerInterfaceE"}));
+    EXPECT_EQ(exported, (Lines{"requestZUVMediaProxy", "_ZN7velmora29ZUVMediaProxyManagerInterface11getInstanceEv",
+                               "_ZN7velmora22ZUVMediaProxyInterface6createEv",
+                               "_ZN7velmora22ZUVMediaProxyInterface13getObjectByIdE"
+                               "NSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE",
+                               "_ZTIN7velmora22ZUVMediaProxyInterfaceE", "_ZTSN7velmora22ZUVMediaProxyInterfaceE",
+                               "_ZTIN7velmora29ZUVMediaProxyManagerInterfaceE",
+                               "_ZTSN7velmora29ZUVMediaProxyManagerInterfaceE"}));
 }
 
 TEST(SharedObject, NeedsJsonUuidThePlatformAndTheRunTimeAlone) {
     Lines needed = matches(dynamicSection(), R"(\(NEEDED\).*\[(.*)\.so)");
-    for (const char* runtime : {"libstdc++", "libgcc_s", "libm", "libc", "ld-linux-x86-64", "ld-linux-armhf",
-                                "libasan", "libubsan", "libtsan"})
+    for (const char* runtime : {"libstdc++", "libgcc_s", "libm", "libc", "ld-linux-x86-64", "ld-linux-armhf", "libasan",
+                                "libubsan", "libtsan"})
         needed.erase(runtime);
 
     EXPECT_EQ(needed, (Lines{"libjsoncpp", "libuuid", "libzuv_desktop"}));

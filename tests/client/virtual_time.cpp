@@ -157,8 +157,7 @@ SteadyTime wrappedSteadyNow() {
 }
 
 void realNotifyAll(std::condition_variable* condition) asm("__real__ZNSt18condition_variable10notify_allEv");
-void wrappedNotifyAll(std::condition_variable* condition) asm(
-    "__wrap__ZNSt18condition_variable10notify_allEv");
+void wrappedNotifyAll(std::condition_variable* condition) asm("__wrap__ZNSt18condition_variable10notify_allEv");
 
 void wrappedNotifyAll(std::condition_variable* condition) {
     const OwnWork work;

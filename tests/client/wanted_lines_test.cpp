@@ -11,8 +11,7 @@ namespace {
 constexpr unsigned kNone = 0;
 
 /// A group of operations, and the level that the log wants up to.
-class WantedLines : public PlatformTest,
-                    public ::testing::WithParamInterface<std::tuple<OperationGroup, unsigned>> {
+class WantedLines : public PlatformTest, public ::testing::WithParamInterface<std::tuple<OperationGroup, unsigned>> {
 protected:
     static unsigned levelOf(const std::string& logLine) {
         const std::string word = "level ";

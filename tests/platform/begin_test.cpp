@@ -45,8 +45,7 @@ TEST(Start, DeliversFromHereOnAndNotBefore) {
 
     ASSERT_EQ(receiver.access.start(), 0);
     sender.access.publish(kEventTopic, {"late"});
-    EXPECT_TRUE(
-        receiver.client.awaitEvent([](const Event& event) { return event == Event{"late"}; }, kPatience));
+    EXPECT_TRUE(receiver.client.awaitEvent([](const Event& event) { return event == Event{"late"}; }, kPatience));
 }
 
 TEST(Start, DeliversOnOneThreadThatIsNoCallers) {
@@ -85,8 +84,7 @@ TEST(Start, DeliversOnAThreadThatTakesNoSignals) {
     const sigset_t blocked = delivery.get();
     for (const int signal : {SIGTERM, SIGINT, SIGALRM, SIGCHLD, SIGUSR1}) {
         EXPECT_EQ(sigismember(&blocked, signal), 1) << signal;
-        EXPECT_EQ(sigismember(&afterwards, signal), sigismember(&before, signal))
-            << "the caller's " << signal;
+        EXPECT_EQ(sigismember(&afterwards, signal), sigismember(&before, signal)) << "the caller's " << signal;
     }
 }
 

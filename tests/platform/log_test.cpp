@@ -33,9 +33,8 @@ TEST(LogLevel, IsWantedUpToTheHighestThatIsPutOut) {
 }
 
 TEST(LogOutput, FormatsAsPrintfDoes) {
-    const std::string log = logOf([] {
-        cspDebugOutput0("[%s] %s:%d:%s(): %s|%%|%5.1f\n", "B-LOG", "file.cpp", 12, "start", "100% {}", 2.5);
-    });
+    const std::string log = logOf(
+        [] { cspDebugOutput0("[%s] %s:%d:%s(): %s|%%|%5.1f\n", "B-LOG", "file.cpp", 12, "start", "100% {}", 2.5); });
 
     EXPECT_NE(log.find("[B-LOG] file.cpp:12:start(): 100% {}|%|  2.5\n"), std::string::npos) << log;
 }
@@ -73,8 +72,7 @@ TEST(LogOutput, PutsOneLineOutPerCallFromManyThreads) {
     std::vector<std::string> expected;
     for (int thread = 0; thread < kThreads; ++thread)
         for (int line = 0; line < kLines; ++line)
-            expected.push_back("<" + std::to_string(thread) + " " + std::to_string(line) + " " + filling +
-                               ">");
+            expected.push_back("<" + std::to_string(thread) + " " + std::to_string(line) + " " + filling + ">");
     std::vector<std::string> lines; // without what the platform puts before them
     for (std::string line; std::getline(log, line);)
         lines.push_back(line.substr(std::min(line.find('<'), line.size())));

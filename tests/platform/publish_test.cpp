@@ -132,8 +132,7 @@ TEST(Publish, FromInsideACallback) {
 
     asking.access.publish(kEventTopic, {"question"});
 
-    EXPECT_TRUE(
-        asking.client.awaitEvent([](const Event& event) { return event == Event{"answer"}; }, kPatience));
+    EXPECT_TRUE(asking.client.awaitEvent([](const Event& event) { return event == Event{"answer"}; }, kPatience));
 }
 
 // The client publishes with a mutex held that its callback may be waiting for.
@@ -181,8 +180,7 @@ TEST(PublishAndRead, KeepTheOrderOfAConnectionAcrossTopics) {
         asking.access.publish(kEventTopic, {"unknown"});
         asking.access.publish(kCommandTopic, command);
 
-        ASSERT_TRUE(asking.awaitValue(kEventTopic, answer))
-            << i << ": the neutral event came after the answer";
+        ASSERT_TRUE(asking.awaitValue(kEventTopic, answer)) << i << ": the neutral event came after the answer";
         Event value;
         ASSERT_EQ(asking.readPatiently(kEventTopic, value), 0);
         ASSERT_EQ(value, answer) << "and stays";

@@ -36,11 +36,9 @@ bool RecordingClient::awaitEvents(std::size_t count) {
     return m_changed.wait_for(lock, kPatience, [&] { return m_events.size() >= count; });
 }
 
-bool RecordingClient::awaitEvent(const std::function<bool(const Event&)>& wanted,
-                                 std::chrono::milliseconds limit) {
+bool RecordingClient::awaitEvent(const std::function<bool(const Event&)>& wanted, std::chrono::milliseconds limit) {
     std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, limit,
-                              [&] { return std::any_of(m_events.begin(), m_events.end(), wanted); });
+    return m_changed.wait_for(lock, limit, [&] { return std::any_of(m_events.begin(), m_events.end(), wanted); });
 }
 
 bool RecordingClient::awaitStateChanges(int count) {

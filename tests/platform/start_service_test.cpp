@@ -44,13 +44,11 @@ protected:
 
     std::string nextSession() { return "ses-" + std::to_string(++m_sessions); }
 
-    void inspect(const std::string& session) {
-        access().publish(kCommandTopic, commandOf("inspect", session));
-    }
+    void inspect(const std::string& session) { access().publish(kCommandTopic, commandOf("inspect", session)); }
 
     bool isAnswered(const std::string& session, std::chrono::milliseconds limit) {
-        return m_participant->client.awaitEvent(
-            [&](const Event& event) { return isAnswer(event, "status", session); }, limit);
+        return m_participant->client.awaitEvent([&](const Event& event) { return isAnswer(event, "status", session); },
+                                                limit);
     }
 
     // Asks as often as the client does, since nobody hears a command before the service runs.
@@ -147,8 +145,7 @@ TEST_F(StartService, AskedForAgainWhileItIsUnderWayStartsOne) {
     const long instance = thing().instance();
     const std::string session = nextSession();
     inspect(session);
-    std::this_thread::sleep_for(
-        500ms); // for a second one to answer as well, or to take the first one's place
+    std::this_thread::sleep_for(500ms); // for a second one to answer as well, or to take the first one's place
     const auto events = m_participant->client.events();
     EXPECT_EQ(std::count_if(events.begin(), events.end(),
                             [&](const Event& event) { return isAnswer(event, "status", session); }),

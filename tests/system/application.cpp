@@ -18,8 +18,8 @@ void ApplicationTest::startService() {
     desktop::BusPointer bus;
     ASSERT_GE(desktop::openBus(bus), 0);
     const char* daemon = "org.freedesktop.DBus";
-    ASSERT_GE(sd_bus_call_method(bus.get(), daemon, "/org/freedesktop/DBus", daemon, "StartServiceByName",
-                                 nullptr, nullptr, "su", desktop::kServiceName, 0),
+    ASSERT_GE(sd_bus_call_method(bus.get(), daemon, "/org/freedesktop/DBus", daemon, "StartServiceByName", nullptr,
+                                 nullptr, "su", desktop::kServiceName, 0),
               0);
 }
 

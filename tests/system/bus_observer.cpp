@@ -32,8 +32,8 @@ BusObserver::BusObserver() {
         throw std::runtime_error("no bus for the observer");
     listen(topicMatchRule(kCommandTopic), onCommand);
     listen(topicMatchRule(kEventTopic), onEvent);
-    listen(std::string("type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='") +
-               kServiceName + "'",
+    listen(std::string("type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='") + kServiceName +
+               "'",
            onOwnerChanged);
 }
 
@@ -73,8 +73,8 @@ bool BusObserver::hasAnswer(const std::string& name, const std::string& code) co
 
 pid_t BusObserver::serviceProcess() {
     sd_bus_message* reply = nullptr;
-    sd_bus_call_method(m_bus.get(), kDaemonName, kDaemonPath, kDaemonName, "GetConnectionUnixProcessID",
-                       nullptr, &reply, "s", kServiceName);
+    sd_bus_call_method(m_bus.get(), kDaemonName, kDaemonPath, kDaemonName, "GetConnectionUnixProcessID", nullptr,
+                       &reply, "s", kServiceName);
     const MessagePointer answer(reply);
     uint32_t process = 0;
     if (answer == nullptr || sd_bus_message_read(reply, "u", &process) <= 0)

@@ -194,31 +194,19 @@ const std::vector<PromiseRule>& promiseRules() {
 
         {Start, main, Asynchronous, kNoSuccess, startingMainVideo(kAtOnce)},
         {Start, main, Asynchronous, {Answered}, startedMainVideo({kUrl}, kAtOnce)},
-        {Start,
-         main,
-         Asynchronous,
-         {AnsweredLate, AnsweredWithNews},
-         startedMainVideo({kUrl, kDefinitions}, kAtOnce)},
+        {Start, main, Asynchronous, {AnsweredLate, AnsweredWithNews}, startedMainVideo({kUrl, kDefinitions}, kAtOnce)},
         {Start, main, Synchronous, {Unanswered}, startingMainVideo(kAnswerWaitInVain)},
         {Start, main, Synchronous, {UnknownObject}, startingMainVideo(kAnswerWait)},
         {Start, main, Synchronous, {AnsweredLate}, startedMainVideo({kUrl, kDefinitions}, kAnswerWaitInVain)},
         {Start, main, Synchronous, {Answered}, startedMainVideo({kUrlFromEither}, kAnswerWait)},
-        {Start,
-         main,
-         Synchronous,
-         {AnsweredWithNews},
-         startedMainVideo({kUrlFromEither, kDefinitions}, kAnswerWait)},
+        {Start, main, Synchronous, {AnsweredWithNews}, startedMainVideo({kUrlFromEither, kDefinitions}, kAnswerWait)},
 
         {Start, ad, Asynchronous, kNoSuccess, startingAdvertisement(kAtOnce)},
         {Start, ad, Asynchronous, {AnsweredLate, Answered}, startedAdvertisement({kAdUrl}, kAtOnce)},
         {Start, ad, Synchronous, {Unanswered}, startingAdvertisement(kAnswerWaitInVain)},
         {Start, ad, Synchronous, {UnknownObject}, startingAdvertisement(kAnswerWait)},
         {Start, ad, Synchronous, {AnsweredLate}, startedAdvertisement({kAdUrl}, kAnswerWaitInVain)},
-        {Start,
-         ad,
-         Synchronous,
-         {Answered},
-         startedAdvertisement({kAdUrlFromEither, kAdUrlFromTheOther}, kAnswerWait)},
+        {Start, ad, Synchronous, {Answered}, startedAdvertisement({kAdUrlFromEither, kAdUrlFromTheOther}, kAnswerWait)},
 
         {Stop, main, Asynchronous, kAnyOfACommand, stopped(main, kAtOnce)},
         {Stop, main, Synchronous, {Unanswered, AnsweredLate}, stopped(main, kAnswerWaitInVain)},
@@ -250,11 +238,7 @@ const std::vector<PromiseRule>& promiseRules() {
 
         {Inspect, none, Asynchronous, {Unanswered, AnsweredLate}, alive(false, kLivenessWaitInVain)},
         {Inspect, none, Asynchronous, {Answered}, alive(true, kLivenessWait)},
-        {Inspect,
-         none,
-         Synchronous,
-         {Unanswered, AnsweredLate},
-         alive(false, kSynchronousLivenessWaitInVain)},
+        {Inspect, none, Synchronous, {Unanswered, AnsweredLate}, alive(false, kSynchronousLivenessWaitInVain)},
         {Inspect, none, Synchronous, {Answered}, alive(true, kAnswerWait)},
     };
     return all;
@@ -294,10 +278,8 @@ std::string nameOf(const Cell& cell) {
     static const std::array moments{"_before", "_during", "_after"};
     static const std::array afterwards{"_not_restarted", "_restarted", "_continued"};
     return commandOf(cell.operation) + kinds.at(static_cast<std::size_t>(cell.kind)) +
-           modes.at(static_cast<std::size_t>(cell.mode)) +
-           disturbances.at(static_cast<std::size_t>(cell.disturbance)) +
-           moments.at(static_cast<std::size_t>(cell.moment)) +
-           afterwards.at(static_cast<std::size_t>(cell.afterwards));
+           modes.at(static_cast<std::size_t>(cell.mode)) + disturbances.at(static_cast<std::size_t>(cell.disturbance)) +
+           moments.at(static_cast<std::size_t>(cell.moment)) + afterwards.at(static_cast<std::size_t>(cell.afterwards));
 }
 
 bool Pattern::holds(const Cell& cell) const {

@@ -19,8 +19,7 @@ int longest(Range milliseconds) {
 }
 
 /// @param before the news before it.
-bool ranWhere(CallbackThread promised, const News& news, const std::vector<News>& before,
-              std::thread::id delivery) {
+bool ranWhere(CallbackThread promised, const News& news, const std::vector<News>& before, std::thread::id delivery) {
     if (promised == CallbackThread::Delivery)
         return news.thread == delivery;
     const bool isEither = news.thread == delivery || news.thread == std::this_thread::get_id();
@@ -56,8 +55,7 @@ TEST_P(DisconnectMatrix, KeepsItsPromise) {
     EXPECT_EQ(!seen.localUrl.empty(), promise.localUrl);
     expectCallbacks(seen, promise.callbacks);
     const int commands = static_cast<int>(seen.commands.size());
-    EXPECT_EQ(std::count(seen.commands.begin(), seen.commands.end(), commandOf(GetParam().operation)),
-              commands);
+    EXPECT_EQ(std::count(seen.commands.begin(), seen.commands.end(), commandOf(GetParam().operation)), commands);
     EXPECT_GE(commands, promise.commands.least);
     EXPECT_LE(commands, promise.commands.most);
     EXPECT_EQ(seen.restarts, promise.restarts);

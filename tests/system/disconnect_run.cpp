@@ -75,8 +75,8 @@ std::string DisconnectRun::scenario() const {
     const std::string steps = killed  ? (after ? answer + "," : "") + R"({ "do": "abort" })"
                               : after ? answer + R"(,{ "do": "freeze" })"
                                       : R"({ "do": "freeze" },)" + answer;
-    return R"({"description": "One cell.", "rules": [{"command": ")" + commandOf(m_cell.operation) +
-           R"(", "nth": )" + (after && twice ? "2" : "1") + R"(, "steps": [)" + steps + "]}]}";
+    return R"({"description": "One cell.", "rules": [{"command": ")" + commandOf(m_cell.operation) + R"(", "nth": )" +
+           (after && twice ? "2" : "1") + R"(, "steps": [)" + steps + "]}]}";
 }
 
 // A creation whose command was not answered starts the service itself.
@@ -144,13 +144,11 @@ std::shared_ptr<ZUVMediaProxyInterface> DisconnectRun::newProxy() const {
 void DisconnectRun::startMedium() {
     start();
     if (isAdvertisement()) {
-        require(NewsRecord::await(Medium::Advertisement, "url", m_cell.mode == Mode::Synchronous ? 2 : 1)
-                    .has_value(),
+        require(NewsRecord::await(Medium::Advertisement, "url", m_cell.mode == Mode::Synchronous ? 2 : 1).has_value(),
                 "the advertisement did not start");
         return;
     }
-    require(NewsRecord::await(Medium::MainVideo, "url") &&
-                NewsRecord::await(Medium::MainVideo, "definitions"),
+    require(NewsRecord::await(Medium::MainVideo, "url") && NewsRecord::await(Medium::MainVideo, "definitions"),
             "the main video did not start");
 }
 
@@ -162,8 +160,7 @@ void DisconnectRun::disturb() {
 
 void DisconnectRun::awaitDisturbance() {
     if (m_cell.disturbance == Disturbance::Killed)
-        require(m_observer->await([this] { return m_observer->departures() > 0; }),
-                "the service did not end");
+        require(m_observer->await([this] { return m_observer->departures() > 0; }), "the service did not end");
     else
         require(eventually([this] { return isStopped(m_service); }), "the service did not freeze");
 }
@@ -268,8 +265,7 @@ void DisconnectRun::awaitCallbacks() {
 void DisconnectRun::passFence() {
     const std::string mark = kFence + std::to_string(++m_fences);
     m_manager->m_modelAccess->publish(desktop::kEventTopic, {"started", "200", "", kFence, "", "", mark});
-    require(m_observer->await([&] { return m_observer->hasEvent(kLocalUrl, mark); }),
-            "the bus lost the fence");
+    require(m_observer->await([&] { return m_observer->hasEvent(kLocalUrl, mark); }), "the bus lost the fence");
     require(eventually([&] { return m_fence->localURL() == mark; }), "the library lost the fence");
 }
 

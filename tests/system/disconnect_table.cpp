@@ -98,10 +98,9 @@ bool isOfOneTable(const Cell& one, const Cell& other) {
 
 void printTableHeading(const Cell& cell) {
     const std::string kind = cell.kind == Kind::None ? "" : ", " + textOf(cell.kind);
-    std::printf("\n### %s%s, %s\n\n", textOf(cell.operation).c_str(), kind.c_str(),
-                textOf(cell.mode).c_str());
-    printHeading({"The service is", "The command is", "The call returns", "States: main, ad", "Local URL",
-                  "Callbacks", "Commands", "Restarts", "The call takes", "Verdict"});
+    std::printf("\n### %s%s, %s\n\n", textOf(cell.operation).c_str(), kind.c_str(), textOf(cell.mode).c_str());
+    printHeading({"The service is", "The command is", "The call returns", "States: main, ad", "Local URL", "Callbacks",
+                  "Commands", "Restarts", "The call takes", "Verdict"});
 }
 
 void printCells() {
@@ -135,10 +134,9 @@ void printAbsence(const Absence& absence) {
 }
 
 void printAbsences() {
-    std::printf(
-        "\n## Combinations that do not exist\n\nOf %zu combinations, %zu are cells. The others, each counted "
-        "in the first row that fits:\n\n",
-        allCombinations().size(), allCells().size());
+    std::printf("\n## Combinations that do not exist\n\nOf %zu combinations, %zu are cells. The others, each counted "
+                "in the first row that fits:\n\n",
+                allCombinations().size(), allCells().size());
     printHeading({"Operation", "Of", "Mode", "The service is", "When", "Then", "Combinations", "Why not"});
     for (const Absence& absence : absences())
         printAbsence(absence);

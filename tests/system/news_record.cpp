@@ -13,8 +13,7 @@ std::vector<News> record;
 
 void append(Medium medium, std::string proxyId, std::string changed, std::string value) {
     const std::lock_guard<std::mutex> lock(recordMutex);
-    record.push_back(
-        {medium, std::move(proxyId), std::move(changed), std::move(value), std::this_thread::get_id()});
+    record.push_back({medium, std::move(proxyId), std::move(changed), std::move(value), std::this_thread::get_id()});
     recordGrew.notify_all();
 }
 

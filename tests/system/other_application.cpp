@@ -35,8 +35,7 @@ OtherApplication::~OtherApplication() {
 
 std::string OtherApplication::ask(const std::string& what) {
     const std::string line = what + "\n";
-    EXPECT_EQ(send(m_socket.get(), line.data(), line.size(), MSG_NOSIGNAL),
-              static_cast<ssize_t>(line.size()));
+    EXPECT_EQ(send(m_socket.get(), line.data(), line.size(), MSG_NOSIGNAL), static_cast<ssize_t>(line.size()));
     std::string answer = readLine();
     for (; answer.starts_with("! "); answer = readLine())
         m_news.push_back(answer.substr(2));

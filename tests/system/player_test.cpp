@@ -36,8 +36,8 @@ Outcome play(const std::string& arguments) {
 }
 
 Outcome playInScenario(const std::string& scenario, const std::string& medium) {
-    return run(ZUV_PROGRAMS_DIR "/zuv-desktop run --private-shm --engine simulated --scenario " + scenario +
-               " -- " + kPlayer + medium);
+    return run(ZUV_PROGRAMS_DIR "/zuv-desktop run --private-shm --engine simulated --scenario " + scenario + " -- " +
+               kPlayer + medium);
 }
 
 bool contains(const Outcome& outcome, const std::string& text) {
@@ -50,9 +50,8 @@ TEST_P(PlayerInBothModes, PlaysTheWholeProgrammeAndProvesTheBytes) {
     const Outcome outcome = play(std::string(GetParam()) + " --seek 1 " + kClip);
 
     EXPECT_EQ(outcome.status, 0) << outcome.output;
-    for (const char* step :
-         {"main video: url http://127.0.0.1:", "main video: definitions ",
-          "advertisement: url http://127.0.0.1:", "Seek Done.", "preloaded; local URL ", "done"})
+    for (const char* step : {"main video: url http://127.0.0.1:", "main video: definitions ",
+                             "advertisement: url http://127.0.0.1:", "Seek Done.", "preloaded; local URL ", "done"})
         EXPECT_TRUE(contains(outcome, step)) << step << "\n" << outcome.output;
 }
 
@@ -78,8 +77,7 @@ TEST(Player, SaysSoWhenTheLibraryIsMissing) {
     const Outcome outcome = run(kPlayer + "--library /no/such/library.so " + kClip);
 
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_TRUE(contains(outcome, "cannot load the media proxy library: /no/such/library.so"))
-        << outcome.output;
+    EXPECT_TRUE(contains(outcome, "cannot load the media proxy library: /no/such/library.so")) << outcome.output;
 }
 
 TEST(Player, SaysSoWhenThereIsNoBus) {

@@ -40,8 +40,7 @@ void ScenarioApplicationTest::playWithoutScenario() {
 }
 
 Proxy ScenarioApplicationTest::create(Mode mode) {
-    return mode == Mode::Synchronous ? manager().createNewZUVMediaProxySync()
-                                     : manager().createNewZUVMediaProxy();
+    return mode == Mode::Synchronous ? manager().createNewZUVMediaProxySync() : manager().createNewZUVMediaProxy();
 }
 
 std::string ScenarioApplicationTest::addMedium(const std::string& name) {

@@ -91,8 +91,7 @@ public:
     /// The library lives on: the proxy plays another medium as if nothing had been.
     void expectPlaysOn() {
         const std::string medium = addMedium("second");
-        const std::size_t urls =
-            static_cast<std::size_t>(std::ranges::count(kindsOf(NewsRecord::all()), kUrl));
+        const std::size_t urls = static_cast<std::size_t>(std::ranges::count(kindsOf(NewsRecord::all()), kUrl));
         const std::size_t timeouts = ClientLog::count(kTimeout);
 
         m_proxy->stop();
@@ -314,8 +313,7 @@ public:
     static void expectLinesInOrder(const std::string& first, const std::string& second) {
         const std::vector<std::string> lines = ClientLog::lines();
         const auto find = [&](const std::string& text) {
-            return std::ranges::find_if(
-                lines, [&](const auto& line) { return line.find(text) != std::string::npos; });
+            return std::ranges::find_if(lines, [&](const auto& line) { return line.find(text) != std::string::npos; });
         };
         EXPECT_NE(find(second), lines.end()) << second;
         EXPECT_LT(find(first), find(second)) << first;
@@ -366,16 +364,12 @@ const std::vector<Row> kRows = {
     {"answer-twice", &Application::playsOnceThoughToldTwice, &Application::playsAtOnceAndOnceThoughToldTwice},
     {"answer-wrong-code", &Application::bringsNothing, &Application::returnsAtOnceWithNothing,
      "ZUV Media Proxy stated : 500 ( The scenario says so) "},
-    {"answers-out-of-order", &Application::playsAfterTheSeekIsDone,
-     &Application::timesOutAndPlaysAfterTheSeekIsDone},
-    {"events-definitions", &Application::hearsOfThreeDefinitions,
-     &Application::timesOutAndHearsOfThreeDefinitions},
-    {"events-started-again", &Application::playsOnceThoughToldTwice,
-     &Application::playsAtOnceAndOnceThoughToldTwice},
-    {"events-status-storm", &Application::playsThroughTheStorm,
-     &Application::timesOutAndPlaysThroughTheStorm},
-    {"memory-deep-nesting", &Application::plays, &Application::timesOutAndPlays,
-     "Fail to parse json string:[[[[", kSynchronousOnly},
+    {"answers-out-of-order", &Application::playsAfterTheSeekIsDone, &Application::timesOutAndPlaysAfterTheSeekIsDone},
+    {"events-definitions", &Application::hearsOfThreeDefinitions, &Application::timesOutAndHearsOfThreeDefinitions},
+    {"events-started-again", &Application::playsOnceThoughToldTwice, &Application::playsAtOnceAndOnceThoughToldTwice},
+    {"events-status-storm", &Application::playsThroughTheStorm, &Application::timesOutAndPlaysThroughTheStorm},
+    {"memory-deep-nesting", &Application::plays, &Application::timesOutAndPlays, "Fail to parse json string:[[[[",
+     kSynchronousOnly},
     {"memory-nested-member", &Application::plays, &Application::throwsAndPlays},
     {"memory-no-zero-byte", &Application::plays, &Application::playsAtOnce, R"("9":"main_video"}      )",
      kSynchronousOnly},
@@ -391,8 +385,7 @@ const std::vector<Row> kRows = {
      kSynchronousOnly},
     {"service-aborts", &Application::losesTheService, &Application::timesOutAndLosesTheService},
     {"service-exits", &Application::losesTheService, &Application::timesOutAndLosesTheService},
-    {"service-exits-after-answer", &Application::losesTheServiceThatPlayed,
-     &Application::losesTheServiceThatPlayed},
+    {"service-exits-after-answer", &Application::losesTheServiceThatPlayed, &Application::losesTheServiceThatPlayed},
     {"service-freezes", &Application::losesTheFrozenService, &Application::timesOutAndLosesTheFrozenService},
     {"service-freezes-after-answer", &Application::losesTheFrozenServiceThatPlayed,
      &Application::losesTheFrozenServiceThatPlayed},
@@ -507,14 +500,12 @@ TEST_F(Application, ThatCreatesWhileEventsComeUnaskedGetsTheIdentifierOfItsLastP
     constexpr const char* kCreation = "Create   RemoteObject.";
     ClientLog::hold("zuv service alive:", [] { EXPECT_TRUE(ClientLog::await(kCreation, 2)); });
     start();
-    ASSERT_TRUE(
-        NewsRecord::await(Medium::MainVideo, "url")); // the answer to the creation comes behind the storm
+    ASSERT_TRUE(NewsRecord::await(Medium::MainVideo, "url")); // the answer to the creation comes behind the storm
 
     const Proxy second = create(Mode::Asynchronous);
 
     EXPECT_EQ(second->id(), m_proxy->id());
-    EXPECT_EQ(ZUVMediaProxyInterface::getObjectById(second->id()), m_proxy)
-        << "the news is still the first one's";
+    EXPECT_EQ(ZUVMediaProxyInterface::getObjectById(second->id()), m_proxy) << "the news is still the first one's";
 }
 
 TEST_F(Application, LosesTheNextServiceTooWhereTheScenarioIsForEveryOne) {

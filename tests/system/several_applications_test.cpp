@@ -113,8 +113,7 @@ TEST_F(SeveralApplications, HearOfTheirOwnObjectsOnly) {
     EXPECT_TRUE(serves(url->value, ownMedium));
     // The last event of all, and every application has heard the others' before it.
     ASSERT_TRUE(NewsRecord::await(Medium::MainVideo, "definitions"));
-    EXPECT_EQ(kindsOf(NewsRecord::all()),
-              (std::vector<std::string>{"main video url", "main video definitions"}));
+    EXPECT_EQ(kindsOf(NewsRecord::all()), (std::vector<std::string>{"main video url", "main video definitions"}));
     for (const News& news : NewsRecord::all())
         EXPECT_EQ(news.proxyId, own->id());
     EXPECT_TRUE(ClientLog::await("unable to find object for event: started, 200," + idOfSecond));
@@ -133,8 +132,7 @@ protected:
         playRules(R"({"command": "create", "nth": 1, "steps": [{"do": "answer"}]},
                      {"command": "create", "steps": []})");
         manager(); // from here on the application hears what is said on the bus
-        ClientLog::hold("New Created Object:",
-                        [] { EXPECT_TRUE(ClientLog::await("Create   RemoteObject.")); });
+        ClientLog::hold("New Created Object:", [] { EXPECT_TRUE(ClientLog::await("Create   RemoteObject.")); });
         m_identifier = m_other.ask("create");
         m_own = create(Mode::Asynchronous);
         ASSERT_NE(m_identifier, "");

@@ -29,16 +29,14 @@ void StartableService::nextFails() const {
 // whole.
 void StartableService::write(const std::string& lastLine) const {
     const fs::path script = folder() / "next";
-    std::ofstream(script) << "#!/bin/sh\necho >>" << (folder() / "starts").string() << "\n"
-                          << lastLine << "\n";
+    std::ofstream(script) << "#!/bin/sh\necho >>" << (folder() / "starts").string() << "\n" << lastLine << "\n";
     fs::permissions(script, fs::perms::owner_all);
     fs::rename(script, folder() / "zuv-service");
 }
 
 int StartableService::starts() const {
     std::ifstream file(folder() / "starts");
-    return static_cast<int>(
-        std::count(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>(), '\n'));
+    return static_cast<int>(std::count(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>(), '\n'));
 }
 
 } // namespace velmora::system_test

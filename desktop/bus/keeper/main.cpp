@@ -9,10 +9,9 @@
 #include <cstring>
 
 int main(int argc, char** argv) {
-    CLI::App app(
-        "Keeps the last value of each topic of the media platform, and ends when the bus goes away.\n"
-        "The bus is the one that DBUS_SESSION_BUS_ADDRESS names; the level of the log is in ZUV_LOG_LEVEL\n"
-        "(off, milestones, failures, progress, dump or a number).");
+    CLI::App app("Keeps the last value of each topic of the media platform, and ends when the bus goes away.\n"
+                 "The bus is the one that DBUS_SESSION_BUS_ADDRESS names; the level of the log is in ZUV_LOG_LEVEL\n"
+                 "(off, milestones, failures, progress, dump or a number).");
     CLI11_PARSE(app, argc, argv);
     velmora::desktop::useDesktopLogAsDefault();
 

@@ -30,25 +30,23 @@ int ValueKeeper::run() {
 }
 
 int ValueKeeper::begin() {
-    static const sd_bus_vtable kMethods[] = {
-        SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD_WITH_NAMES(kReadMethod, "s", SD_BUS_PARAM(topic), "aay", SD_BUS_PARAM(values),
-                                 &ValueKeeper::onRead, SD_BUS_VTABLE_UNPRIVILEGED),
-        SD_BUS_VTABLE_END};
+    static const sd_bus_vtable kMethods[] = {SD_BUS_VTABLE_START(0),
+                                             SD_BUS_METHOD_WITH_NAMES(kReadMethod, "s", SD_BUS_PARAM(topic), "aay",
+                                                                      SD_BUS_PARAM(values), &ValueKeeper::onRead,
+                                                                      SD_BUS_VTABLE_UNPRIVILEGED),
+                                             SD_BUS_VTABLE_END};
     int result = openBus(m_bus);
     if (result >= 0)
         result = sd_bus_add_filter(m_bus.get(), nullptr, &ValueKeeper::onAnyMessage, this);
     for (auto value = m_values.begin(); result >= 0 && value != m_values.end(); ++value)
         result = listen(value->first);
     if (result >= 0)
-        result =
-            sd_bus_add_object_vtable(m_bus.get(), nullptr, kObjectPath, kKeeperInterface, kMethods, this);
+        result = sd_bus_add_object_vtable(m_bus.get(), nullptr, kObjectPath, kKeeperInterface, kMethods, this);
     return result < 0 ? result : sd_bus_request_name(m_bus.get(), kKeeperName, 0);
 }
 
 int ValueKeeper::listen(const std::string& topic) {
-    return sd_bus_add_match(m_bus.get(), nullptr, topicMatchRule(topic).c_str(), &ValueKeeper::onPublished,
-                            this);
+    return sd_bus_add_match(m_bus.get(), nullptr, topicMatchRule(topic).c_str(), &ValueKeeper::onPublished, this);
 }
 
 void ValueKeeper::keep(sd_bus_message* message) {

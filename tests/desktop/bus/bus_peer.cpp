@@ -17,8 +17,7 @@ namespace {
 
 constexpr const char* kDaemon = "org.freedesktop.DBus";
 
-std::function<int(sd_bus_message*)> publicationOf(const std::string& topic,
-                                                  const std::vector<std::string>& values) {
+std::function<int(sd_bus_message*)> publicationOf(const std::string& topic, const std::vector<std::string>& values) {
     return [topic, values](sd_bus_message* message) {
         const int result = sd_bus_message_append(message, "s", topic.c_str());
         return result < 0 ? result : appendValues(message, values);
@@ -56,9 +55,8 @@ pid_t BusPeer::processOf(const std::string& name) {
 }
 
 int BusPeer::setActivationVariable(const std::string& name, const std::string& value) {
-    return sd_bus_call_method(m_bus.get(), kDaemon, "/org/freedesktop/DBus", kDaemon,
-                              "UpdateActivationEnvironment", nullptr, nullptr, "a{ss}", 1, name.c_str(),
-                              value.c_str());
+    return sd_bus_call_method(m_bus.get(), kDaemon, "/org/freedesktop/DBus", kDaemon, "UpdateActivationEnvironment",
+                              nullptr, nullptr, "a{ss}", 1, name.c_str(), value.c_str());
 }
 
 // To everybody who listens when there is no destination.
@@ -76,10 +74,9 @@ int BusPeer::send(const char* destination, const char* interface, const Signal& 
 int BusPeer::sendMalformed(const char* destination, const std::string& topic) {
     const char* const name = topic.c_str();
     const auto publish = [&](const Signal& append) { return send(destination, kTopicInterface, append); };
-    return std::min(
-        {publish([&](auto* message) { return sd_bus_message_append(message, "s", name); }),
-         publish([&](auto* message) { return sd_bus_message_append(message, "ss", name, "text"); }),
-         publish([&](auto* message) { return sd_bus_message_append(message, "sas", name, 1, "text"); })});
+    return std::min({publish([&](auto* message) { return sd_bus_message_append(message, "s", name); }),
+                     publish([&](auto* message) { return sd_bus_message_append(message, "ss", name, "text"); }),
+                     publish([&](auto* message) { return sd_bus_message_append(message, "sas", name, 1, "text"); })});
 }
 
 int BusPeer::sendForeign(const char* destination, const std::string& topic) {
@@ -88,8 +85,8 @@ int BusPeer::sendForeign(const char* destination, const std::string& topic) {
                      send(destination, kTopicInterface, [](sd_bus_message*) { return 0; }),
                      send(destination, kTopicInterface, wellFormed("some.other.topic")),
                      send(destination, "some.other.Interface", wellFormed(topic)),
-                     sd_bus_call_method_async(m_bus.get(), nullptr, destination, kObjectPath,
-                                              "some.other.Interface", "Call", nullptr, nullptr, nullptr)});
+                     sd_bus_call_method_async(m_bus.get(), nullptr, destination, kObjectPath, "some.other.Interface",
+                                              "Call", nullptr, nullptr, nullptr)});
 }
 
 std::vector<std::string> BusPeer::otherConnections() {
@@ -112,8 +109,7 @@ int BusPeer::publishMalformed(const std::string& topic) {
 }
 
 int BusPeer::publishTooLong(const std::string& topic) {
-    return send(nullptr, kTopicInterface,
-                publicationOf(topic, std::vector<std::string>(kMaximumEntries + 1)));
+    return send(nullptr, kTopicInterface, publicationOf(topic, std::vector<std::string>(kMaximumEntries + 1)));
 }
 
 int BusPeer::sendForeignToAll(const std::string& topic) {

@@ -45,12 +45,9 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(LevelCase{nullptr, {"level 1", "level 1000"}}, LevelCase{"off", {}},
                       LevelCase{"milestones", {"level 1"}}, LevelCase{"failures", {"level 1", "level 1000"}},
                       LevelCase{"progress", {"level 1", "level 1000", "level 4000"}},
-                      LevelCase{"dump", {"level 1", "level 1000", "level 4000", "level 5000"}},
-                      LevelCase{"0", {}}, LevelCase{"999", {"level 1"}},
-                      LevelCase{"4000", {"level 1", "level 1000", "level 4000"}}),
-    [](const auto& tested) {
-        return std::string(tested.param.variable == nullptr ? "unset" : tested.param.variable);
-    });
+                      LevelCase{"dump", {"level 1", "level 1000", "level 4000", "level 5000"}}, LevelCase{"0", {}},
+                      LevelCase{"999", {"level 1"}}, LevelCase{"4000", {"level 1", "level 1000", "level 4000"}}),
+    [](const auto& tested) { return std::string(tested.param.variable == nullptr ? "unset" : tested.param.variable); });
 
 class CspDebugUnknownLevel : public ::testing::TestWithParam<const char*> {};
 
@@ -61,8 +58,7 @@ TEST_P(CspDebugUnknownLevel, IsComplainedAboutOnceAndTheDefaultHolds) {
     });
 
     ASSERT_EQ(lines.size(), 5u);
-    EXPECT_EQ(lines[0].rfind("ZUV_LOG_LEVEL=" + std::string(GetParam()) + " is not understood", 0), 0u)
-        << lines[0];
+    EXPECT_EQ(lines[0].rfind("ZUV_LOG_LEVEL=" + std::string(GetParam()) + " is not understood", 0), 0u) << lines[0];
     EXPECT_EQ(textsOf({lines.begin() + 1, lines.end()}),
               (std::vector<std::string>{"level 1", "level 1000", "level 1", "level 1000"}));
 }

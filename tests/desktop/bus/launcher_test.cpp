@@ -59,8 +59,7 @@ TEST(Launcher, TellsTheSignalThatKilledTheCommand) {
 }
 
 TEST(Launcher, GivesTheCommandItsArgumentsUnchanged) {
-    Launched launcher(
-        {kLauncher, "run", "--", "printf", "<%s>", "a b", "--", "", "[x,y]", "--help", "$HOME"});
+    Launched launcher({kLauncher, "run", "--", "printf", "<%s>", "a b", "--", "", "[x,y]", "--help", "$HOME"});
 
     EXPECT_EQ(launcher.readRest(), "<a b><--><><[x,y]><--help><$HOME>");
     EXPECT_EQ(launcher.wait(), 0);
@@ -153,8 +152,7 @@ TEST(Launcher, KilledTakesTheDaemonAndTheOthersAlong) {
     EXPECT_EQ(platform.launcher.wait(), 128 + SIGKILL);
 
     for (const pid_t process : {platform.daemon, platform.keeper, platform.service})
-        EXPECT_TRUE(eventually([process] { return waitpid(process, nullptr, WNOHANG) == process; }))
-            << process;
+        EXPECT_TRUE(eventually([process] { return waitpid(process, nullptr, WNOHANG) == process; })) << process;
     fs::remove_all(platform.folder);
 }
 

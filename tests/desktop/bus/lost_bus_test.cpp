@@ -182,8 +182,7 @@ protected:
     void comeBack() {
         desktop::Pipe readiness = desktop::makePipe();
         const desktop::CommandLine command = {
-            "dbus-daemon",   "--config-file=" + (folder() / "bus.conf").string(),
-            "--nofork",      "--nopidfile",
+            "dbus-daemon",   "--config-file=" + (folder() / "bus.conf").string(),          "--nofork", "--nopidfile",
             "--syslog-only", "--print-address=" + std::to_string(readiness.writeEnd.get())};
         m_another.emplace(command, readiness.writeEnd.get());
         readiness.writeEnd = desktop::FileDescriptor();

@@ -34,8 +34,7 @@ TEST(PrivateBus, HasASocketAndFilesThatNobodyElseOpens) {
         if (entry.is_symlink())
             continue;
         ++seen;
-        EXPECT_EQ(entry.status().permissions(), fs::perms::owner_read | fs::perms::owner_write)
-            << entry.path();
+        EXPECT_EQ(entry.status().permissions(), fs::perms::owner_read | fs::perms::owner_write) << entry.path();
     }
     EXPECT_EQ(seen, 4) << "the socket, the configuration and two service files";
 }

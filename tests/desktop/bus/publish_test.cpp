@@ -17,9 +17,8 @@ class CommandReader {
 public:
     CommandReader() {
         EXPECT_GE(desktop::openBus(m_bus), 0);
-        EXPECT_GE(sd_bus_add_match(m_bus.get(), nullptr, desktop::topicMatchRule(kCommandTopic).c_str(),
-                                   onCommand, this),
-                  0);
+        EXPECT_GE(
+            sd_bus_add_match(m_bus.get(), nullptr, desktop::topicMatchRule(kCommandTopic).c_str(), onCommand, this), 0);
     }
 
     /// Reads what has come, until there are so many. False when ten seconds bring nothing more.

@@ -32,8 +32,7 @@ bool isTold(const Participant& participant, const Event& event) {
 // How many services have told `participant` of their start.
 std::ptrdiff_t startsToldTo(const Participant& participant) {
     const auto events = participant.client.events();
-    return std::count_if(events.begin(), events.end(),
-                         [](const Event& event) { return event.at(0) == "service"; });
+    return std::count_if(events.begin(), events.end(), [](const Event& event) { return event.at(0) == "service"; });
 }
 
 // Returns when `participant` has handled all that the bus sent it before.

@@ -42,11 +42,12 @@ TEST_P(KnownCommand, IsKnownByItsName) {
     EXPECT_EQ(command.name, GetParam().second);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Command, KnownCommand,
-    testing::Values(std::pair("create", CommandName::Create), std::pair("start", CommandName::Start),
-                    std::pair("stop", CommandName::Stop), std::pair("seek", CommandName::Seek),
-                    std::pair("preload", CommandName::Preload), std::pair("inspect", CommandName::Inspect)));
+INSTANTIATE_TEST_SUITE_P(Command, KnownCommand,
+                         testing::Values(std::pair("create", CommandName::Create),
+                                         std::pair("start", CommandName::Start), std::pair("stop", CommandName::Stop),
+                                         std::pair("seek", CommandName::Seek),
+                                         std::pair("preload", CommandName::Preload),
+                                         std::pair("inspect", CommandName::Inspect)));
 
 struct NoCommandCase {
     std::vector<std::string> values;
@@ -76,8 +77,7 @@ INSTANTIATE_TEST_SUITE_P(
                     NoCommandCase{vectorWith({}), R"(No such command: "")"},
                     NoCommandCase{vectorWith({{0, "pause"}}), R"(No such command: "pause")"},
                     NoCommandCase{vectorWith({{0, "Start"}}), R"(No such command: "Start")"},
-                    NoCommandCase{vectorWith({{0, std::string("start\0", 6)}}),
-                                  R"(No such command: "start\x00")"},
+                    NoCommandCase{vectorWith({{0, std::string("start\0", 6)}}), R"(No such command: "start\x00")"},
                     NoCommandCase{vectorWith({{0, std::string(100000, 'x')}}),
                                   "No such command: \"" + std::string(200, 'x') + '"'},
                     NoCommandCase{vectorWith({{0, "start"}, {1, std::string(129, 'k')}}), kTooLong},
@@ -85,8 +85,8 @@ INSTANTIATE_TEST_SUITE_P(
                     NoCommandCase{vectorWith({{0, "start"}, {3, std::string(129, 'o')}}), kTooLong}));
 
 TEST(Command, IdentifiersOf128BytesPass) {
-    EXPECT_NO_THROW(decodeCommand(vectorWith(
-        {{0, "stop"}, {1, std::string(128, 'k')}, {2, std::string(128, 's')}, {3, std::string(128, 'o')}})));
+    EXPECT_NO_THROW(decodeCommand(
+        vectorWith({{0, "stop"}, {1, std::string(128, 'k')}, {2, std::string(128, 's')}, {3, std::string(128, 'o')}})));
 }
 
 TEST(MediaKind, IsOneOfTwo) {
@@ -127,8 +127,8 @@ TEST_P(NoPosition, IsABadCommandWithTheTextInItsDetail) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Position, NoPosition,
-                         testing::Values("", " 1", "1 ", "1s", "half", "nan", "-nan", "inf", "-1.000000",
-                                         "1e300", "1000000001", "1,5", "0x10"));
+                         testing::Values("", " 1", "1 ", "1s", "half", "nan", "-nan", "inf", "-1.000000", "1e300",
+                                         "1000000001", "1,5", "0x10"));
 
 } // namespace
 } // namespace velmora::desktop

@@ -24,8 +24,7 @@ std::vector<std::string> parsed(const std::string& json) {
 
 TEST(Event, AnswersRepeatWhatTheyAnswer) {
     EXPECT_EQ(toValues(answerTo(command(CommandName::Stop))),
-              (std::vector<std::string>{"stopped", "200", "ses-1", "obj-1", "", "", "", "", "OK",
-                                        "main_video", ""}));
+              (std::vector<std::string>{"stopped", "200", "ses-1", "obj-1", "", "", "", "", "OK", "main_video", ""}));
 }
 
 class AnswerName : public testing::TestWithParam<std::pair<CommandName, const char*>> {};
@@ -57,9 +56,8 @@ TEST(Event, HasUrlAndDefinitionsInTheirPlaces) {
 
 TEST(EventJson, IsCompactWithPositionsAsNames) {
     const std::vector<std::string> values{"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k"};
-    EXPECT_EQ(
-        toJson(values),
-        R"({"0":"a","1":"b","10":"k","2":"c","3":"d","4":"e","5":"f","6":"g","7":"h","8":"i","9":"j"})");
+    EXPECT_EQ(toJson(values),
+              R"({"0":"a","1":"b","10":"k","2":"c","3":"d","4":"e","5":"f","6":"g","7":"h","8":"i","9":"j"})");
 }
 
 TEST(EventJson, ReadsBackByteForByteWhateverTheTextsHold) {

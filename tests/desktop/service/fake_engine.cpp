@@ -24,8 +24,7 @@ private:
     const std::string m_name;
 };
 
-std::unique_ptr<MediaPlayback> FakeEngine::open(const MediaLocation& location, double position,
-                                                std::stop_token stop) {
+std::unique_ptr<MediaPlayback> FakeEngine::open(const MediaLocation& location, double position, std::stop_token stop) {
     {
         std::unique_lock lock(m_mutex);
         m_waiting = m_held;

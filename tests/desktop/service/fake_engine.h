@@ -15,8 +15,7 @@ namespace velmora::desktop {
 /// Plays nothing, and remembers what it was asked for. Any thread.
 class FakeEngine final : public MediaEngine {
 public:
-    std::unique_ptr<MediaPlayback> open(const MediaLocation& location, double position,
-                                        std::stop_token stop) override;
+    std::unique_ptr<MediaPlayback> open(const MediaLocation& location, double position, std::stop_token stop) override;
 
     /// What was done, in order: "open NAME at 0.000000", "seek NAME to 1.000000", "end NAME".
     std::vector<std::string> journal();

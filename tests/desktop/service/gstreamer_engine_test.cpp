@@ -29,8 +29,7 @@ public:
 
 private:
     void sink_it_(const spdlog::details::log_msg& message) override {
-        if (std::string_view(message.payload.data(), message.payload.size())
-                .starts_with("medium played to its end"))
+        if (std::string_view(message.payload.data(), message.payload.size()).starts_with("medium played to its end"))
             m_ended.set_value();
     }
     void flush_() override {}

@@ -28,8 +28,7 @@ HttpAnswer fetch(const std::string& url, const std::string& range) {
     const SplitUrl split(url);
     httplib::Client client(split.origin);
     client.set_decompress(false);
-    return answerOf(
-        client.Get(split.target, range.empty() ? httplib::Headers{} : httplib::Headers{{"Range", range}}));
+    return answerOf(client.Get(split.target, range.empty() ? httplib::Headers{} : httplib::Headers{{"Range", range}}));
 }
 
 HttpAnswer fetchHeader(const std::string& url) {

@@ -38,9 +38,8 @@ public:
                 return true;
             });
         });
-        m_server.Get("/moved", [](const httplib::Request&, httplib::Response& response) {
-            response.set_redirect("/film.webm");
-        });
+        m_server.Get("/moved",
+                     [](const httplib::Request&, httplib::Response& response) { response.set_redirect("/film.webm"); });
         m_server.Get("/query", [](const httplib::Request& request, httplib::Response& response) {
             response.set_content(request.target, "text/plain");
         });
@@ -53,9 +52,7 @@ public:
     Source(const Source&) = delete;
     Source& operator=(const Source&) = delete;
 
-    std::string url(const std::string& target) const {
-        return "http://127.0.0.1:" + std::to_string(m_port) + target;
-    }
+    std::string url(const std::string& target) const { return "http://127.0.0.1:" + std::to_string(m_port) + target; }
 
 private:
     httplib::Server m_server;
@@ -112,15 +109,14 @@ TEST_P(RangeTest, IsServedAsThePartOfTheFile) {
 
 INSTANTIATE_TEST_SUITE_P(
     MediaServer, RangeTest,
-    testing::Values(
-        RangeRequest{"Middle", "bytes=10-19", 10, 10, "bytes 10-19/200000"},
-        RangeRequest{"FirstByte", "bytes=0-0", 0, 1, "bytes 0-0/200000"},
-        RangeRequest{"Whole", "bytes=0-", 0, 200'000, "bytes 0-199999/200000"},
-        RangeRequest{"AcrossChunks", "bytes=65530-131080", 65'530, 65'551, "bytes 65530-131080/200000"},
-        RangeRequest{"Open", "bytes=199990-", 199'990, 10, "bytes 199990-199999/200000"},
-        RangeRequest{"BeyondEnd", "bytes=199990-999999", 199'990, 10, "bytes 199990-199999/200000"},
-        RangeRequest{"Suffix", "bytes=-5", 199'995, 5, "bytes 199995-199999/200000"},
-        RangeRequest{"LongSuffix", "bytes=-999999", 0, 200'000, "bytes 0-199999/200000"}),
+    testing::Values(RangeRequest{"Middle", "bytes=10-19", 10, 10, "bytes 10-19/200000"},
+                    RangeRequest{"FirstByte", "bytes=0-0", 0, 1, "bytes 0-0/200000"},
+                    RangeRequest{"Whole", "bytes=0-", 0, 200'000, "bytes 0-199999/200000"},
+                    RangeRequest{"AcrossChunks", "bytes=65530-131080", 65'530, 65'551, "bytes 65530-131080/200000"},
+                    RangeRequest{"Open", "bytes=199990-", 199'990, 10, "bytes 199990-199999/200000"},
+                    RangeRequest{"BeyondEnd", "bytes=199990-999999", 199'990, 10, "bytes 199990-199999/200000"},
+                    RangeRequest{"Suffix", "bytes=-5", 199'995, 5, "bytes 199995-199999/200000"},
+                    RangeRequest{"LongSuffix", "bytes=-999999", 0, 200'000, "bytes 0-199999/200000"}),
     [](const auto& tested) { return tested.param.name; });
 
 class ImpossibleRangeTest : public MediaServerTest, public testing::WithParamInterface<std::string> {};
@@ -132,8 +128,8 @@ TEST_P(ImpossibleRangeTest, IsNotSatisfiable) {
 }
 
 INSTANTIATE_TEST_SUITE_P(MediaServer, ImpossibleRangeTest,
-                         testing::Values("bytes=200000-", "bytes=200000-200010", "bytes=-0", "bytes=20-10",
-                                         "bytes=-", "bytes=", "bytes=x-y", "lines=1-2", "bytes=0-1,5-6",
+                         testing::Values("bytes=200000-", "bytes=200000-200010", "bytes=-0", "bytes=20-10", "bytes=-",
+                                         "bytes=", "bytes=x-y", "lines=1-2", "bytes=0-1,5-6",
                                          "bytes=99999999999999999999-", "bytes=0-99999999999999999999",
                                          "bytes=" + std::string(4000, '1') + "-"));
 
@@ -153,9 +149,8 @@ TEST_F(MediaServerTest, GivesEachMediumAPathOfItsOwnThatTellsNothing) {
 TEST_F(MediaServerTest, HasNothingElse) {
     const std::string url = m_medium.url();
     const std::string origin = url.substr(0, url.rfind('/'));
-    for (const std::string& path :
-         {std::string("/"), std::string("/../etc/passwd"), std::string("/film.webm"),
-          "/" + std::string(32, '0'), "/" + std::string(8000, 'a')})
+    for (const std::string& path : {std::string("/"), std::string("/../etc/passwd"), std::string("/film.webm"),
+                                    "/" + std::string(32, '0'), "/" + std::string(8000, 'a')})
         EXPECT_NE(fetch(origin + path).status / 100, 2) << path;
 }
 

@@ -15,8 +15,8 @@ std::vector<std::string> commandVector(const std::string& name, const std::strin
     return {name, kind, session, object, "", "", url, "", "", "", ""};
 }
 
-std::vector<std::string> refusalValues(const std::string& session, const std::string& object,
-                                       const std::string& kind, const std::string& detail) {
+std::vector<std::string> refusalValues(const std::string& session, const std::string& object, const std::string& kind,
+                                       const std::string& detail) {
     return {"unknown", "400", session, object, "", "", "", "", detail, kind, ""};
 }
 
@@ -109,12 +109,10 @@ TEST_F(MediaServiceTest, RefusesWhatIsNoCommandOnTheBusOnly) {
     const std::vector<Event> refusals = m_events.onBusOnly();
     ASSERT_EQ(refusals.size(), 4U);
     EXPECT_EQ(toValues(refusals[0]), refusalValues("", "", "", "A command has 11 entries, not 0"));
-    EXPECT_EQ(toValues(refusals[1]),
-              refusalValues("ses-1", "", "main_video", "A command has 11 entries, not 3"));
-    EXPECT_EQ(toValues(refusals[2]),
-              refusalValues("ses-2", "obj-2", "main_video", R"(No such command: "dance")"));
-    EXPECT_EQ(toValues(refusals[3]), refusalValues("ses-3", std::string(128, 'o'), "",
-                                                   "A kind or identifier of more than 128 bytes"));
+    EXPECT_EQ(toValues(refusals[1]), refusalValues("ses-1", "", "main_video", "A command has 11 entries, not 3"));
+    EXPECT_EQ(toValues(refusals[2]), refusalValues("ses-2", "obj-2", "main_video", R"(No such command: "dance")"));
+    EXPECT_EQ(toValues(refusals[3]),
+              refusalValues("ses-3", std::string(128, 'o'), "", "A kind or identifier of more than 128 bytes"));
 }
 
 TEST_F(MediaServiceTest, AnswersWhileAnotherObjectIsBusy) {

@@ -397,8 +397,7 @@ TEST(ScenarioOption, RefusesAnInvalidFileBeforeAnythingStarts) {
 TEST(ScenarioOption, RefusesANameThatThereIsNot) {
     const Output output = runProgram("zuv-service", "--scenario no-such-scenario");
     EXPECT_EQ(output.status, 1);
-    EXPECT_NE(output.text.find("/no-such-scenario.json: No such file or directory"), std::string::npos)
-        << output.text;
+    EXPECT_NE(output.text.find("/no-such-scenario.json: No such file or directory"), std::string::npos) << output.text;
 }
 
 /// The launcher with the real service behind it, and a client that prints what a start brings.
@@ -429,8 +428,8 @@ TEST(Launcher, HasTheServicePlayRealMediaUnlessToldOtherwise) {
 TEST(Launcher, RefusesAnInvalidScenarioBeforeAnythingStarts) {
     const TemporaryFolder folder;
     const std::string file = addFile(folder, "mine.json", "{}");
-    const Output output = runProgram("zuv-desktop", "run --scenario " + file + " -- touch " +
-                                                        (folder.path() / "touched").string());
+    const Output output =
+        runProgram("zuv-desktop", "run --scenario " + file + " -- touch " + (folder.path() / "touched").string());
     EXPECT_EQ(output.status, 125);
     EXPECT_EQ(output.text, "zuv-desktop: " + file + ": $: lacks the member \"description\"\n");
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "touched"));

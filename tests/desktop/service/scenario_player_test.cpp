@@ -17,17 +17,14 @@ protected:
     }
 
     void load(const std::string& rules) {
-        m_player.emplace(m_loop.get(), parseScenario(R"({"description": "", "rules": )" + rules + "}"),
-                         ScenarioPlayer::Handlers{
-                             [this](const Event& event, const Delivery& delivery) {
-                                 const std::string code =
-                                     delivery.replaced.contains(1) ? " " + delivery.replaced.at(1) : "";
-                                 m_journal.push_back((delivery.isAnswer ? "" : "event ") + event.session +
-                                                     code);
-                             },
-                             [this](Deed deed) {
-                                 m_journal.push_back("deed " + std::to_string(static_cast<int>(deed)));
-                             }});
+        m_player.emplace(
+            m_loop.get(), parseScenario(R"({"description": "", "rules": )" + rules + "}"),
+            ScenarioPlayer::Handlers{
+                [this](const Event& event, const Delivery& delivery) {
+                    const std::string code = delivery.replaced.contains(1) ? " " + delivery.replaced.at(1) : "";
+                    m_journal.push_back((delivery.isAnswer ? "" : "event ") + event.session + code);
+                },
+                [this](Deed deed) { m_journal.push_back("deed " + std::to_string(static_cast<int>(deed))); }});
     }
 
     void answer(const std::string& session, CommandName name = CommandName::Start,

@@ -55,12 +55,10 @@ TEST(Scenario, RuleIsAboutEveryCommandUnlessItSaysOtherwise) {
 
 TEST(Scenario, KnowsEveryCommand) {
     const std::vector<std::pair<const char*, CommandName>> commands{
-        {"create", CommandName::Create},   {"start", CommandName::Start},
-        {"stop", CommandName::Stop},       {"seek", CommandName::Seek},
-        {"preload", CommandName::Preload}, {"inspect", CommandName::Inspect}};
+        {"create", CommandName::Create}, {"start", CommandName::Start},     {"stop", CommandName::Stop},
+        {"seek", CommandName::Seek},     {"preload", CommandName::Preload}, {"inspect", CommandName::Inspect}};
     for (const auto& [text, name] : commands) {
-        const Scenario scenario =
-            parseScenario(withRule(std::string(R"({"steps": [], "command": ")") + text + "\"}"));
+        const Scenario scenario = parseScenario(withRule(std::string(R"({"steps": [], "command": ")") + text + "\"}"));
         EXPECT_EQ(scenario.rules.at(0).command, name) << text;
     }
 }
@@ -156,8 +154,7 @@ INSTANTIATE_TEST_SUITE_P(
     Document, InvalidScenario,
     testing::Values(
         Invalid{"Empty", "", "Line 1, Column 1: Syntax error: value, object or array expected."},
-        Invalid{"NoJson", "{\n  \"description\" \"\"}",
-                "Line 2, Column 17: Missing ':' after object member name"},
+        Invalid{"NoJson", "{\n  \"description\" \"\"}", "Line 2, Column 17: Missing ':' after object member name"},
         Invalid{"More", "{}\n{}", "Line 2, Column 1: Extra non-whitespace after JSON value."},
         Invalid{"TwiceTheSame", R"({"rules": [], "rules": []})", "Line 1, Column 15: Duplicate key: 'rules'"},
         Invalid{"TooDeep", std::string(2000, '['), "$: Exceeded stackLimit in readValue()."},
@@ -167,8 +164,7 @@ INSTANTIATE_TEST_SUITE_P(
         Invalid{"OtherMember", R"({"description": "", "rules": [], "rule": 1})",
                 "$: has an unknown member \"rule\"; known are description, once, rules"},
         Invalid{"DescriptionIsNumber", R"({"description": 1, "rules": []})", "$.description: is no text"},
-        Invalid{"OnceIsNumber", R"({"description": "", "once": 1, "rules": []})",
-                "$.once: is neither true nor false"},
+        Invalid{"OnceIsNumber", R"({"description": "", "once": 1, "rules": []})", "$.once: is neither true nor false"},
         Invalid{"RulesAreObject", R"({"description": "", "rules": {}})", "$.rules: is no array"}),
     [](const auto& tested) { return tested.param.name; });
 
@@ -182,16 +178,14 @@ INSTANTIATE_TEST_SUITE_P(
                 "$.rules[0]: has an unknown member \"first\"; known are command, kind, nth, steps"},
         Invalid{"UnknownCommand", withRule(R"({"steps": [], "command": "dance"})"),
                 "$.rules[0].command: is \"dance\", and none of create, start, stop, seek, preload, inspect"},
-        Invalid{"CommandIsNumber", withRule(R"({"steps": [], "command": 1})"),
-                "$.rules[0].command: is no text"},
+        Invalid{"CommandIsNumber", withRule(R"({"steps": [], "command": 1})"), "$.rules[0].command: is no text"},
         Invalid{"UnknownKind", withRule(R"({"steps": [], "kind": "subtitles"})"),
                 "$.rules[0].kind: is \"subtitles\", and none of main_video, advertisement"},
         Invalid{"CreateOfAKind", withRule(R"({"steps": [], "command": "create", "kind": "main_video"})"),
                 "$.rules[0].kind: is of no such command"},
         Invalid{"InspectOfAKind", withRule(R"({"steps": [], "command": "inspect", "kind": "main_video"})"),
                 "$.rules[0].kind: is of no such command"},
-        Invalid{"SeekInAnAdvertisement",
-                withRule(R"({"steps": [], "command": "seek", "kind": "advertisement"})"),
+        Invalid{"SeekInAnAdvertisement", withRule(R"({"steps": [], "command": "seek", "kind": "advertisement"})"),
                 "$.rules[0].kind: is of no such command"},
         Invalid{"NoFirst", withRule(R"({"steps": [], "nth": 0})"),
                 "$.rules[0].nth: is no whole number from 1 to 1000000"},
@@ -213,10 +207,8 @@ INSTANTIATE_TEST_SUITE_P(
         Invalid{"AnswerWithAName", withStep(R"({"do": "answer", "name": "started"})"),
                 "$.rules[0].steps[0]: has an unknown member \"name\"; known are do, code, session, object, "
                 "local_url, definitions, detail, kind, entries, times, ways, memory"},
-        Invalid{"EventWithoutName", withStep(R"({"do": "event"})"),
-                "$.rules[0].steps[0]: lacks the member \"name\""},
-        Invalid{"CodeIsNumber", withStep(R"({"do": "answer", "code": 500})"),
-                "$.rules[0].steps[0].code: is no text"},
+        Invalid{"EventWithoutName", withStep(R"({"do": "event"})"), "$.rules[0].steps[0]: lacks the member \"name\""},
+        Invalid{"CodeIsNumber", withStep(R"({"do": "answer", "code": 500})"), "$.rules[0].steps[0].code: is no text"},
         Invalid{"AllEntries", withStep(R"({"do": "answer", "entries": 11})"),
                 "$.rules[0].steps[0].entries: is no whole number from 0 to 10"},
         Invalid{"NoTimes", withStep(R"({"do": "answer", "times": 0})"),
@@ -275,8 +267,7 @@ TEST(ScenarioFile, IsThereAndCanBeRead) {
 TEST(ScenarioFile, CanBeEmptyAndIsThenNoScenario) {
     const TemporaryFolder folder;
     const auto file = addFile(folder, "empty.json");
-    EXPECT_EQ(errorOf(file),
-              file.string() + ": Line 1, Column 1: Syntax error: value, object or array expected.");
+    EXPECT_EQ(errorOf(file), file.string() + ": Line 1, Column 1: Syntax error: value, object or array expected.");
 }
 
 TEST(ScenarioFile, IsGivenByPathOrByName) {

@@ -20,14 +20,13 @@ ServiceClient::ServiceClient() {
     EXPECT_GE(openBus(m_bus), 0);
     EXPECT_GE(sd_bus_add_match(m_bus.get(), nullptr, topicMatchRule(kEventTopic).c_str(), onEvent, this), 0);
     // Wakes processUntil() when a name comes or goes.
-    EXPECT_GE(sd_bus_add_match(m_bus.get(), nullptr, "type='signal',sender='org.freedesktop.DBus'", nullptr,
-                               nullptr),
+    EXPECT_GE(sd_bus_add_match(m_bus.get(), nullptr, "type='signal',sender='org.freedesktop.DBus'", nullptr, nullptr),
               0);
 }
 
 void ServiceClient::activateService() {
-    EXPECT_GE(sd_bus_call_method(m_bus.get(), kBus, "/org/freedesktop/DBus", kBus, "StartServiceByName",
-                                 nullptr, nullptr, "su", kServiceName, 0),
+    EXPECT_GE(sd_bus_call_method(m_bus.get(), kBus, "/org/freedesktop/DBus", kBus, "StartServiceByName", nullptr,
+                                 nullptr, "su", kServiceName, 0),
               0);
 }
 
@@ -40,13 +39,13 @@ void ServiceClient::awaitNoService() {
 }
 
 bool ServiceClient::hasService() {
-    return sd_bus_call_method(m_bus.get(), kBus, "/org/freedesktop/DBus", kBus, "GetNameOwner", nullptr,
-                              nullptr, "s", kServiceName) >= 0;
+    return sd_bus_call_method(m_bus.get(), kBus, "/org/freedesktop/DBus", kBus, "GetNameOwner", nullptr, nullptr, "s",
+                              kServiceName) >= 0;
 }
 
 bool ServiceClient::ping() {
-    return sd_bus_call_method(m_bus.get(), kServiceName, "/", "org.freedesktop.DBus.Peer", "Ping", nullptr,
-                              nullptr, nullptr) >= 0;
+    return sd_bus_call_method(m_bus.get(), kServiceName, "/", "org.freedesktop.DBus.Peer", "Ping", nullptr, nullptr,
+                              nullptr) >= 0;
 }
 
 void ServiceClient::send(const std::vector<std::string>& values) {
@@ -55,8 +54,7 @@ void ServiceClient::send(const std::vector<std::string>& values) {
 }
 
 std::string ServiceClient::send(const std::string& name, const std::string& object, const std::string& kind,
-                                const std::string& url, const std::string& position,
-                                const std::string& option) {
+                                const std::string& url, const std::string& position, const std::string& option) {
     const char* self = nullptr;
     EXPECT_GE(sd_bus_get_unique_name(m_bus.get(), &self), 0);
     const std::string session = "ses-" + std::string(self) + "-" + std::to_string(++m_sessions);
@@ -86,9 +84,8 @@ bool ServiceClient::hasEvent() {
     return !m_events.empty();
 }
 
-ReceivedEvent ServiceClient::request(const std::string& name, const std::string& object,
-                                     const std::string& kind, const std::string& url,
-                                     const std::string& position, const std::string& option) {
+ReceivedEvent ServiceClient::request(const std::string& name, const std::string& object, const std::string& kind,
+                                     const std::string& url, const std::string& position, const std::string& option) {
     return answerTo(send(name, object, kind, url, position, option));
 }
 

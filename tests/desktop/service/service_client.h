@@ -48,8 +48,7 @@ public:
     /// Sends a command with a session identifier of its own.
     /// @return the session identifier.
     std::string send(const std::string& name, const std::string& object, const std::string& kind,
-                     const std::string& url = "", const std::string& position = "",
-                     const std::string& option = "");
+                     const std::string& url = "", const std::string& position = "", const std::string& option = "");
 
     /// The event that answers the session; events before it are dropped.
     ReceivedEvent answerTo(const std::string& session);

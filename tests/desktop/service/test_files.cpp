@@ -5,8 +5,7 @@
 
 namespace velmora::desktop {
 
-std::filesystem::path addFile(const TemporaryFolder& folder, const std::string& name,
-                              const std::string& bytes) {
+std::filesystem::path addFile(const TemporaryFolder& folder, const std::string& name, const std::string& bytes) {
     std::ofstream(folder.path() / name, std::ios::binary) << bytes;
     return folder.path() / name;
 }

@@ -9,8 +9,7 @@
 namespace velmora::desktop {
 
 /// @return the new file's path.
-std::filesystem::path addFile(const TemporaryFolder& folder, const std::string& name,
-                              const std::string& bytes = "");
+std::filesystem::path addFile(const TemporaryFolder& folder, const std::string& name, const std::string& bytes = "");
 
 std::string fileBytes(const std::filesystem::path& file);
 

@@ -116,8 +116,7 @@ TEST_P(EachKind, IsStartedServedAndStopped) {
 
 TEST_P(EachKind, IsPreloadedAndThenPlays) {
     const std::string object = m_client.createObject();
-    const ReceivedEvent started =
-        m_client.request("preload", object, GetParam(), clip("clip.webm"), "1.000000");
+    const ReceivedEvent started = m_client.request("preload", object, GetParam(), clip("clip.webm"), "1.000000");
     EXPECT_EQ(started.name(), "started");
     EXPECT_EQ(started.code(), "200");
     EXPECT_EQ(started.kind(), GetParam());
@@ -163,8 +162,7 @@ class FailingCommand : public ZuvServiceTest, public testing::WithParamInterface
 TEST_P(FailingCommand, IsAnsweredWithCodeAndDetail) {
     const std::string object = m_client.createObject();
     const Failing& failing = GetParam();
-    const ReceivedEvent event =
-        m_client.request(failing.command, object, failing.kind, failing.url, failing.position);
+    const ReceivedEvent event = m_client.request(failing.command, object, failing.kind, failing.url, failing.position);
     EXPECT_EQ(event.code(), failing.code) << event.detail();
     EXPECT_EQ(event.object(), object);
     EXPECT_EQ(event.localUrl(), "");
@@ -402,8 +400,7 @@ TEST_F(ServiceEndTest, LeavesTheNameToTheServiceThatHasIt) {
     m_client.awaitService();
     const Output second = runProgram("zuv-service", "");
     EXPECT_EQ(second.status, 1);
-    EXPECT_NE(second.text.find("another service already owns velmora.zuv.Service"), std::string::npos)
-        << second.text;
+    EXPECT_NE(second.text.find("another service already owns velmora.zuv.Service"), std::string::npos) << second.text;
     EXPECT_EQ(m_client.request("inspect", "").code(), "200");
 }
 
