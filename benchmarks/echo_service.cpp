@@ -1,5 +1,5 @@
 // A service that publishes each command as an event, and ends when the bus goes away.
-#include "topic_message.h"
+#include "bus/topic_message.h"
 
 #include <cstdint>
 #include <cstdlib>

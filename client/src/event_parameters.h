@@ -1,6 +1,6 @@
 // The event parameter list: what the service's events carry, by position.
-#ifndef EVENT_PARAMETERS_H
-#define EVENT_PARAMETERS_H
+#ifndef ZUV_EVENT_PARAMETERS_H
+#define ZUV_EVENT_PARAMETERS_H
 
 #include <cstddef>
 #include <string>
@@ -32,4 +32,4 @@ inline std::string parameterAt(const std::vector<std::string>& params, std::size
 
 } // namespace velmora
 
-#endif // EVENT_PARAMETERS_H
+#endif // ZUV_EVENT_PARAMETERS_H

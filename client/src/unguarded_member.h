@@ -1,8 +1,8 @@
 // Access to members that no lock guards. Their readers and writers may run on different threads at the same
 // time; going through std::atomic_ref keeps that defined while the members stay the plain types of the class
 // layout.
-#ifndef UNGUARDED_MEMBER_H
-#define UNGUARDED_MEMBER_H
+#ifndef ZUV_UNGUARDED_MEMBER_H
+#define ZUV_UNGUARDED_MEMBER_H
 
 #include <atomic>
 
@@ -20,4 +20,4 @@ void storeUnguarded(T& member, T value) {
 
 } // namespace velmora
 
-#endif // UNGUARDED_MEMBER_H
+#endif // ZUV_UNGUARDED_MEMBER_H

@@ -1,8 +1,8 @@
-#include "bus_connection.h"
+#include "bus/bus_connection.h"
 
-#include "bus_daemon.h"
-#include "desktop_log.h"
-#include "topic_message.h"
+#include "bus/bus_daemon.h"
+#include "bus/topic_message.h"
+#include "log/desktop_log.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>

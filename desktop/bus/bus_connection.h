@@ -1,10 +1,10 @@
 // One connection to the bus, shared by any number of threads.
-#ifndef ZUV_DESKTOP_BUS_CONNECTION_H
-#define ZUV_DESKTOP_BUS_CONNECTION_H
+#ifndef ZUV_DESKTOP_BUS_BUS_CONNECTION_H
+#define ZUV_DESKTOP_BUS_BUS_CONNECTION_H
 
-#include "file_descriptor.h"
-#include "sd_bus_pointers.h"
-#include "service_starter.h"
+#include "base/file_descriptor.h"
+#include "bus/sd_bus_pointers.h"
+#include "bus/service_starter.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -114,4 +114,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_BUS_CONNECTION_H
+#endif // ZUV_DESKTOP_BUS_BUS_CONNECTION_H

@@ -1,6 +1,6 @@
 // What is asked of the bus daemon itself.
-#ifndef ZUV_DESKTOP_BUS_DAEMON_H
-#define ZUV_DESKTOP_BUS_DAEMON_H
+#ifndef ZUV_DESKTOP_BUS_BUS_DAEMON_H
+#define ZUV_DESKTOP_BUS_BUS_DAEMON_H
 
 #include <cstdint>
 
@@ -18,4 +18,4 @@ inline const char* textOf(const char* text) {
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_BUS_DAEMON_H
+#endif // ZUV_DESKTOP_BUS_BUS_DAEMON_H

@@ -1,7 +1,7 @@
 // Owning pointers to what sd-bus counts references of. The counts are plain numbers: a pointer is copied and
 // let go of by the thread that has the connection to itself.
-#ifndef ZUV_DESKTOP_SD_BUS_POINTERS_H
-#define ZUV_DESKTOP_SD_BUS_POINTERS_H
+#ifndef ZUV_DESKTOP_BUS_SD_BUS_POINTERS_H
+#define ZUV_DESKTOP_BUS_SD_BUS_POINTERS_H
 
 #include <systemd/sd-bus.h>
 
@@ -23,4 +23,4 @@ using SlotPointer = std::unique_ptr<sd_bus_slot, SdBusRelease>;
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_SD_BUS_POINTERS_H
+#endif // ZUV_DESKTOP_BUS_SD_BUS_POINTERS_H

@@ -1,8 +1,8 @@
-#include "service_starter.h"
+#include "bus/service_starter.h"
 
-#include "bus_daemon.h"
-#include "desktop_log.h"
-#include "topic_message.h"
+#include "bus/bus_daemon.h"
+#include "bus/topic_message.h"
+#include "log/desktop_log.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,8 +1,8 @@
-#ifndef ZUV_DESKTOP_SERVICE_STARTER_H
-#define ZUV_DESKTOP_SERVICE_STARTER_H
+#ifndef ZUV_DESKTOP_BUS_SERVICE_STARTER_H
+#define ZUV_DESKTOP_BUS_SERVICE_STARTER_H
 
-#include "file_descriptor.h"
-#include "sd_bus_pointers.h"
+#include "base/file_descriptor.h"
+#include "bus/sd_bus_pointers.h"
 
 #include <cstdint>
 
@@ -52,4 +52,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_SERVICE_STARTER_H
+#endif // ZUV_DESKTOP_BUS_SERVICE_STARTER_H

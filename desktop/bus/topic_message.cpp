@@ -1,6 +1,6 @@
-#include "topic_message.h"
+#include "bus/topic_message.h"
 
-#include "bus_daemon.h"
+#include "bus/bus_daemon.h"
 
 #include <cerrno>
 #include <cstdint>

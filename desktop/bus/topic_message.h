@@ -4,10 +4,10 @@
 //
 // Everything here uses the connection or message it is given and takes no lock: one thread at a time. Errors
 // are negative errno values.
-#ifndef ZUV_DESKTOP_TOPIC_MESSAGE_H
-#define ZUV_DESKTOP_TOPIC_MESSAGE_H
+#ifndef ZUV_DESKTOP_BUS_TOPIC_MESSAGE_H
+#define ZUV_DESKTOP_BUS_TOPIC_MESSAGE_H
 
-#include "sd_bus_pointers.h"
+#include "bus/sd_bus_pointers.h"
 
 #include <cstddef>
 #include <optional>
@@ -81,4 +81,4 @@ int readValues(sd_bus_message* message, std::vector<std::string>& values);
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_TOPIC_MESSAGE_H
+#endif // ZUV_DESKTOP_BUS_TOPIC_MESSAGE_H

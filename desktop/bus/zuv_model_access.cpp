@@ -1,7 +1,7 @@
 #include "zuv_model_access.h"
 
-#include "bus_connection.h"
-#include "topic_message.h"
+#include "bus/bus_connection.h"
+#include "bus/topic_message.h"
 
 #include <pthread.h>
 

@@ -1,8 +1,8 @@
 // zuv-desktop: runs a command with the desktop platform around it.
-#include "desktop_log.h"
-#include "private_bus.h"
-#include "scenario_files.h"
-#include "supervision.h"
+#include "launcher/private_bus.h"
+#include "launcher/supervision.h"
+#include "log/desktop_log.h"
+#include "service/scenario/scenario_files.h"
 
 #include <CLI/CLI.hpp>
 #include <spdlog/spdlog.h>

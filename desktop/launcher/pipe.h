@@ -1,7 +1,7 @@
-#ifndef ZUV_DESKTOP_PIPE_H
-#define ZUV_DESKTOP_PIPE_H
+#ifndef ZUV_DESKTOP_LAUNCHER_PIPE_H
+#define ZUV_DESKTOP_LAUNCHER_PIPE_H
 
-#include "file_descriptor.h"
+#include "base/file_descriptor.h"
 
 #include <fcntl.h>
 
@@ -27,4 +27,4 @@ inline Pipe makePipe() {
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_PIPE_H
+#endif // ZUV_DESKTOP_LAUNCHER_PIPE_H

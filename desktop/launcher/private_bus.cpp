@@ -1,6 +1,6 @@
-#include "private_bus.h"
+#include "launcher/private_bus.h"
 
-#include "topic_message.h"
+#include "bus/topic_message.h"
 
 #include <poll.h>
 #include <sched.h>

@@ -1,11 +1,11 @@
 // What keeps a run of the desktop platform apart from everything else on the machine: a bus of its own, and a
 // /dev/shm of its own for the region of fixed name that the service leaves its events in.
-#ifndef ZUV_DESKTOP_PRIVATE_BUS_H
-#define ZUV_DESKTOP_PRIVATE_BUS_H
+#ifndef ZUV_DESKTOP_LAUNCHER_PRIVATE_BUS_H
+#define ZUV_DESKTOP_LAUNCHER_PRIVATE_BUS_H
 
-#include "pipe.h"
-#include "process.h"
-#include "temporary_folder.h"
+#include "launcher/pipe.h"
+#include "launcher/process.h"
+#include "launcher/temporary_folder.h"
 
 #include <sys/types.h>
 
@@ -47,4 +47,4 @@ void enterPrivateShm();
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_PRIVATE_BUS_H
+#endif // ZUV_DESKTOP_LAUNCHER_PRIVATE_BUS_H

@@ -1,6 +1,6 @@
-#include "process.h"
+#include "launcher/process.h"
 
-#include "pipe.h"
+#include "launcher/pipe.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>

@@ -1,6 +1,6 @@
 // Starting programs such that none of them is left behind.
-#ifndef ZUV_DESKTOP_PROCESS_H
-#define ZUV_DESKTOP_PROCESS_H
+#ifndef ZUV_DESKTOP_LAUNCHER_PROCESS_H
+#define ZUV_DESKTOP_LAUNCHER_PROCESS_H
 
 #include <sys/types.h>
 
@@ -40,4 +40,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_PROCESS_H
+#endif // ZUV_DESKTOP_LAUNCHER_PROCESS_H

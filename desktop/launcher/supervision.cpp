@@ -1,4 +1,4 @@
-#include "supervision.h"
+#include "launcher/supervision.h"
 
 #include <sys/signalfd.h>
 #include <sys/wait.h>

@@ -1,7 +1,7 @@
-#ifndef ZUV_DESKTOP_SUPERVISION_H
-#define ZUV_DESKTOP_SUPERVISION_H
+#ifndef ZUV_DESKTOP_LAUNCHER_SUPERVISION_H
+#define ZUV_DESKTOP_LAUNCHER_SUPERVISION_H
 
-#include "file_descriptor.h"
+#include "base/file_descriptor.h"
 
 #include <sys/types.h>
 
@@ -26,4 +26,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_SUPERVISION_H
+#endif // ZUV_DESKTOP_LAUNCHER_SUPERVISION_H

@@ -1,4 +1,4 @@
-#include "temporary_folder.h"
+#include "launcher/temporary_folder.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-#ifndef ZUV_DESKTOP_TEMPORARY_FOLDER_H
-#define ZUV_DESKTOP_TEMPORARY_FOLDER_H
+#ifndef ZUV_DESKTOP_LAUNCHER_TEMPORARY_FOLDER_H
+#define ZUV_DESKTOP_LAUNCHER_TEMPORARY_FOLDER_H
 
 #include <filesystem>
 #include <string>
@@ -24,4 +24,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_TEMPORARY_FOLDER_H
+#endif // ZUV_DESKTOP_LAUNCHER_TEMPORARY_FOLDER_H

@@ -1,6 +1,6 @@
 #include "csp_debug.h"
 
-#include "desktop_log.h"
+#include "log/desktop_log.h"
 
 #include <cstdarg>
 #include <cstdio>

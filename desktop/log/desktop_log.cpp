@@ -1,4 +1,4 @@
-#include "desktop_log.h"
+#include "log/desktop_log.h"
 
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>

@@ -1,7 +1,7 @@
 // The log of the desktop platform: lines on stderr through spdlog, each with a time stamp and the program's
 // name, as many as the environment variable ZUV_LOG_LEVEL asks for.
-#ifndef ZUV_DESKTOP_LOG_H
-#define ZUV_DESKTOP_LOG_H
+#ifndef ZUV_DESKTOP_LOG_DESKTOP_LOG_H
+#define ZUV_DESKTOP_LOG_DESKTOP_LOG_H
 
 #include <spdlog/logger.h>
 
@@ -40,4 +40,4 @@ void writeLogLine(std::string_view line);
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_LOG_H
+#endif // ZUV_DESKTOP_LOG_DESKTOP_LOG_H

@@ -1,6 +1,6 @@
-#include "event_publisher.h"
+#include "service/event_publisher.h"
 
-#include "delivery.h"
+#include "service/scenario/delivery.h"
 
 #include <spdlog/spdlog.h>
 
@@ -31,7 +31,7 @@ void EventPublisher::publish(Event event) {
 void EventPublisher::publishOnBusOnly(Event event) {
     m_tasks.post([this, event = std::move(event)] {
         Delivery delivery;
-        delivery.ways = Ways::Bus;
+        delivery.channels = Channels::Bus;
         deliver(event, delivery);
     });
 }
@@ -73,9 +73,9 @@ void EventPublisher::deliver(const Event& event, const Delivery& delivery) {
                 "event name={} code={} session={:?} object={:?} kind={:?} detail={:?}", event.name,
                 static_cast<int>(event.code), event.session, event.objectId, event.kind, event.detail);
     for (int i = 0; i < delivery.times; ++i) {
-        if (delivery.ways != Ways::Bus)
+        if (delivery.channels != Channels::Bus)
             writeRegion(values, delivery.form);
-        if (delivery.ways != Ways::Memory)
+        if (delivery.channels != Channels::Memory)
             m_send(values);
     }
 }

@@ -1,10 +1,10 @@
-#ifndef ZUV_DESKTOP_EVENT_PUBLISHER_H
-#define ZUV_DESKTOP_EVENT_PUBLISHER_H
+#ifndef ZUV_DESKTOP_SERVICE_EVENT_PUBLISHER_H
+#define ZUV_DESKTOP_SERVICE_EVENT_PUBLISHER_H
 
-#include "event_region.h"
-#include "event_sink.h"
-#include "loop_tasks.h"
-#include "scenario_player.h"
+#include "base/loop_tasks.h"
+#include "service/event_sink.h"
+#include "service/ipc/event_region.h"
+#include "service/scenario/scenario_player.h"
 
 #include <chrono>
 #include <functional>
@@ -15,7 +15,7 @@
 namespace velmora::desktop {
 
 /// The one writer of events: each goes into shared memory and then out on the bus, both on the loop's thread,
-/// so that both ways have the same order. Where a scenario has something else in store for an answer, it
+/// so that both channels have the same order. Where a scenario has something else in store for an answer, it
 /// happens here.
 class EventPublisher final : public EventSink {
 public:
@@ -28,8 +28,8 @@ public:
     /// Nor sooner than this after any other answer: a client that polls looks every 50 ms.
     static constexpr std::chrono::milliseconds kAnswerHold{100};
 
-    /// Carries out a deed of the scenario's. Called on the loop's thread.
-    using Perform = std::function<void(Deed)>;
+    /// Carries out a action of the scenario's. Called on the loop's thread.
+    using Perform = std::function<void(ServiceAction)>;
 
     /// @param loop and region outlive this.
     EventPublisher(sd_event* loop, EventRegion& region, Send send, Scenario scenario = {}, Perform perform = {});
@@ -67,4 +67,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_EVENT_PUBLISHER_H
+#endif // ZUV_DESKTOP_SERVICE_EVENT_PUBLISHER_H

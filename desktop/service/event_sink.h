@@ -1,7 +1,7 @@
-#ifndef ZUV_DESKTOP_EVENT_SINK_H
-#define ZUV_DESKTOP_EVENT_SINK_H
+#ifndef ZUV_DESKTOP_SERVICE_EVENT_SINK_H
+#define ZUV_DESKTOP_SERVICE_EVENT_SINK_H
 
-#include "event.h"
+#include "service/protocol/event.h"
 
 #include <memory>
 
@@ -25,4 +25,4 @@ public:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_EVENT_SINK_H
+#endif // ZUV_DESKTOP_SERVICE_EVENT_SINK_H

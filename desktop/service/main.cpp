@@ -10,16 +10,16 @@
 //   LoopTasks. From the loop to an object: Worker::post().
 // LOCKS
 //   None is held while another is taken, nor while an event is handled or media are worked on.
-#include "desktop_log.h"
-#include "event_publisher.h"
-#include "gstreamer_engine.h"
-#include "media_server.h"
-#include "media_service.h"
-#include "scenario_files.h"
-#include "service_bus.h"
-#include "service_deeds.h"
-#include "simulated_engine.h"
-#include "topic_message.h"
+#include "bus/topic_message.h"
+#include "log/desktop_log.h"
+#include "service/event_publisher.h"
+#include "service/http/media_server.h"
+#include "service/ipc/service_bus.h"
+#include "service/media/gstreamer_engine.h"
+#include "service/media/simulated_engine.h"
+#include "service/media_service.h"
+#include "service/scenario/scenario_files.h"
+#include "service/scenario/service_action.h"
 
 #include <CLI/CLI.hpp>
 #include <gst/gst.h>
@@ -89,9 +89,9 @@ void serve(const ServiceOptions& options) {
         bus.setActivationVariable(kScenarioVariable, "");
     EventPublisher publisher(
         loop.get(), region, [&bus](const auto& values) { bus.sendEvent(values); }, scenario,
-        [&bus, &region](Deed deed) {
+        [&bus, &region](ServiceAction action) {
             bus.flush(); // what came before has gone
-            perform(deed, region);
+            perform(action, region);
         });
     MediaService service({*engine, server, publisher});
     bus.serve({[&service](const auto& values, const auto& client) { service.onCommand(values, client); },

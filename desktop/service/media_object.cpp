@@ -1,4 +1,4 @@
-#include "media_object.h"
+#include "service/media_object.h"
 
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>

@@ -1,12 +1,12 @@
-#ifndef ZUV_DESKTOP_MEDIA_OBJECT_H
-#define ZUV_DESKTOP_MEDIA_OBJECT_H
+#ifndef ZUV_DESKTOP_SERVICE_MEDIA_OBJECT_H
+#define ZUV_DESKTOP_SERVICE_MEDIA_OBJECT_H
 
-#include "command.h"
-#include "definitions.h"
-#include "event_sink.h"
-#include "media_engine.h"
-#include "media_server.h"
-#include "worker.h"
+#include "base/worker.h"
+#include "service/event_sink.h"
+#include "service/http/media_server.h"
+#include "service/media/definitions.h"
+#include "service/media/media_engine.h"
+#include "service/protocol/command.h"
 
 #include <array>
 #include <memory>
@@ -63,4 +63,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_MEDIA_OBJECT_H
+#endif // ZUV_DESKTOP_SERVICE_MEDIA_OBJECT_H

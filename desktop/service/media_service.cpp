@@ -1,6 +1,6 @@
-#include "media_service.h"
+#include "service/media_service.h"
 
-#include "random_token.h"
+#include "base/random_token.h"
 
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>

@@ -1,7 +1,7 @@
-#ifndef ZUV_DESKTOP_MEDIA_SERVICE_H
-#define ZUV_DESKTOP_MEDIA_SERVICE_H
+#ifndef ZUV_DESKTOP_SERVICE_MEDIA_SERVICE_H
+#define ZUV_DESKTOP_SERVICE_MEDIA_SERVICE_H
 
-#include "media_object.h"
+#include "service/media_object.h"
 
 #include <map>
 #include <memory>
@@ -43,4 +43,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_MEDIA_SERVICE_H
+#endif // ZUV_DESKTOP_SERVICE_MEDIA_SERVICE_H

@@ -1,5 +1,5 @@
-#ifndef IN_PROCESS_BUS_H
-#define IN_PROCESS_BUS_H
+#ifndef ZUV_EXAMPLES_PLATFORM_IN_PROCESS_BUS_H
+#define ZUV_EXAMPLES_PLATFORM_IN_PROCESS_BUS_H
 
 #include <condition_variable>
 #include <deque>
@@ -48,4 +48,4 @@ private:
     std::vector<std::shared_ptr<Inbox>> m_inboxes;
 };
 
-#endif // IN_PROCESS_BUS_H
+#endif // ZUV_EXAMPLES_PLATFORM_IN_PROCESS_BUS_H

@@ -1,6 +1,6 @@
 // Proof that what comes from a local URL is the medium that was asked for.
-#ifndef PLAYER_MEDIA_COMPARISON_H
-#define PLAYER_MEDIA_COMPARISON_H
+#ifndef ZUV_EXAMPLES_PLAYER_MEDIA_COMPARISON_H
+#define ZUV_EXAMPLES_PLAYER_MEDIA_COMPARISON_H
 
 #include <cstdint>
 #include <string>
@@ -12,4 +12,4 @@
 /// @throws std::runtime_error that says what failed, or after how many bytes the two differ.
 std::uint64_t fetchAndCompare(const std::string& localUrl, const std::string& medium);
 
-#endif // PLAYER_MEDIA_COMPARISON_H
+#endif // ZUV_EXAMPLES_PLAYER_MEDIA_COMPARISON_H

@@ -1,6 +1,6 @@
 // The way out of a callback: news of the proxies is queued, and the player's own thread takes it from there.
-#ifndef PLAYER_NEWS_H
-#define PLAYER_NEWS_H
+#ifndef ZUV_EXAMPLES_PLAYER_NEWS_H
+#define ZUV_EXAMPLES_PLAYER_NEWS_H
 
 #include "timeline.h"
 #include "zuv_media_proxy.h"
@@ -45,4 +45,4 @@ private:
     std::deque<News> m_news;
 };
 
-#endif // PLAYER_NEWS_H
+#endif // ZUV_EXAMPLES_PLAYER_NEWS_H

@@ -1,7 +1,7 @@
 // The player's main job: a main video, an advertisement break, a seek, and the next title by way of a
 // preload.
-#ifndef PLAYER_PLAYER_H
-#define PLAYER_PLAYER_H
+#ifndef ZUV_EXAMPLES_PLAYER_PLAYER_H
+#define ZUV_EXAMPLES_PLAYER_PLAYER_H
 
 #include "news.h"
 #include "timeline.h"
@@ -53,4 +53,4 @@ private:
     std::deque<News> m_shown; ///< news on the timeline that nobody has waited for yet
 };
 
-#endif // PLAYER_PLAYER_H
+#endif // ZUV_EXAMPLES_PLAYER_PLAYER_H

@@ -1,6 +1,6 @@
 // Loads the media proxy client as a web engine does: at run time, by its one exported C function.
-#ifndef PLAYER_PROXY_LIBRARY_H
-#define PLAYER_PROXY_LIBRARY_H
+#ifndef ZUV_EXAMPLES_PLAYER_PROXY_LIBRARY_H
+#define ZUV_EXAMPLES_PLAYER_PROXY_LIBRARY_H
 
 #include "zuv_media_proxy.h"
 
@@ -13,4 +13,4 @@
 /// library.
 velmora::ZUVMediaProxyManagerInterface& loadProxyLibrary(const std::string& path);
 
-#endif // PLAYER_PROXY_LIBRARY_H
+#endif // ZUV_EXAMPLES_PLAYER_PROXY_LIBRARY_H

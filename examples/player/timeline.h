@@ -1,6 +1,6 @@
 // What happened, in the order in which it happened, for a person to read.
-#ifndef PLAYER_TIMELINE_H
-#define PLAYER_TIMELINE_H
+#ifndef ZUV_EXAMPLES_PLAYER_TIMELINE_H
+#define ZUV_EXAMPLES_PLAYER_TIMELINE_H
 
 #include <chrono>
 #include <string>
@@ -19,4 +19,4 @@ private:
     Clock::time_point m_begin = Clock::now();
 };
 
-#endif // PLAYER_TIMELINE_H
+#endif // ZUV_EXAMPLES_PLAYER_TIMELINE_H

@@ -10,8 +10,8 @@
  * All three operations may be called from any thread, at the same time, and with any lock held: they take no
  * lock that a caller could hold and call nothing back.
  */
-#ifndef CSP_DEBUG_H
-#define CSP_DEBUG_H
+#ifndef ZUV_CSP_DEBUG_H
+#define ZUV_CSP_DEBUG_H
 
 #include <stdint.h>
 
@@ -42,4 +42,4 @@ const char* blog_base_name(const char* path);
 }
 #endif
 
-#endif /* CSP_DEBUG_H */
+#endif /* ZUV_CSP_DEBUG_H */

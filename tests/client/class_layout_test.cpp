@@ -1,6 +1,6 @@
 // What programs that were compiled against the classes rely on: the order of virtual operations, the order
 // and the types of the fields, and the signatures.
-#include "client_test.h"
+#include "client/client_test.h"
 #include "zuv_media_manager_interface_impl.h"
 #include "zuv_media_proxy.h"
 

@@ -1,4 +1,4 @@
-#include "client_test.h"
+#include "client/client_test.h"
 
 #include <utility>
 

@@ -1,17 +1,17 @@
 // The fixtures of the client's tests. Time is virtual, random bytes are numbered and shared memory is the
 // test's own from the first line of every test on.
-#ifndef CLIENT_TEST_H
-#define CLIENT_TEST_H
+#ifndef ZUV_TESTS_CLIENT_CLIENT_TEST_H
+#define ZUV_TESTS_CLIENT_CLIENT_TEST_H
 
-#include "event_region.h"
-#include "failing_calls.h"
-#include "journal.h"
-#include "recording_bus.h"
-#include "recording_log.h"
-#include "runtime_replacements.h"
-#include "topics.h"
-#include "virtual_time.h"
-#include "watched_mutexes.h"
+#include "client/event_region.h"
+#include "client/failing_calls.h"
+#include "client/journal.h"
+#include "client/recording_bus.h"
+#include "client/recording_log.h"
+#include "client/runtime_replacements.h"
+#include "client/topics.h"
+#include "client/virtual_time.h"
+#include "client/watched_mutexes.h"
 #include "zuv_media_proxy_manager.h"
 #include "zuv_media_proxy_object.h"
 
@@ -71,4 +71,4 @@ std::vector<std::string> noAccess(const char* function);
 
 } // namespace velmora::test
 
-#endif // CLIENT_TEST_H
+#endif // ZUV_TESTS_CLIENT_CLIENT_TEST_H

@@ -1,6 +1,6 @@
 // The bounded wait by which a synchronous request learns that the service has answered.
-#include "client_test.h"
-#include "completion_wait.h"
+#include "client/client_test.h"
+#include "client/completion_wait.h"
 
 #include <exception>
 

@@ -1,6 +1,6 @@
-#include "completion_wait.h"
+#include "client/completion_wait.h"
 
-#include "event_region.h"
+#include "client/event_region.h"
 
 namespace velmora::test {
 

@@ -1,8 +1,8 @@
 // How the bounded wait for an answer in shared memory reads in the journal.
-#ifndef COMPLETION_WAIT_H
-#define COMPLETION_WAIT_H
+#ifndef ZUV_TESTS_CLIENT_COMPLETION_WAIT_H
+#define ZUV_TESTS_CLIENT_COMPLETION_WAIT_H
 
-#include "journal.h"
+#include "client/journal.h"
 
 #include <chrono>
 #include <string>
@@ -25,4 +25,4 @@ std::vector<std::string> unansweredWait(const std::string& session, const std::s
 
 } // namespace velmora::test
 
-#endif // COMPLETION_WAIT_H
+#endif // ZUV_TESTS_CLIENT_COMPLETION_WAIT_H

@@ -1,7 +1,7 @@
-#include "contention_platform.h"
+#include "client/contention_platform.h"
 
+#include "client/topics.h"
 #include "csp_debug.h"
-#include "topics.h"
 
 #include <fcntl.h>
 #include <sched.h>
@@ -111,7 +111,7 @@ std::size_t ThreadRecord::failuresWith(const std::string& text) const {
         std::ranges::count_if(failures, [&](const std::string& line) { return line.find(text) != std::string::npos; }));
 }
 
-void Tally::await(int count) const {
+void Counter::await(int count) const {
     while (__atomic_load_n(&m_count, __ATOMIC_RELAXED) < count)
         sched_yield();
 }
@@ -120,7 +120,7 @@ std::vector<ThreadRecord> runTogether(const Action& delivery, const std::vector<
     std::vector<Action> actions = {delivery};
     append(actions, applications);
     std::vector<ThreadRecord> records(actions.size());
-    Tally ready;
+    Counter ready;
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < actions.size(); ++i)
         threads.emplace_back([&, i] {
@@ -137,7 +137,7 @@ std::vector<ThreadRecord> runTogether(const Action& delivery, const std::vector<
 std::vector<ThreadRecord> runRounds(int rounds, const RoundAction& delivery,
                                     const std::vector<RoundAction>& applications) {
     const int threads = static_cast<int>(applications.size()) + 1;
-    Tally arrived;
+    Counter arrived;
     const auto inRounds = [&](const RoundAction& action) {
         return [&, action] {
             for (int round = 0; round < rounds; ++round) {

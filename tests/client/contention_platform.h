@@ -1,8 +1,8 @@
 // A platform for tests in which threads really contend. It puts no thread in an order with another: what
 // happens goes into a record of the thread that it happens on, and threads tell each other by relaxed atomics
 // alone. A lock in here would hide from ThreadSanitizer every lock that the library forgets.
-#ifndef CONTENTION_PLATFORM_H
-#define CONTENTION_PLATFORM_H
+#ifndef ZUV_TESTS_CLIENT_CONTENTION_PLATFORM_H
+#define ZUV_TESTS_CLIENT_CONTENTION_PLATFORM_H
 
 #include "zuv_media_proxy.h"
 #include "zuv_model_access.h"
@@ -32,7 +32,7 @@ struct ThreadRecord {
 ThreadRecord& ownRecord();
 
 /// Counts, and orders nothing else between the threads that count and those that wait.
-class Tally {
+class Counter {
 public:
     void add() { __atomic_fetch_add(&m_count, 1, __ATOMIC_RELAXED); }
     int count() const { return __atomic_load_n(&m_count, __ATOMIC_RELAXED); }
@@ -91,4 +91,4 @@ Strings plainEvent(const std::string& name, const std::string& id, const std::st
 
 } // namespace velmora::test
 
-#endif // CONTENTION_PLATFORM_H
+#endif // ZUV_TESTS_CLIENT_CONTENTION_PLATFORM_H

@@ -1,6 +1,6 @@
 // Threads that contend for the library's state: nobody but the library orders them. Each test holds what must
 // be true in every order; under ThreadSanitizer it also holds that there is an order.
-#include "contention_platform.h"
+#include "client/contention_platform.h"
 #include "zuv_media_proxy_manager.h"
 #include "zuv_media_proxy_object.h"
 
@@ -170,7 +170,7 @@ TEST_F(Contention, ProxiesOfDifferentThreadsAreNotifiedExactlyOnceForEachStart) 
     const std::vector<std::string> ids = {"first", "second", "third"};
     for (const std::string& id : ids)
         manager.createNewZUVMediaProxy(id);
-    Tally finished;
+    Counter finished;
     const auto deliverEvents = [&] {
         while (finished.count() < static_cast<int>(ids.size()))
             for (const std::string& id : ids)
@@ -199,7 +199,7 @@ TEST_F(Contention, ProxiesOfDifferentThreadsAreNotifiedExactlyOnceForEachStart) 
 TEST_F(Contention, CallbacksFindOtherProxiesWhileProxiesAreCreatedAndPlayed) {
     const Proxy movie = startedProxy("movie");
     const Proxy other = manager.createNewZUVMediaProxy("other");
-    Tally found;
+    Counter found;
     platform().duringCallback = [&](const std::string&) {
         if (ZUVMediaProxyInterface::getObjectById("other") == other)
             found.add();
@@ -225,7 +225,7 @@ TEST_F(Contention, CallbacksFindOtherProxiesWhileProxiesAreCreatedAndPlayed) {
 // the registry's held, not even that of a proxy which is being registered: ThreadSanitizer tells of the two
 // orders.
 TEST_F(Contention, AProxyCreatedForAnIdentifierMayLookItselfUpInItsCallback) {
-    Tally found;
+    Counter found;
     platform().duringCallback = [&](const std::string& id) {
         if (ZUVMediaProxyInterface::getObjectById(id) != nullptr)
             found.add();
@@ -262,8 +262,8 @@ TEST_F(Contention, AProxyThatIsReplacedLosesNoEventUnnoticedAndEnds) {
 
 TEST_F(Contention, AnnouncementsReachTheCreationThatWaitsWhateverElseArrives) {
     const Proxy movie = startedProxy("movie");
-    Tally commands;
-    Tally finished;
+    Counter commands;
+    Counter finished;
     std::set<std::string> ids;
     platform().onCommand = [&](const Strings&) { commands.add(); };
     const auto deliverEvents = [&] {
@@ -316,8 +316,8 @@ TEST_F(Contention, EveryPieceOfNewsReachesOneOfTheCallbacksThatAreBeingExchanged
 
 TEST_F(Contention, TheServiceIsFoundAliveByEveryThreadThatAsksWhileEventsArrive) {
     const Proxy movie = startedProxy("movie");
-    Tally alive;
-    Tally asked;
+    Counter alive;
+    Counter asked;
     const auto deliverEvents = [&] {
         while (alive.count() < 2 * kRounds) {
             deliver(plainEvent("status", ""));
@@ -346,7 +346,7 @@ TEST_F(Contention, APreloadsAnswerReadAndDeliveredAtOnceIsNotifiedOnce) {
     for (int i = 0; i < kRounds; ++i) {
         const std::string id = longText("movie", i);
         const Proxy proxy = manager.createNewZUVMediaProxy(id);
-        Tally reading;
+        Counter reading;
         platform().onRead = [&](Strings& values) {
             values = startedEvent(id, "url");
             reading.add(); // from here on, either side may come first
@@ -390,8 +390,8 @@ TEST_F(Contention, DefinitionsThatArriveBetweenTheNotificationsOfAPreloadAreTold
     const Proxy proxy = manager.createNewZUVMediaProxy("movie");
     deliver(startedEvent("movie", "url"));
     deliver(definitionEvent("movie", longText("early", 0)));
-    Tally urlTold;
-    Tally delivered;
+    Counter urlTold;
+    Counter delivered;
     platform().duringCallback = [&](const std::string&) {
         if (ownRecord().news.back()[2] != "url")
             return;

@@ -1,5 +1,5 @@
 // The "create" command, asynchronous and synchronous.
-#include "creation_fixture.h"
+#include "client/creation_fixture.h"
 
 namespace velmora::test {
 namespace {

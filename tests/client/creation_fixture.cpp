@@ -1,4 +1,4 @@
-#include "creation_fixture.h"
+#include "client/creation_fixture.h"
 
 namespace velmora::test {
 

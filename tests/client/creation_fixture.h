@@ -1,10 +1,10 @@
 // What the tests of creation share: a service that answers "create", and how its requests read in the
 // journal.
-#ifndef CREATION_FIXTURE_H
-#define CREATION_FIXTURE_H
+#ifndef ZUV_TESTS_CLIENT_CREATION_FIXTURE_H
+#define ZUV_TESTS_CLIENT_CREATION_FIXTURE_H
 
-#include "client_test.h"
-#include "completion_wait.h"
+#include "client/client_test.h"
+#include "client/completion_wait.h"
 
 #include <string>
 #include <vector>
@@ -34,4 +34,4 @@ std::vector<std::string> unansweredSyncCreate(const std::string& session);
 
 } // namespace velmora::test
 
-#endif // CREATION_FIXTURE_H
+#endif // ZUV_TESTS_CLIENT_CREATION_FIXTURE_H

@@ -1,5 +1,5 @@
 // The four creation functions.
-#include "creation_fixture.h"
+#include "client/creation_fixture.h"
 
 #include <exception>
 

@@ -1,5 +1,5 @@
 // The exported entry point, the manager interface and the statics of the proxy interface.
-#include "client_test.h"
+#include "client/client_test.h"
 #include "zuv_media_manager_interface_impl.h"
 #include "zuv_media_proxy.h"
 

@@ -1,5 +1,5 @@
 // What the manager does with an event, the neutral event, and the lookups by identifier.
-#include "client_test.h"
+#include "client/client_test.h"
 
 namespace velmora::test {
 namespace {

@@ -1,5 +1,5 @@
 // The event region: mapping it, and what its text becomes.
-#include "client_test.h"
+#include "client/client_test.h"
 
 #include <sys/mman.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
-#include "event_region.h"
+#include "client/event_region.h"
 
-#include "failing_calls.h"
+#include "client/failing_calls.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

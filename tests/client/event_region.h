@@ -1,10 +1,10 @@
 // The shared-memory object "/ZUV_PROXY" of a test: a private one, so that tests run in parallel and never
 // touch the machine's own. Replaces shm_open, shm_unlink, ftruncate, mmap and close at link time; the last
 // three concern the descriptors of this object only.
-#ifndef EVENT_REGION_H
-#define EVENT_REGION_H
+#ifndef ZUV_TESTS_CLIENT_EVENT_REGION_H
+#define ZUV_TESTS_CLIENT_EVENT_REGION_H
 
-#include "journal.h"
+#include "client/journal.h"
 
 #include <functional>
 #include <set>
@@ -71,4 +71,4 @@ std::vector<std::string> regionRead(const Strings& parameters);
 
 } // namespace velmora::test
 
-#endif // EVENT_REGION_H
+#endif // ZUV_TESTS_CLIENT_EVENT_REGION_H

@@ -2,7 +2,7 @@
 //
 // The scope trace's way out is passed by each failure of a traced operation. As an exception there would end
 // the process, these tests show as well that it allocates nothing.
-#include "operation_under_test.h"
+#include "client/operation_under_test.h"
 
 #include <new>
 #include <regex>

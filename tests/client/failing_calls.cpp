@@ -1,4 +1,4 @@
-#include "failing_calls.h"
+#include "client/failing_calls.h"
 
 #include <array>
 #include <cstddef>

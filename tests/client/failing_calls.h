@@ -1,8 +1,8 @@
 // The calls that a test can let fail: the nth of a kind, or every one. The replaced functions ask here.
 // Counted is what the client does on the thread of the test, and not what its recording platform does
 // meanwhile.
-#ifndef FAILING_CALLS_H
-#define FAILING_CALLS_H
+#ifndef ZUV_TESTS_CLIENT_FAILING_CALLS_H
+#define ZUV_TESTS_CLIENT_FAILING_CALLS_H
 
 namespace velmora::test {
 
@@ -42,4 +42,4 @@ bool isToFail(Call call);
 
 } // namespace velmora::test
 
-#endif // FAILING_CALLS_H
+#endif // ZUV_TESTS_CLIENT_FAILING_CALLS_H

@@ -1,6 +1,6 @@
 // Every lock that an operation takes, the manager's and the proxies', failing once. A wait on the condition
 // variable cannot be among them: when it cannot lock again, the C++ standard ends the process.
-#include "operation_under_test.h"
+#include "client/operation_under_test.h"
 
 #include <system_error>
 

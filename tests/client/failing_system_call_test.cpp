@@ -1,6 +1,6 @@
 // Every system call of the client failing once: what comes of it, and that the next call works.
-#include "creation_fixture.h"
-#include "operation_under_test.h"
+#include "client/creation_fixture.h"
+#include "client/operation_under_test.h"
 
 #include <sys/mman.h>
 

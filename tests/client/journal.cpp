@@ -1,7 +1,7 @@
-#include "journal.h"
+#include "client/journal.h"
 
-#include "log_line.h"
-#include "topics.h"
+#include "client/log_line.h"
+#include "client/topics.h"
 
 #include <algorithm>
 #include <cstdarg>

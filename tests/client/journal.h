@@ -1,8 +1,8 @@
 // The one ordered journal of a test: what the client put out, asked of its platform and told the application,
 // line by line, in the order in which it happened. A test compares the journal as text, so that a failure
 // shows as a diff.
-#ifndef JOURNAL_H
-#define JOURNAL_H
+#ifndef ZUV_TESTS_CLIENT_JOURNAL_H
+#define ZUV_TESTS_CLIENT_JOURNAL_H
 
 #include <chrono>
 #include <cstddef>
@@ -82,4 +82,4 @@ std::vector<std::string> joined(const std::vector<std::vector<std::string>>& par
 #define EXPECT_JOURNAL_LINES(expected)                                                                                 \
     EXPECT_EQ(::velmora::test::asText(::velmora::test::journal().lines()), ::velmora::test::asText(expected))
 
-#endif // JOURNAL_H
+#endif // ZUV_TESTS_CLIENT_JOURNAL_H

@@ -1,6 +1,6 @@
 // The inspect command and the quick question whether the service is alive.
-#include "client_test.h"
-#include "completion_wait.h"
+#include "client/client_test.h"
+#include "client/completion_wait.h"
 
 #include <exception>
 #include <new>

@@ -1,6 +1,6 @@
-#include "log_line.h"
+#include "client/log_line.h"
 
-#include "journal.h"
+#include "client/journal.h"
 
 #include <cstdio>
 

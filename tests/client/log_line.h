@@ -1,7 +1,7 @@
 // How a log line reads in the journal: the one form that the recording log writes and that expectations are
 // made in.
-#ifndef LOG_LINE_H
-#define LOG_LINE_H
+#ifndef ZUV_TESTS_CLIENT_LOG_LINE_H
+#define ZUV_TESTS_CLIENT_LOG_LINE_H
 
 #include <cstdarg>
 #include <cstdint>
@@ -25,4 +25,4 @@ __attribute__((format(printf, 1, 0))) std::string formatted(const char* format, 
 
 } // namespace velmora::test
 
-#endif // LOG_LINE_H
+#endif // ZUV_TESTS_CLIENT_LOG_LINE_H

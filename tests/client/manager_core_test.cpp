@@ -1,5 +1,5 @@
 // The manager's construction, connection, callbacks, service start, pause and destruction.
-#include "client_test.h"
+#include "client/client_test.h"
 
 #include <unistd.h>
 

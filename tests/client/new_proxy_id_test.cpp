@@ -1,5 +1,5 @@
 // The search for an identifier: one "create" an attempt, one restart, two limits.
-#include "creation_fixture.h"
+#include "client/creation_fixture.h"
 
 #include <exception>
 #include <new>

@@ -1,5 +1,5 @@
 // How a proxy object decodes an event, and what it does with definitions.
-#include "client_test.h"
+#include "client/client_test.h"
 
 #include <new>
 #include <system_error>

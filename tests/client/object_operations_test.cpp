@@ -1,6 +1,6 @@
 // The application's calls on a proxy object.
-#include "client_test.h"
-#include "completion_wait.h"
+#include "client/client_test.h"
+#include "client/completion_wait.h"
 
 #include <new>
 #include <system_error>

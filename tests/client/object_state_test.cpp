@@ -1,5 +1,5 @@
 // A proxy object's construction and accessors, both tables of its states, and its handlers.
-#include "client_test.h"
+#include "client/client_test.h"
 
 #include <array>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // The races that are open by contract: no lock is taken there. Each test makes its two accesses one after the
 // other in time, so that it is safe, and leaves them without an order that a lock would give, so that
 // ThreadSanitizer reports them unless tests/tsan.supp says otherwise. The build runs each test both ways.
-#include "contention_platform.h"
+#include "client/contention_platform.h"
 #include "zuv_media_proxy_manager.h"
 #include "zuv_media_proxy_object.h"
 
@@ -23,7 +23,7 @@ protected:
 TEST_F(OpenRace, EventBuffer) {
     leaveInMemory(startedEvent("movie", "url"));
     manager.createNewZUVMediaProxySync("movie");
-    Tally read;
+    Counter read;
     Strings first;
     Strings second;
 
@@ -41,8 +41,8 @@ TEST_F(OpenRace, EventBuffer) {
 }
 
 TEST_F(OpenRace, RegistrationOfAnAnnouncedProxy) {
-    Tally commands;
-    Tally created;
+    Counter commands;
+    Counter created;
     platform().onCommand = [&](const Strings&) { commands.add(); };
     std::shared_ptr<ZUVMediaProxyObject> proxy;
 
@@ -70,8 +70,8 @@ TEST_F(OpenRace, NewestAnnouncedIdentifier) {
     platform().onCommand = [&](const Strings& command) {
         leaveInMemory(createdEvent("movie", command[2], ++commands == 1 ? "200" : "500"));
     };
-    Tally replayed;
-    Tally delivered;
+    Counter replayed;
+    Counter delivered;
     platform().onLine = [&](const std::string& line) {
         if (line.find("Create Failed") == std::string::npos)
             return;
@@ -95,8 +95,8 @@ TEST_F(OpenRace, NewestAnnouncedIdentifier) {
 TEST_F(OpenRace, ForgottenIdentifiers) {
     deliver(createdEvent("forgotten"));
     platform().onCommand = [](const Strings& command) { leaveInMemory(createdEvent("", command[2], "500")); };
-    Tally started;
-    Tally delivered;
+    Counter started;
+    Counter delivered;
     platform().onStartService = [&] {
         leaveInMemory({"unknown"});
         started.add();

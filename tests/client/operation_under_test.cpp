@@ -1,4 +1,4 @@
-#include "operation_under_test.h"
+#include "client/operation_under_test.h"
 
 #include "zuv_media_proxy.h"
 

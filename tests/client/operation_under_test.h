@@ -1,9 +1,9 @@
 // One operation of the client at a time, called on a client of its own. A table lists all of them, for tests
 // of what holds for every operation; a new operation is one line of it.
-#ifndef OPERATION_UNDER_TEST_H
-#define OPERATION_UNDER_TEST_H
+#ifndef ZUV_TESTS_CLIENT_OPERATION_UNDER_TEST_H
+#define ZUV_TESTS_CLIENT_OPERATION_UNDER_TEST_H
 
-#include "client_test.h"
+#include "client/client_test.h"
 #include "zuv_media_manager_interface_impl.h"
 
 #include <functional>
@@ -217,4 +217,4 @@ bool EveryOperation::expectFailureToPass(const Operation& operation, Call call, 
 
 } // namespace velmora::test
 
-#endif // OPERATION_UNDER_TEST_H
+#endif // ZUV_TESTS_CLIENT_OPERATION_UNDER_TEST_H

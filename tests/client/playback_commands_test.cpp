@@ -1,6 +1,6 @@
 // The manager's start, stop, seek and preload commands, asynchronous and synchronous.
-#include "client_test.h"
-#include "completion_wait.h"
+#include "client/client_test.h"
+#include "client/completion_wait.h"
 
 #include <exception>
 #include <limits>

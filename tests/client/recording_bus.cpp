@@ -1,7 +1,7 @@
-#include "recording_bus.h"
+#include "client/recording_bus.h"
 
-#include "failing_calls.h"
-#include "topics.h"
+#include "client/failing_calls.h"
+#include "client/topics.h"
 
 #include <filesystem>
 #include <iterator>

@@ -1,9 +1,9 @@
 // The platform's bus, as the tests provide it: every operation goes into the journal, and a script says what
 // happens meanwhile. One connection at a time is assumed to receive events.
-#ifndef RECORDING_BUS_H
-#define RECORDING_BUS_H
+#ifndef ZUV_TESTS_CLIENT_RECORDING_BUS_H
+#define ZUV_TESTS_CLIENT_RECORDING_BUS_H
 
-#include "journal.h"
+#include "client/journal.h"
 #include "zuv_model_access.h"
 
 #include <functional>
@@ -78,4 +78,4 @@ std::size_t threadCount();
 
 } // namespace velmora::test
 
-#endif // RECORDING_BUS_H
+#endif // ZUV_TESTS_CLIENT_RECORDING_BUS_H

@@ -1,9 +1,9 @@
-#include "recording_log.h"
+#include "client/recording_log.h"
 
+#include "client/failing_calls.h"
+#include "client/journal.h"
+#include "client/log_line.h"
 #include "csp_debug.h"
-#include "failing_calls.h"
-#include "journal.h"
-#include "log_line.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The platform's logging facility, as the tests provide it: every line goes into the journal.
-#ifndef RECORDING_LOG_H
-#define RECORDING_LOG_H
+#ifndef ZUV_TESTS_CLIENT_RECORDING_LOG_H
+#define ZUV_TESTS_CLIENT_RECORDING_LOG_H
 
 #include <functional>
 #include <string>
@@ -19,4 +19,4 @@ RecordingLog& recordingLog();
 
 } // namespace velmora::test
 
-#endif // RECORDING_LOG_H
+#endif // ZUV_TESTS_CLIENT_RECORDING_LOG_H

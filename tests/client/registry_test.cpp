@@ -1,5 +1,5 @@
 // The registry of proxies, and the identifiers that the manager makes.
-#include "client_test.h"
+#include "client/client_test.h"
 
 #include <cctype>
 #include <new>

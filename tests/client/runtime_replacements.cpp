@@ -1,7 +1,7 @@
-#include "runtime_replacements.h"
+#include "client/runtime_replacements.h"
 
-#include "failing_calls.h"
-#include "journal.h"
+#include "client/failing_calls.h"
+#include "client/journal.h"
 
 #include <uuid/uuid.h>
 

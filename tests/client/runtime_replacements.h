@@ -1,7 +1,7 @@
 // What the tests replace of the C and C++ run time and of libuuid: at link time the random bytes, malloc, and
 // printf, whose lines go into the journal too; and for the whole process operator new and delete.
-#ifndef RUNTIME_REPLACEMENTS_H
-#define RUNTIME_REPLACEMENTS_H
+#ifndef ZUV_TESTS_CLIENT_RUNTIME_REPLACEMENTS_H
+#define ZUV_TESTS_CLIENT_RUNTIME_REPLACEMENTS_H
 
 #include <array>
 #include <cstddef>
@@ -35,4 +35,4 @@ std::string printedLine(const std::string& file, const std::string& function);
 
 } // namespace velmora::test
 
-#endif // RUNTIME_REPLACEMENTS_H
+#endif // ZUV_TESTS_CLIENT_RUNTIME_REPLACEMENTS_H

@@ -1,8 +1,8 @@
 // The built shared object, used as an engine uses it: loaded with dlopen, found with dlsym, unloaded, loaded
 // again. This program lends it the recording platform: its own symbols come before those of the platform's
 // library.
-#include "journal.h"
-#include "recording_bus.h"
+#include "client/journal.h"
+#include "client/recording_bus.h"
 #include "zuv_media_proxy.h"
 
 #include <dlfcn.h>

@@ -1,6 +1,6 @@
 // The topics, stated once more on the side of the tests.
-#ifndef TOPICS_H
-#define TOPICS_H
+#ifndef ZUV_TESTS_CLIENT_TOPICS_H
+#define ZUV_TESTS_CLIENT_TOPICS_H
 
 namespace velmora::test {
 
@@ -9,4 +9,4 @@ inline constexpr const char* kEventTopic = "tovik.sl2.vstr.videoplayer.zuv.event
 
 } // namespace velmora::test
 
-#endif // TOPICS_H
+#endif // ZUV_TESTS_CLIENT_TOPICS_H

@@ -1,7 +1,7 @@
-#include "virtual_time.h"
+#include "client/virtual_time.h"
 
-#include "failing_calls.h"
-#include "journal.h"
+#include "client/failing_calls.h"
+#include "client/journal.h"
 
 #include <pthread.h>
 #include <unistd.h>

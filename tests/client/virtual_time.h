@@ -2,8 +2,8 @@
 //
 // Replaces clock_gettime, usleep, std::chrono::steady_clock::now, the timed wait of std::condition_variable
 // and its notify_all at link time. Before begin() and after end() all of them are the real ones.
-#ifndef VIRTUAL_TIME_H
-#define VIRTUAL_TIME_H
+#ifndef ZUV_TESTS_CLIENT_VIRTUAL_TIME_H
+#define ZUV_TESTS_CLIENT_VIRTUAL_TIME_H
 
 #include <atomic>
 #include <chrono>
@@ -70,4 +70,4 @@ VirtualTime& virtualTime();
 
 } // namespace velmora::test
 
-#endif // VIRTUAL_TIME_H
+#endif // ZUV_TESTS_CLIENT_VIRTUAL_TIME_H

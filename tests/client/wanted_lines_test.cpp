@@ -1,6 +1,6 @@
 // Every operation with a log that wants few lines or none: only the lines that are wanted come out, and the rest of
 // what the operation does is the same.
-#include "operation_under_test.h"
+#include "client/operation_under_test.h"
 
 #include <exception>
 #include <tuple>

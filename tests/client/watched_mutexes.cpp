@@ -1,7 +1,7 @@
-#include "watched_mutexes.h"
+#include "client/watched_mutexes.h"
 
-#include "failing_calls.h"
-#include "journal.h"
+#include "client/failing_calls.h"
+#include "client/journal.h"
 
 #include <pthread.h>
 

@@ -1,8 +1,8 @@
 // Mutexes whose locking a test wants to see in the journal. Replaces pthread_mutex_lock and
 // pthread_mutex_unlock at link time; mutexes that nobody watches are the real
 // thing, but for a lock that is to fail.
-#ifndef WATCHED_MUTEXES_H
-#define WATCHED_MUTEXES_H
+#ifndef ZUV_TESTS_CLIENT_WATCHED_MUTEXES_H
+#define ZUV_TESTS_CLIENT_WATCHED_MUTEXES_H
 
 #include <functional>
 #include <mutex>
@@ -27,4 +27,4 @@ bool isAnyHeld(const std::vector<std::mutex*>& mutexes);
 
 } // namespace velmora::test
 
-#endif // WATCHED_MUTEXES_H
+#endif // ZUV_TESTS_CLIENT_WATCHED_MUTEXES_H

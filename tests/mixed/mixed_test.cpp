@@ -1,9 +1,9 @@
 // The client library of this build beside a service of another word size: commands and events cross one bus, the
 // service's events one shared memory. All tests share one run of the desktop platform, each with a client
 // process of its own.
-#include "news_record.h"
-#include "recording_client.h"
-#include "topics.h"
+#include "client/topics.h"
+#include "support/recording_client.h"
+#include "system/news_record.h"
 #include "zuv_media_proxy.h"
 
 #include <dlfcn.h>

@@ -1,5 +1,5 @@
 // The beginning of a connection: initialize() and start().
-#include "participant.h"
+#include "platform/participant.h"
 
 #include <fcntl.h>
 #include <pthread.h>

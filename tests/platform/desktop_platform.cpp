@@ -1,8 +1,8 @@
 // The desktop platform, on the bus that `zuv-desktop run` has put around the suite.
-#include "bus_peer.h"
-#include "platform_under_test.h"
-#include "processes.h"
-#include "topic_message.h"
+#include "bus/topic_message.h"
+#include "platform/platform_under_test.h"
+#include "support/bus_peer.h"
+#include "support/processes.h"
 
 #include <csignal>
 #include <cstdlib>

@@ -1,5 +1,5 @@
 // The end of a connection, on whatever thread and at whatever moment it comes.
-#include "participant.h"
+#include "platform/participant.h"
 
 #include <atomic>
 #include <memory>

@@ -1,7 +1,7 @@
 // The logging facility, as the client uses it: is the level wanted, then the line.
 #include "csp_debug.h"
-#include "participant.h"
-#include "platform_under_test.h"
+#include "platform/participant.h"
+#include "platform/platform_under_test.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "participant.h"
+#include "platform/participant.h"
 
 namespace velmora::platform_test {
 

@@ -1,8 +1,8 @@
-#ifndef TESTS_PLATFORM_PARTICIPANT_H
-#define TESTS_PLATFORM_PARTICIPANT_H
+#ifndef ZUV_TESTS_PLATFORM_PARTICIPANT_H
+#define ZUV_TESTS_PLATFORM_PARTICIPANT_H
 
-#include "platform_under_test.h"
-#include "recording_client.h"
+#include "platform/platform_under_test.h"
+#include "support/recording_client.h"
 #include "zuv_model_access.h"
 
 #include <gtest/gtest.h>
@@ -74,4 +74,4 @@ private:
 
 } // namespace velmora::platform_test
 
-#endif // TESTS_PLATFORM_PARTICIPANT_H
+#endif // ZUV_TESTS_PLATFORM_PARTICIPANT_H

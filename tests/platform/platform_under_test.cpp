@@ -1,4 +1,4 @@
-#include "platform_under_test.h"
+#include "platform/platform_under_test.h"
 
 #include <gtest/gtest.h>
 

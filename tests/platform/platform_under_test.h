@@ -1,7 +1,7 @@
 // What the conformance suite must know of a platform and cannot ask of zuv_model_access.h and csp_debug.h.
 // Every platform that is put to the test defines one function that says it.
-#ifndef TESTS_PLATFORM_UNDER_TEST_H
-#define TESTS_PLATFORM_UNDER_TEST_H
+#ifndef ZUV_TESTS_PLATFORM_PLATFORM_UNDER_TEST_H
+#define ZUV_TESTS_PLATFORM_PLATFORM_UNDER_TEST_H
 
 #include <cstdint>
 #include <functional>
@@ -60,4 +60,4 @@ std::string stderrOf(const std::function<void()>& action);
 
 } // namespace velmora::platform_test
 
-#endif // TESTS_PLATFORM_UNDER_TEST_H
+#endif // ZUV_TESTS_PLATFORM_PLATFORM_UNDER_TEST_H

@@ -1,5 +1,5 @@
 // What is published arrives whole and in order, and never holds its publisher up.
-#include "participant.h"
+#include "platform/participant.h"
 
 #include <algorithm>
 #include <map>

@@ -1,5 +1,5 @@
 // The value that a topic last carried.
-#include "participant.h"
+#include "platform/participant.h"
 
 #include <atomic>
 

@@ -1,5 +1,5 @@
 // The service comes when it is asked for, and only then.
-#include "participant.h"
+#include "platform/participant.h"
 
 #include <algorithm>
 #include <optional>

@@ -1,6 +1,6 @@
-#include "application.h"
+#include "system/application.h"
 
-#include "topic_message.h"
+#include "bus/topic_message.h"
 
 #include <httplib.h>
 

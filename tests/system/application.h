@@ -1,10 +1,10 @@
 // What every system test has: a private bus with the service and the keeper behind it, the client library as
 // an application sees it, and a record of its callbacks.
-#ifndef TESTS_SYSTEM_APPLICATION_H
-#define TESTS_SYSTEM_APPLICATION_H
+#ifndef ZUV_TESTS_SYSTEM_APPLICATION_H
+#define ZUV_TESTS_SYSTEM_APPLICATION_H
 
-#include "news_record.h"
-#include "private_bus.h"
+#include "launcher/private_bus.h"
+#include "system/news_record.h"
 #include "zuv_media_proxy.h"
 
 #include <gtest/gtest.h>
@@ -48,4 +48,4 @@ std::string fileBytes(const std::string& path);
 
 } // namespace velmora::system_test
 
-#endif // TESTS_SYSTEM_APPLICATION_H
+#endif // ZUV_TESTS_SYSTEM_APPLICATION_H

@@ -1,6 +1,6 @@
 // The library in asynchronous mode against the real service: commands return at once, news comes over the
 // bus.
-#include "application.h"
+#include "system/application.h"
 
 using namespace velmora;
 using namespace velmora::system_test;

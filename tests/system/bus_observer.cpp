@@ -1,8 +1,8 @@
-#include "bus_observer.h"
+#include "system/bus_observer.h"
 
-#include "bus_daemon.h"
-#include "news_record.h"
-#include "topic_message.h"
+#include "bus/bus_daemon.h"
+#include "bus/topic_message.h"
+#include "system/news_record.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,7 +1,7 @@
-#ifndef TESTS_SYSTEM_BUS_OBSERVER_H
-#define TESTS_SYSTEM_BUS_OBSERVER_H
+#ifndef ZUV_TESTS_SYSTEM_BUS_OBSERVER_H
+#define ZUV_TESTS_SYSTEM_BUS_OBSERVER_H
 
-#include "sd_bus_pointers.h"
+#include "bus/sd_bus_pointers.h"
 
 #include <sys/types.h>
 
@@ -50,4 +50,4 @@ private:
 
 } // namespace velmora::system_test
 
-#endif // TESTS_SYSTEM_BUS_OBSERVER_H
+#endif // ZUV_TESTS_SYSTEM_BUS_OBSERVER_H

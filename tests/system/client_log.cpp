@@ -1,7 +1,7 @@
-#include "client_log.h"
+#include "system/client_log.h"
 
 #include "csp_debug.h"
-#include "news_record.h"
+#include "system/news_record.h"
 
 #include <algorithm>
 #include <condition_variable>

@@ -1,6 +1,6 @@
 // The platform's log as these tests provide it in place of the desktop's, to look at what the library writes.
-#ifndef TESTS_SYSTEM_CLIENT_LOG_H
-#define TESTS_SYSTEM_CLIENT_LOG_H
+#ifndef ZUV_TESTS_SYSTEM_CLIENT_LOG_H
+#define ZUV_TESTS_SYSTEM_CLIENT_LOG_H
 
 #include <functional>
 #include <string>
@@ -27,4 +27,4 @@ public:
 
 } // namespace velmora::system_test
 
-#endif // TESTS_SYSTEM_CLIENT_LOG_H
+#endif // ZUV_TESTS_SYSTEM_CLIENT_LOG_H

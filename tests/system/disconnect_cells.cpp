@@ -1,4 +1,4 @@
-#include "disconnect_cells.h"
+#include "system/disconnect_cells.h"
 
 #include "zuv_media_proxy.h"
 
@@ -14,7 +14,7 @@ using enum Mode;
 using enum Disturbance;
 using enum Moment;
 using enum Afterwards;
-using enum Fate;
+using enum Outcome;
 
 constexpr std::array kOperations{Create, Start, Stop, Seek, Preload, Inspect};
 constexpr std::array kKinds{Kind::None, Kind::MainVideo, Kind::Advertisement};
@@ -74,8 +74,8 @@ const Callback kUrlFromEither{Medium::MainVideo, "url", CallbackThread::Either};
 const Callback kAdUrlFromEither{Medium::Advertisement, "url", CallbackThread::Either};
 const Callback kAdUrlFromTheOther{Medium::Advertisement, "url", CallbackThread::OtherThanBefore};
 
-const std::vector<Fate> kNoSuccess{Unanswered, UnknownObject};
-const std::vector<Fate> kAnyOfACommand{Unanswered, UnknownObject, AnsweredLate, Answered};
+const std::vector<Outcome> kNoSuccess{Unanswered, UnknownObject};
+const std::vector<Outcome> kAnyOfACommand{Unanswered, UnknownObject, AnsweredLate, Answered};
 
 // The proxy after the operation has had its effect, or before.
 Promise stopped(Kind kind, Range time) {
@@ -152,10 +152,10 @@ const std::vector<Absence>& absences() {
 
 // ---- What becomes of the command
 
-const std::vector<FateRule>& fateRules() {
+const std::vector<OutcomeRule>& outcomeRules() {
     static const std::vector<Operation> ofAnObject{Start, Stop, Seek, Preload};
     static const std::vector<Operation> allButCreate{Start, Stop, Seek, Preload, Inspect};
-    static const std::vector<FateRule> all{
+    static const std::vector<OutcomeRule> all{
         // Nobody receives it, or nobody lives to answer it.
         {{allButCreate, {}, {}, {}, {Before}, {NotRestarted}}, Unanswered},
         {{allButCreate, {}, {}, {}, {During}, {NotRestarted, Restarted}}, Unanswered},
@@ -244,8 +244,8 @@ const std::vector<PromiseRule>& promiseRules() {
     return all;
 }
 
-std::string textOf(Fate fate) {
-    switch (fate) {
+std::string textOf(Outcome outcome) {
+    switch (outcome) {
     case Unanswered:
         return "never answered";
     case UnknownObject:
@@ -288,8 +288,8 @@ bool Pattern::holds(const Cell& cell) const {
            includes(afterwards, cell.afterwards);
 }
 
-bool PromiseRule::holds(const Cell& cell, Fate fate) const {
-    return cell.operation == operation && cell.kind == kind && cell.mode == mode && includes(fates, fate);
+bool PromiseRule::holds(const Cell& cell, Outcome outcome) const {
+    return cell.operation == operation && cell.kind == kind && cell.mode == mode && includes(outcomes, outcome);
 }
 
 std::vector<Cell> allCombinations() {
@@ -316,10 +316,10 @@ std::vector<Cell> allCells() {
     return cells;
 }
 
-Fate fateOf(const Cell& cell) {
-    return std::find_if(fateRules().begin(), fateRules().end(),
-                        [&](const FateRule& rule) { return rule.pattern.holds(cell); })
-        ->fate;
+Outcome fateOf(const Cell& cell) {
+    return std::find_if(outcomeRules().begin(), outcomeRules().end(),
+                        [&](const OutcomeRule& rule) { return rule.pattern.holds(cell); })
+        ->outcome;
 }
 
 const Promise& promiseOf(const Cell& cell) {

@@ -1,9 +1,9 @@
 // The disconnect matrix as data: every combination of an operation and a service that dies or freezes around
 // it, and what the application is promised to see then.
-#ifndef TESTS_SYSTEM_DISCONNECT_CELLS_H
-#define TESTS_SYSTEM_DISCONNECT_CELLS_H
+#ifndef ZUV_TESTS_SYSTEM_DISCONNECT_CELLS_H
+#define ZUV_TESTS_SYSTEM_DISCONNECT_CELLS_H
 
-#include "news_record.h"
+#include "system/news_record.h"
 
 #include <string>
 #include <vector>
@@ -58,7 +58,7 @@ const std::vector<Absence>& absences();
 const Absence* absenceOf(const Cell& cell);
 
 /// What becomes of a command, which is all that decides on what the application sees.
-enum class Fate {
+enum class Outcome {
     Unanswered,       ///< no answer ever comes
     UnknownObject,    ///< a service that was started anew does not know the object
     AnsweredLate,     ///< the answer comes when the call has returned
@@ -68,13 +68,13 @@ enum class Fate {
     GivenUp,          ///< the library starts the service in vain
 };
 
-struct FateRule {
+struct OutcomeRule {
     Pattern pattern;
-    Fate fate;
+    Outcome outcome;
 };
-const std::vector<FateRule>& fateRules();
+const std::vector<OutcomeRule>& outcomeRules();
 /// For people.
-std::string textOf(Fate fate);
+std::string textOf(Outcome outcome);
 
 /// The bus's delivery thread, or the caller's: whichever is first, and the other one then.
 enum class CallbackThread { Delivery, Either, OtherThanBefore };
@@ -106,17 +106,17 @@ struct PromiseRule {
     Operation operation;
     Kind kind;
     Mode mode;
-    std::vector<Fate> fates;
+    std::vector<Outcome> outcomes;
     Promise promise;
 
-    bool holds(const Cell& cell, Fate fate) const;
+    bool holds(const Cell& cell, Outcome outcome) const;
 };
 const std::vector<PromiseRule>& promiseRules();
 
 /// Of a cell that exists.
-Fate fateOf(const Cell& cell);
+Outcome fateOf(const Cell& cell);
 const Promise& promiseOf(const Cell& cell);
 
 } // namespace velmora::system_test
 
-#endif // TESTS_SYSTEM_DISCONNECT_CELLS_H
+#endif // ZUV_TESTS_SYSTEM_DISCONNECT_CELLS_H

@@ -1,7 +1,7 @@
 // What an application sees when the service dies or freezes before, during or after one of its calls: each
 // cell of the matrix with real processes on a real bus.
-#include "disconnect_cells.h"
-#include "disconnect_run.h"
+#include "system/disconnect_cells.h"
+#include "system/disconnect_run.h"
 
 #include <gtest/gtest.h>
 
@@ -66,16 +66,16 @@ TEST_P(DisconnectMatrix, KeepsItsPromise) {
 INSTANTIATE_TEST_SUITE_P(, DisconnectMatrix, testing::ValuesIn(allCells()),
                          [](const auto& cell) { return nameOf(cell.param); });
 
-bool isFateOfACell(const PromiseRule& rule, Fate fate) {
+bool isOutcomeOfACell(const PromiseRule& rule, Outcome outcome) {
     const std::vector<Cell> cells = allCells();
     return std::any_of(cells.begin(), cells.end(),
-                       [&](const Cell& cell) { return rule.holds(cell, fate) && fateOf(cell) == fate; });
+                       [&](const Cell& cell) { return rule.holds(cell, outcome) && fateOf(cell) == outcome; });
 }
 
 TEST(DisconnectCells, EachPromiseIsKeptSomewhere) {
     for (const PromiseRule& rule : promiseRules())
-        for (const Fate fate : rule.fates)
-            EXPECT_TRUE(isFateOfACell(rule, fate)) << commandOf(rule.operation) << ": " << textOf(fate);
+        for (const Outcome outcome : rule.outcomes)
+            EXPECT_TRUE(isOutcomeOfACell(rule, outcome)) << commandOf(rule.operation) << ": " << textOf(outcome);
 }
 
 TEST(DisconnectCells, EachCombinationHasItsPromiseOrTheReasonForItsAbsence) {
@@ -83,11 +83,11 @@ TEST(DisconnectCells, EachCombinationHasItsPromiseOrTheReasonForItsAbsence) {
         if (absenceOf(cell) != nullptr)
             continue;
         SCOPED_TRACE(nameOf(cell));
-        const auto isAbout = [&](const FateRule& rule) { return rule.pattern.holds(cell); };
-        ASSERT_EQ(std::count_if(fateRules().begin(), fateRules().end(), isAbout), 1);
-        const Fate fate = fateOf(cell);
+        const auto isAbout = [&](const OutcomeRule& rule) { return rule.pattern.holds(cell); };
+        ASSERT_EQ(std::count_if(outcomeRules().begin(), outcomeRules().end(), isAbout), 1);
+        const Outcome outcome = fateOf(cell);
         EXPECT_EQ(std::count_if(promiseRules().begin(), promiseRules().end(),
-                                [&](const PromiseRule& rule) { return rule.holds(cell, fate); }),
+                                [&](const PromiseRule& rule) { return rule.holds(cell, outcome); }),
                   1);
     }
 }

@@ -1,7 +1,7 @@
-#include "disconnect_run.h"
+#include "system/disconnect_run.h"
 
-#include "processes.h"
-#include "topic_message.h"
+#include "bus/topic_message.h"
+#include "support/processes.h"
 
 #include <gtest/gtest.h>
 
@@ -246,10 +246,10 @@ void DisconnectRun::proceedAfterTheCall() {
 }
 
 void DisconnectRun::awaitAnswer() {
-    const Fate fate = fateOf(m_cell);
-    if (fate == Fate::Unanswered || fate == Fate::GivenUp)
+    const Outcome outcome = fateOf(m_cell);
+    if (outcome == Outcome::Unanswered || outcome == Outcome::GivenUp)
         return;
-    const char* code = fate == Fate::UnknownObject ? "404" : "200";
+    const char* code = outcome == Outcome::UnknownObject ? "404" : "200";
     require(m_observer->await([&] { return m_observer->hasAnswer(answerOf(m_cell.operation), code); }),
             "no answer came");
 }

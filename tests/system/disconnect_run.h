@@ -1,10 +1,10 @@
-#ifndef TESTS_SYSTEM_DISCONNECT_RUN_H
-#define TESTS_SYSTEM_DISCONNECT_RUN_H
+#ifndef ZUV_TESTS_SYSTEM_DISCONNECT_RUN_H
+#define ZUV_TESTS_SYSTEM_DISCONNECT_RUN_H
 
-#include "bus_observer.h"
-#include "disconnect_cells.h"
-#include "private_bus.h"
-#include "startable_service.h"
+#include "launcher/private_bus.h"
+#include "system/bus_observer.h"
+#include "system/disconnect_cells.h"
+#include "system/startable_service.h"
 #include "zuv_media_proxy_manager.h"
 
 #include <sys/types.h>
@@ -89,4 +89,4 @@ private:
 
 } // namespace velmora::system_test
 
-#endif // TESTS_SYSTEM_DISCONNECT_RUN_H
+#endif // ZUV_TESTS_SYSTEM_DISCONNECT_RUN_H

@@ -1,6 +1,6 @@
 // disconnect_table: prints the disconnect matrix as Markdown, for docs/disconnect-matrix.md. In place of a
 // cell's verdict stands its name, in braces.
-#include "disconnect_cells.h"
+#include "system/disconnect_cells.h"
 
 #include <algorithm>
 #include <array>

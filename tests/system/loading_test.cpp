@@ -1,6 +1,6 @@
 // The shared object as an engine meets it: loaded at run time, let go, loaded again.
-#include "news_record.h"
-#include "private_bus.h"
+#include "launcher/private_bus.h"
+#include "system/news_record.h"
 #include "zuv_media_proxy.h"
 
 #include <dlfcn.h>

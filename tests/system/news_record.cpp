@@ -1,4 +1,4 @@
-#include "news_record.h"
+#include "system/news_record.h"
 
 #include <condition_variable>
 #include <mutex>

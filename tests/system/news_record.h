@@ -1,6 +1,6 @@
 // What the application's callbacks brought, for tests to wait for and look at.
-#ifndef TESTS_SYSTEM_NEWS_RECORD_H
-#define TESTS_SYSTEM_NEWS_RECORD_H
+#ifndef ZUV_TESTS_SYSTEM_NEWS_RECORD_H
+#define ZUV_TESTS_SYSTEM_NEWS_RECORD_H
 
 #include <chrono>
 #include <functional>
@@ -42,4 +42,4 @@ public:
 
 } // namespace velmora::system_test
 
-#endif // TESTS_SYSTEM_NEWS_RECORD_H
+#endif // ZUV_TESTS_SYSTEM_NEWS_RECORD_H

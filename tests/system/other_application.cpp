@@ -1,6 +1,6 @@
-#include "other_application.h"
+#include "system/other_application.h"
 
-#include "news_record.h"
+#include "system/news_record.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>

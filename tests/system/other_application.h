@@ -1,8 +1,8 @@
 // An application in a process of its own, beside the test's.
-#ifndef TESTS_SYSTEM_OTHER_APPLICATION_H
-#define TESTS_SYSTEM_OTHER_APPLICATION_H
+#ifndef ZUV_TESTS_SYSTEM_OTHER_APPLICATION_H
+#define ZUV_TESTS_SYSTEM_OTHER_APPLICATION_H
 
-#include "file_descriptor.h"
+#include "base/file_descriptor.h"
 
 #include <sys/types.h>
 
@@ -42,4 +42,4 @@ private:
 
 } // namespace velmora::system_test
 
-#endif // TESTS_SYSTEM_OTHER_APPLICATION_H
+#endif // ZUV_TESTS_SYSTEM_OTHER_APPLICATION_H

@@ -1,4 +1,4 @@
-#include "scenario_application.h"
+#include "system/scenario_application.h"
 
 #include <fstream>
 #include <iostream>

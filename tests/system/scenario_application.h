@@ -1,12 +1,12 @@
 // What tests with a service that misbehaves on purpose have beside what every system test has: a scenario,
 // simulated media, and the library's log.
-#ifndef TESTS_SYSTEM_SCENARIO_APPLICATION_H
-#define TESTS_SYSTEM_SCENARIO_APPLICATION_H
+#ifndef ZUV_TESTS_SYSTEM_SCENARIO_APPLICATION_H
+#define ZUV_TESTS_SYSTEM_SCENARIO_APPLICATION_H
 
-#include "application.h"
-#include "bus_peer.h"
-#include "client_log.h"
-#include "temporary_folder.h"
+#include "launcher/temporary_folder.h"
+#include "support/bus_peer.h"
+#include "system/application.h"
+#include "system/client_log.h"
 
 #include <memory>
 #include <ostream>
@@ -54,4 +54,4 @@ std::vector<std::string> kindsOf(const std::vector<News>& news);
 
 } // namespace velmora::system_test
 
-#endif // TESTS_SYSTEM_SCENARIO_APPLICATION_H
+#endif // ZUV_TESTS_SYSTEM_SCENARIO_APPLICATION_H

@@ -3,9 +3,9 @@
 // library lives on, and the next start plays.
 //
 // The docs have the same in words: docs/scenarios.md.
-#include "processes.h"
-#include "scenario_application.h"
-#include "topic_message.h"
+#include "bus/topic_message.h"
+#include "support/processes.h"
+#include "system/scenario_application.h"
 
 #include <algorithm>
 #include <chrono>
@@ -348,7 +348,7 @@ struct Row {
 constexpr bool kSynchronousOnly = false;
 
 const std::vector<Row> kRows = {
-    {"answer-by-both-ways", &Application::plays, &Application::playsAtOnce, kStarted},
+    {"answer-by-both-channels", &Application::plays, &Application::playsAtOnce, kStarted},
     {"answer-by-bus-only", &Application::plays, &Application::timesOutAndPlays, kStarted},
     {"answer-by-memory-only", &Application::bringsNothing, &Application::playsOnItsOwnThread, kStarted,
      kSynchronousOnly},

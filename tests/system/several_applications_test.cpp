@@ -1,6 +1,6 @@
 // Several proxies, and several applications, that share one service and one region of shared memory.
-#include "other_application.h"
-#include "scenario_application.h"
+#include "system/other_application.h"
+#include "system/scenario_application.h"
 
 #include <set>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "startable_service.h"
+#include "system/startable_service.h"
 
 #include <algorithm>
 #include <fstream>

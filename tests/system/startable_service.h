@@ -1,7 +1,7 @@
-#ifndef TESTS_SYSTEM_STARTABLE_SERVICE_H
-#define TESTS_SYSTEM_STARTABLE_SERVICE_H
+#ifndef ZUV_TESTS_SYSTEM_STARTABLE_SERVICE_H
+#define ZUV_TESTS_SYSTEM_STARTABLE_SERVICE_H
 
-#include "temporary_folder.h"
+#include "launcher/temporary_folder.h"
 
 #include <filesystem>
 #include <string>
@@ -32,4 +32,4 @@ private:
 
 } // namespace velmora::system_test
 
-#endif // TESTS_SYSTEM_STARTABLE_SERVICE_H
+#endif // ZUV_TESTS_SYSTEM_STARTABLE_SERVICE_H

@@ -1,6 +1,6 @@
 // The library in synchronous mode against the real service: every request waits for its answer in shared
 // memory.
-#include "application.h"
+#include "system/application.h"
 
 using namespace velmora;
 using namespace velmora::system_test;

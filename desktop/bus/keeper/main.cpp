@@ -1,6 +1,6 @@
 // zuv-keeper: keeps the last value of the platform's topics. The bus starts it when it is first asked.
-#include "desktop_log.h"
-#include "value_keeper.h"
+#include "bus/keeper/value_keeper.h"
+#include "log/desktop_log.h"
 
 #include <CLI/CLI.hpp>
 #include <spdlog/spdlog.h>

@@ -1,6 +1,6 @@
-#include "value_keeper.h"
+#include "bus/keeper/value_keeper.h"
 
-#include "topic_message.h"
+#include "bus/topic_message.h"
 
 #include <spdlog/spdlog.h>
 

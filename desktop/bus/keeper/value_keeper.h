@@ -1,7 +1,7 @@
-#ifndef ZUV_DESKTOP_VALUE_KEEPER_H
-#define ZUV_DESKTOP_VALUE_KEEPER_H
+#ifndef ZUV_DESKTOP_BUS_KEEPER_VALUE_KEEPER_H
+#define ZUV_DESKTOP_BUS_KEEPER_VALUE_KEEPER_H
 
-#include "sd_bus_pointers.h"
+#include "bus/sd_bus_pointers.h"
 
 #include <map>
 #include <string>
@@ -40,4 +40,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_DESKTOP_VALUE_KEEPER_H
+#endif // ZUV_DESKTOP_BUS_KEEPER_VALUE_KEEPER_H

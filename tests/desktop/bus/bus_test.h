@@ -1,11 +1,11 @@
-#ifndef TESTS_DESKTOP_BUS_TEST_H
-#define TESTS_DESKTOP_BUS_TEST_H
+#ifndef ZUV_TESTS_DESKTOP_BUS_BUS_TEST_H
+#define ZUV_TESTS_DESKTOP_BUS_BUS_TEST_H
 
-#include "bus_peer.h"
-#include "private_bus.h"
-#include "processes.h"
-#include "recording_client.h"
-#include "topic_message.h"
+#include "bus/topic_message.h"
+#include "launcher/private_bus.h"
+#include "support/bus_peer.h"
+#include "support/processes.h"
+#include "support/recording_client.h"
 #include "zuv_model_access.h"
 
 #include <gtest/gtest.h>
@@ -61,4 +61,4 @@ protected:
 
 } // namespace velmora::bus_test
 
-#endif // TESTS_DESKTOP_BUS_TEST_H
+#endif // ZUV_TESTS_DESKTOP_BUS_BUS_TEST_H

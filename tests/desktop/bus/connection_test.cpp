@@ -1,5 +1,5 @@
 // The beginning and the end of a connection to the desktop's bus, beyond what every platform must do.
-#include "bus_test.h"
+#include "desktop/bus/bus_test.h"
 
 #include <future>
 #include <memory>

@@ -1,5 +1,5 @@
 // What others send on the bus: dropped, with a line that tells whose it was, and without harm to anybody.
-#include "bus_test.h"
+#include "desktop/bus/bus_test.h"
 
 #include <cstdlib>
 #include <optional>

@@ -1,7 +1,7 @@
 // No bus, none any more, and one again: clear failures at once, and a process that lives on.
-#include "bus_test.h"
-#include "pipe.h"
-#include "process.h"
+#include "desktop/bus/bus_test.h"
+#include "launcher/pipe.h"
+#include "launcher/process.h"
 
 #include <poll.h>
 #include <sys/socket.h>

@@ -1,8 +1,8 @@
 // A command for the launcher's tests: makes use of the bus, the keeper and the service, prints the processes
 // of all three and waits to be ended.
-#include "bus_peer.h"
-#include "recording_client.h"
-#include "topic_message.h"
+#include "bus/topic_message.h"
+#include "support/bus_peer.h"
+#include "support/recording_client.h"
 #include "zuv_model_access.h"
 
 #include <unistd.h>

@@ -1,6 +1,6 @@
 // Publishing on the desktop's bus, beyond what every platform must do: its limits, and what becomes of a
 // sender, a daemon and a message that fail.
-#include "bus_test.h"
+#include "desktop/bus/bus_test.h"
 
 #include <csignal>
 #include <thread>

@@ -1,6 +1,6 @@
 // The current value of a topic, beyond what every platform must do with it: kept by a process of its own,
 // which may hang or die, and read in bounded time from any thread.
-#include "bus_test.h"
+#include "desktop/bus/bus_test.h"
 
 #include <algorithm>
 #include <chrono>

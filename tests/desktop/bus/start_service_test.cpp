@@ -1,5 +1,5 @@
 // The service comes when it is asked for, and only then.
-#include "bus_test.h"
+#include "desktop/bus/bus_test.h"
 
 #include <algorithm>
 #include <chrono>

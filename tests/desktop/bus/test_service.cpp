@@ -2,7 +2,7 @@
 // an event and ends when the bus goes away. It publishes ("pinged") before it answers a ping, and for the
 // command ("count") it publishes ("counted", how many other commands came before). When ZUV_TEST_SERVICE is
 // "hangs", it publishes ("hangs", its process) instead and stops itself before it takes the name.
-#include "topic_message.h"
+#include "bus/topic_message.h"
 
 #include <unistd.h>
 

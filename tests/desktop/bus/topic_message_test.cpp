@@ -1,4 +1,4 @@
-#include "bus_test.h"
+#include "desktop/bus/bus_test.h"
 
 namespace velmora::bus_test {
 namespace {

@@ -1,5 +1,5 @@
-#include "event_publisher.h"
-#include "random_token.h"
+#include "base/random_token.h"
+#include "service/event_publisher.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -43,7 +43,7 @@ protected:
                 m_sent.push_back({values, regionText(), Clock::now()});
             },
             parseScenario(R"({"description": "", "rules": )" + rules + "}"),
-            [this](Deed deed) { m_deeds.push_back(deed); });
+            [this](ServiceAction action) { m_deeds.push_back(action); });
     }
 
     /// Has every answer handled as the one step says, and turns until an event without a rule is out.
@@ -75,7 +75,7 @@ protected:
     EventRegion m_region{m_name};
     EventLoop m_loop;
     std::vector<Sent> m_sent;
-    std::vector<Deed> m_deeds;
+    std::vector<ServiceAction> m_deeds;
     std::optional<EventPublisher> m_publisher;
 };
 
@@ -127,7 +127,7 @@ TEST_F(EventPublisherTest, KeepsTheOrderOfEachThread) {
     }
 }
 
-TEST_F(EventPublisherTest, SendsWhatDoesNotFitTheRegionShortenedBothWays) {
+TEST_F(EventPublisherTest, SendsWhatDoesNotFitTheRegionShortenedBothChannels) {
     Event event = eventNamed("started");
     event.detail = std::string(10'000, 'x');
     m_publisher->publish(event);
@@ -188,14 +188,14 @@ TEST_F(EventPublisherTest, DeliversAnAnswerAsOftenAsTheScenarioSays) {
 }
 
 TEST_F(EventPublisherTest, DeliversAnAnswerOnTheBusOnly) {
-    publishWithStep(R"({"do": "answer", "ways": "bus"})");
+    publishWithStep(R"({"do": "answer", "channels": "bus"})");
     ASSERT_EQ(m_sent.size(), 2U);
     EXPECT_EQ(m_sent[0].values[0], "answer");
     EXPECT_EQ(m_sent[0].inRegion, "");
 }
 
 TEST_F(EventPublisherTest, DeliversAnAnswerInSharedMemoryOnly) {
-    playScenario(R"([{"steps": [{"do": "answer", "ways": "memory"}]}])");
+    playScenario(R"([{"steps": [{"do": "answer", "channels": "memory"}]}])");
     m_publisher->publish(eventNamed("answer"));
     sd_event_run(m_loop.get(), 1'000'000);
     EXPECT_TRUE(m_sent.empty());
@@ -209,9 +209,9 @@ TEST_F(EventPublisherTest, DistortsSharedMemoryAndNotTheBus) {
     EXPECT_EQ(m_sent[0].inRegion, "this is no JSON");
 }
 
-TEST_F(EventPublisherTest, CarriesOutTheDeedsOfTheScenario) {
+TEST_F(EventPublisherTest, CarriesOutTheActionsOfTheScenario) {
     publishWithStep(R"({"do": "remove_memory"})");
-    EXPECT_EQ(m_deeds, std::vector<Deed>{Deed::RemoveMemory});
+    EXPECT_EQ(m_deeds, std::vector<ServiceAction>{ServiceAction::RemoveMemory});
     EXPECT_EQ(m_sent.size(), 1U);
 }
 

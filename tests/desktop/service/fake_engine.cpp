@@ -1,6 +1,6 @@
-#include "fake_engine.h"
+#include "desktop/service/fake_engine.h"
 
-#include "result_code.h"
+#include "service/protocol/result_code.h"
 
 namespace velmora::desktop {
 

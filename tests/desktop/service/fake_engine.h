@@ -1,7 +1,7 @@
-#ifndef ZUV_FAKE_ENGINE_H
-#define ZUV_FAKE_ENGINE_H
+#ifndef ZUV_TESTS_DESKTOP_SERVICE_FAKE_ENGINE_H
+#define ZUV_TESTS_DESKTOP_SERVICE_FAKE_ENGINE_H
 
-#include "media_engine.h"
+#include "service/media/media_engine.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -42,4 +42,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_FAKE_ENGINE_H
+#endif // ZUV_TESTS_DESKTOP_SERVICE_FAKE_ENGINE_H

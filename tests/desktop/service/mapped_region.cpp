@@ -1,4 +1,4 @@
-#include "mapped_region.h"
+#include "desktop/service/mapped_region.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
-#ifndef ZUV_MAPPED_REGION_H
-#define ZUV_MAPPED_REGION_H
+#ifndef ZUV_TESTS_DESKTOP_SERVICE_MAPPED_REGION_H
+#define ZUV_TESTS_DESKTOP_SERVICE_MAPPED_REGION_H
 
-#include "file_descriptor.h"
+#include "base/file_descriptor.h"
 
 #include <sys/stat.h>
 
@@ -42,4 +42,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_MAPPED_REGION_H
+#endif // ZUV_TESTS_DESKTOP_SERVICE_MAPPED_REGION_H

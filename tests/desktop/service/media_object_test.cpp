@@ -1,8 +1,8 @@
-#include "fake_engine.h"
-#include "http_client.h"
-#include "media_object.h"
-#include "recording_sink.h"
-#include "test_files.h"
+#include "desktop/service/fake_engine.h"
+#include "desktop/service/recording_sink.h"
+#include "service/media_object.h"
+#include "support/http_client.h"
+#include "support/test_files.h"
 
 #include <gtest/gtest.h>
 #include <json/reader.h>

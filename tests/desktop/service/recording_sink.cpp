@@ -1,4 +1,4 @@
-#include "recording_sink.h"
+#include "desktop/service/recording_sink.h"
 
 #include <gtest/gtest.h>
 

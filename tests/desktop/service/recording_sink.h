@@ -1,7 +1,7 @@
-#ifndef ZUV_RECORDING_SINK_H
-#define ZUV_RECORDING_SINK_H
+#ifndef ZUV_TESTS_DESKTOP_SERVICE_RECORDING_SINK_H
+#define ZUV_TESTS_DESKTOP_SERVICE_RECORDING_SINK_H
 
-#include "event_sink.h"
+#include "service/event_sink.h"
 
 #include <condition_variable>
 #include <deque>
@@ -45,4 +45,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_RECORDING_SINK_H
+#endif // ZUV_TESTS_DESKTOP_SERVICE_RECORDING_SINK_H

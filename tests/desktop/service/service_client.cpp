@@ -1,6 +1,6 @@
-#include "service_client.h"
+#include "desktop/service/service_client.h"
 
-#include "topic_message.h"
+#include "bus/topic_message.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#ifndef ZUV_SERVICE_CLIENT_H
-#define ZUV_SERVICE_CLIENT_H
+#ifndef ZUV_TESTS_DESKTOP_SERVICE_SERVICE_CLIENT_H
+#define ZUV_TESTS_DESKTOP_SERVICE_SERVICE_CLIENT_H
 
-#include "sd_bus_pointers.h"
+#include "bus/sd_bus_pointers.h"
 
 #include <chrono>
 #include <deque>
@@ -80,4 +80,4 @@ private:
 
 } // namespace velmora::desktop
 
-#endif // ZUV_SERVICE_CLIENT_H
+#endif // ZUV_TESTS_DESKTOP_SERVICE_SERVICE_CLIENT_H

@@ -1,4 +1,4 @@
-#include "service_process.h"
+#include "desktop/service/service_process.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

@@ -1,7 +1,7 @@
-#ifndef ZUV_SERVICE_PROCESS_H
-#define ZUV_SERVICE_PROCESS_H
+#ifndef ZUV_TESTS_DESKTOP_SERVICE_SERVICE_PROCESS_H
+#define ZUV_TESTS_DESKTOP_SERVICE_SERVICE_PROCESS_H
 
-#include "process.h"
+#include "launcher/process.h"
 
 #include <string>
 
@@ -38,4 +38,4 @@ Output runProgram(const std::string& program, const std::string& arguments);
 
 } // namespace velmora::desktop
 
-#endif // ZUV_SERVICE_PROCESS_H
+#endif // ZUV_TESTS_DESKTOP_SERVICE_SERVICE_PROCESS_H

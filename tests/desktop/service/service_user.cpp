@@ -1,5 +1,5 @@
 // A client for the tests of the launcher: starts itself, which is no medium, and prints what comes of it.
-#include "service_client.h"
+#include "desktop/service/service_client.h"
 
 #include <cstdio>
 

@@ -1,9 +1,9 @@
 // The service with simulated media: a real process on a real bus.
-#include "http_client.h"
-#include "private_bus.h"
-#include "service_client.h"
-#include "service_process.h"
-#include "test_files.h"
+#include "desktop/service/service_client.h"
+#include "desktop/service/service_process.h"
+#include "launcher/private_bus.h"
+#include "support/http_client.h"
+#include "support/test_files.h"
 
 #include <gtest/gtest.h>
 

@@ -1,14 +1,14 @@
 // The service as its clients see it: a real process on a real bus, with real media. Every test has a bus and
 // a /dev/shm of its own.
-#include "bus_peer.h"
-#include "http_client.h"
-#include "mapped_region.h"
-#include "private_bus.h"
-#include "service_client.h"
-#include "service_process.h"
-#include "silent_server.h"
-#include "test_files.h"
-#include "topic_message.h"
+#include "bus/topic_message.h"
+#include "desktop/service/http/silent_server.h"
+#include "desktop/service/mapped_region.h"
+#include "desktop/service/service_client.h"
+#include "desktop/service/service_process.h"
+#include "launcher/private_bus.h"
+#include "support/bus_peer.h"
+#include "support/http_client.h"
+#include "support/test_files.h"
 
 #include <gtest/gtest.h>
 #include <json/reader.h>
@@ -51,7 +51,7 @@ TEST_F(ZuvServiceTest, HasItsRegionWhenItHasItsName) {
     EXPECT_EQ(region.values(), std::vector<std::string>(11));
 }
 
-TEST_F(ZuvServiceTest, CreatesAnObjectOnBothWays) {
+TEST_F(ZuvServiceTest, CreatesAnObjectOnBothChannels) {
     const MappedRegion region;
     const std::string session = m_client.send("create", "", "");
     const ReceivedEvent created = m_client.answerTo(session);
@@ -229,7 +229,7 @@ TEST_F(ZuvServiceTest, SurvivesWhatIsNoCommandAndSaysSoOnTheBusOnly) {
     EXPECT_EQ(m_client.request("inspect", "").detail(), "objects=0");
 }
 
-TEST_F(ZuvServiceTest, BringsOddIdentifiersBackOnBothWaysUnchanged) {
+TEST_F(ZuvServiceTest, BringsOddIdentifiersBackOnBothChannelsUnchanged) {
     const MappedRegion region;
     const std::string object("\xff\"\\\x01\0\n", 6);
     const ReceivedEvent event = m_client.request("stop", object, kMain);

@@ -1,0 +1,14 @@
+#ifndef ZUV_DESKTOP_BASE_RANDOM_TOKEN_H
+#define ZUV_DESKTOP_BASE_RANDOM_TOKEN_H
+
+#include <string>
+
+namespace velmora::desktop {
+
+/// 128 random bits as 32 hexadecimal digits: unique, and not to be guessed.
+/// @throws std::system_error when the kernel has no random bytes.
+std::string randomToken();
+
+} // namespace velmora::desktop
+
+#endif // ZUV_DESKTOP_BASE_RANDOM_TOKEN_H

@@ -1,0 +1,222 @@
+// The pipeline of one medium, and what GStreamer reports about it.
+//
+// Messages of a pipeline come from its own threads. onMessage() looks at each of them there and queues only
+// what await() waits for: nobody reads the queue while a medium plays, and it must not grow with the playing
+// time.
+#include "service/media/gstreamer_engine.h"
+
+#include "service/protocol/result_code.h"
+
+#include <fmt/format.h>
+#include <gst/gst.h>
+#include <spdlog/spdlog.h>
+
+#include <atomic>
+#include <string_view>
+
+namespace velmora::desktop {
+
+namespace {
+
+// The flags of playbin, which has no header: decode video and audio, and spare the converters, as nobody
+// looks.
+constexpr unsigned int kVideo = 1U << 0;
+constexpr unsigned int kAudio = 1U << 1;
+constexpr unsigned int kNativeAudio = 1U << 5;
+constexpr unsigned int kNativeVideo = 1U << 6;
+
+constexpr auto kAwaited =
+    static_cast<GstMessageType>(GST_MESSAGE_ERROR | GST_MESSAGE_ASYNC_DONE | GST_MESSAGE_APPLICATION);
+
+struct Unref {
+    void operator()(GstElement* element) const { gst_object_unref(element); }
+    void operator()(GstBus* bus) const { gst_object_unref(bus); }
+    void operator()(GstPad* pad) const { gst_object_unref(pad); }
+    void operator()(GstCaps* caps) const { gst_caps_unref(caps); }
+    void operator()(GstMessage* message) const { gst_message_unref(message); }
+    void operator()(GError* error) const { g_error_free(error); }
+    void operator()(char* text) const { g_free(text); }
+};
+template <class T>
+using Owned = std::unique_ptr<T, Unref>;
+
+double seconds(GstClockTime time) {
+    return static_cast<double>(time) / static_cast<double>(GST_SECOND);
+}
+
+GstClockTime clockTime(double seconds) {
+    return static_cast<GstClockTime>(seconds * static_cast<double>(GST_SECOND));
+}
+
+Owned<GstElement> makeElement(const char* factory) {
+    GstElement* element = gst_element_factory_make(factory, nullptr);
+    if (element == nullptr)
+        throw CommandFailure(ResultCode::Internal, fmt::format("GStreamer lacks the element {}", factory));
+    return Owned<GstElement>(static_cast<GstElement*>(gst_object_ref_sink(element)));
+}
+
+/// Takes what it is given at the pace of the clock, and keeps nothing of it.
+Owned<GstElement> makeSink() {
+    Owned<GstElement> sink = makeElement("fakesink");
+    g_object_set(sink.get(), "sync", TRUE, "enable-last-sample", FALSE, nullptr);
+    return sink;
+}
+
+/// The form of what arrives at the sink; empty when nothing does.
+Owned<GstCaps> capsOf(const Owned<GstElement>& sink) {
+    const Owned<GstPad> pad(gst_element_get_static_pad(sink.get(), "sink"));
+    return Owned<GstCaps>(gst_pad_get_current_caps(pad.get()));
+}
+
+ResultCode resultCode(const GError& error) {
+    const bool reachable = error.domain != GST_RESOURCE_ERROR || error.code == GST_RESOURCE_ERROR_SEEK;
+    return reachable ? ResultCode::Unplayable : ResultCode::NotFound;
+}
+
+/// GStreamer's error as a failure of the command. Its debug text begins with a line that names the place in
+/// the code; a second line, if there is one, says more about the reason.
+CommandFailure failureOf(GstMessage* message) {
+    GError* error = nullptr;
+    char* debug = nullptr;
+    gst_message_parse_error(message, &error, &debug);
+    const Owned<GError> ownedError(error);
+    const Owned<char> ownedDebug(debug);
+    const std::string_view text(debug == nullptr ? "" : debug);
+    const std::size_t reason = text.rfind('\n');
+    if (reason == std::string_view::npos)
+        return {resultCode(*error), error->message};
+    return {resultCode(*error), fmt::format("{} ({})", error->message, text.substr(reason + 1))};
+}
+
+class GstreamerPlayback final : public MediaPlayback {
+public:
+    GstreamerPlayback(const MediaLocation& location, std::chrono::milliseconds timeout);
+    ~GstreamerPlayback() override;
+    GstreamerPlayback(const GstreamerPlayback&) = delete;
+    GstreamerPlayback& operator=(const GstreamerPlayback&) = delete;
+
+    void open(const std::stop_token& stop);
+    void play();
+    void seek(double position, std::stop_token stop) override;
+    std::optional<int> videoHeight() const override;
+
+private:
+    static GstBusSyncReply onMessage(GstBus* bus, GstMessage* message, gpointer playback);
+    void requireReachable(double position) const;
+    void requireIntact();
+    void await(const std::stop_token& stop);
+
+    const std::string m_uri;
+    const std::chrono::milliseconds m_timeout;
+    std::optional<CommandFailure> m_failure; ///< of the pipeline; it does not recover
+    std::atomic<bool> m_errorLogged = false;
+    Owned<GstElement> m_videoSink = makeSink();
+    Owned<GstElement> m_audioSink = makeSink();
+    // Not playbin3: in GStreamer 1.22 a damaged file can crash the process with it.
+    Owned<GstElement> m_pipeline = makeElement("playbin");
+    Owned<GstBus> m_messages{gst_element_get_bus(m_pipeline.get())};
+};
+
+GstreamerPlayback::GstreamerPlayback(const MediaLocation& location, std::chrono::milliseconds timeout)
+    : m_uri(location.uri), m_timeout(timeout) {
+    gst_bus_set_sync_handler(m_messages.get(), onMessage, this, nullptr);
+    g_object_set(m_pipeline.get(), "uri", m_uri.c_str(), "flags", kVideo | kAudio | kNativeVideo | kNativeAudio,
+                 "video-sink", m_videoSink.get(), "audio-sink", m_audioSink.get(), nullptr);
+}
+
+GstreamerPlayback::~GstreamerPlayback() {
+    gst_element_set_state(m_pipeline.get(), GST_STATE_NULL);
+}
+
+void GstreamerPlayback::open(const std::stop_token& stop) {
+    // A failure here is told by a message as well, with its reason.
+    gst_element_set_state(m_pipeline.get(), GST_STATE_PAUSED);
+    await(stop);
+    // A medium that ends before its first frame gets ready as well.
+    if (!capsOf(m_videoSink) && !capsOf(m_audioSink))
+        throw CommandFailure(ResultCode::Unplayable, "The medium has neither pictures nor sound");
+}
+
+void GstreamerPlayback::play() {
+    gst_element_set_state(m_pipeline.get(), GST_STATE_PLAYING);
+}
+
+void GstreamerPlayback::seek(double position, std::stop_token stop) {
+    requireIntact();
+    requireReachable(position);
+    const auto flags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE);
+    const auto target = static_cast<gint64>(clockTime(position));
+    if (!gst_element_seek_simple(m_pipeline.get(), GST_FORMAT_TIME, flags, target))
+        throw CommandFailure(ResultCode::Unplayable, "The medium cannot be sought");
+    await(stop);
+}
+
+std::optional<int> GstreamerPlayback::videoHeight() const {
+    const Owned<GstCaps> caps = capsOf(m_videoSink);
+    int height = 0;
+    if (!caps || !gst_structure_get_int(gst_caps_get_structure(caps.get(), 0), "height", &height))
+        return std::nullopt;
+    return height;
+}
+
+void GstreamerPlayback::requireReachable(double position) const {
+    gint64 duration = 0;
+    const bool known = gst_element_query_duration(m_pipeline.get(), GST_FORMAT_TIME, &duration) != FALSE;
+    const double end = seconds(static_cast<GstClockTime>(duration));
+    if (known && position > end)
+        throw CommandFailure(ResultCode::BadCommand,
+                             fmt::format("Position {:.3f} s is behind the end, {:.3f} s", position, end));
+}
+
+/// On any thread of the pipeline.
+GstBusSyncReply GstreamerPlayback::onMessage(GstBus*, GstMessage* message, gpointer playback) {
+    auto& self = *static_cast<GstreamerPlayback*>(playback);
+    if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS)
+        spdlog::info("medium played to its end uri={:?}", self.m_uri);
+    // The first error tells the reason; what follows are other elements that stop because of it.
+    if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR && !self.m_errorLogged.exchange(true))
+        spdlog::warn("medium failed uri={:?} reason={:?}", self.m_uri, failureOf(message).what());
+    if ((GST_MESSAGE_TYPE(message) & kAwaited) != 0)
+        return GST_BUS_PASS;
+    gst_message_unref(message); // who drops a message owns it
+    return GST_BUS_DROP;
+}
+
+/// A medium that failed while it played would keep a seek waiting. What else is queued belongs to earlier
+/// changes.
+void GstreamerPlayback::requireIntact() {
+    while (const Owned<GstMessage> message{gst_bus_pop(m_messages.get())})
+        if (GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR && !m_failure)
+            m_failure = failureOf(message.get());
+    if (m_failure)
+        throw CommandFailure(*m_failure);
+}
+
+/// Waits for the end of a change that GStreamer carries out on its own threads.
+void GstreamerPlayback::await(const std::stop_token& stop) {
+    const std::stop_callback wake(stop, [this] {
+        gst_bus_post(m_messages.get(), gst_message_new_application(nullptr, gst_structure_new_empty("stop")));
+    });
+    const auto timeout = static_cast<GstClockTime>(m_timeout.count()) * GST_MSECOND;
+    const Owned<GstMessage> message(gst_bus_timed_pop_filtered(m_messages.get(), timeout, kAwaited));
+    if (!message)
+        throw CommandFailure(ResultCode::Unplayable, fmt::format("Not ready within {} ms", m_timeout.count()));
+    if (GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_APPLICATION)
+        throw CommandFailure(ResultCode::Internal, "Interrupted: the object is given up");
+    if (GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR)
+        throw CommandFailure(m_failure.emplace(failureOf(message.get())));
+}
+
+} // namespace
+
+std::unique_ptr<MediaPlayback> GstreamerEngine::open(const MediaLocation& location, double position,
+                                                     std::stop_token stop) {
+    auto playback = std::make_unique<GstreamerPlayback>(location, m_openTimeout);
+    playback->open(stop);
+    if (position > 0)
+        playback->seek(position, stop);
+    playback->play();
+    return playback;
+}
+
+} // namespace velmora::desktop

@@ -1,0 +1,23 @@
+#ifndef ZUV_DESKTOP_SERVICE_MEDIA_MEDIA_LOCATION_H
+#define ZUV_DESKTOP_SERVICE_MEDIA_MEDIA_LOCATION_H
+
+#include <filesystem>
+#include <string>
+
+namespace velmora::desktop {
+
+/// Where a medium is.
+struct MediaLocation {
+    std::string uri;            ///< "file:///..." or "http://..."
+    std::filesystem::path file; ///< of a local medium; empty for http
+};
+
+/// Understands an absolute path, a file URL of this machine and an http URL.
+/// @throws CommandFailure BadCommand for anything else, NotFound for a file that is not there, and Unplayable
+/// for what
+///         is no regular file (opening a pipe or a device could block for ever).
+MediaLocation locateMedia(const std::string& url);
+
+} // namespace velmora::desktop
+
+#endif // ZUV_DESKTOP_SERVICE_MEDIA_MEDIA_LOCATION_H

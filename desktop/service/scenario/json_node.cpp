@@ -1,0 +1,99 @@
+#include "service/scenario/json_node.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <json/reader.h>
+
+#include <algorithm>
+#include <memory>
+
+namespace velmora::desktop {
+
+namespace {
+
+/// The first of the reader's errors: "* Line 3, Column 5", and the reason on a line of its own.
+ValidationError firstError(const std::string& errors) {
+    const std::size_t end = errors.find('\n');
+    const std::string place = errors.substr(std::min<std::size_t>(2, errors.size()), end - 2);
+    const std::size_t reason = errors.find_first_not_of(" \n", end);
+    return {place, errors.substr(reason, errors.find('\n', reason) - reason)};
+}
+
+} // namespace
+
+void JsonNode::requireObject(std::initializer_list<std::string_view> members) const {
+    requireObject();
+    for (const std::string& name : m_value.getMemberNames())
+        if (std::find(members.begin(), members.end(), name) == members.end())
+            fail(fmt::format("has an unknown member {:?}; known are {}", name, fmt::join(members, ", ")));
+}
+
+JsonNode JsonNode::member(const std::string& name) const {
+    const std::optional<JsonNode> found = optionalMember(name);
+    if (!found)
+        fail(fmt::format("lacks the member {:?}", name));
+    return *found;
+}
+
+std::optional<JsonNode> JsonNode::optionalMember(const std::string& name) const {
+    requireObject();
+    if (!m_value.isMember(name))
+        return std::nullopt;
+    return JsonNode(m_value[name], m_place + "." + name);
+}
+
+std::vector<JsonNode> JsonNode::elements() const {
+    if (!m_value.isArray())
+        fail("is no array");
+    std::vector<JsonNode> nodes;
+    for (const Json::Value& element : m_value)
+        nodes.emplace_back(element, fmt::format("{}[{}]", m_place, nodes.size()));
+    return nodes;
+}
+
+void JsonNode::requireObject() const {
+    if (!m_value.isObject())
+        fail("is no object");
+}
+
+std::string JsonNode::text() const {
+    if (!m_value.isString())
+        fail("is no text");
+    return m_value.asString();
+}
+
+std::size_t JsonNode::choice(const std::vector<std::string_view>& texts) const {
+    const auto found = std::find(texts.begin(), texts.end(), text());
+    if (found == texts.end())
+        fail(fmt::format("is {:?}, and none of {}", text(), fmt::join(texts, ", ")));
+    return static_cast<std::size_t>(found - texts.begin());
+}
+
+int JsonNode::number(int lowest, int highest) const {
+    if (!m_value.isInt() || m_value.asInt() < lowest || m_value.asInt() > highest)
+        fail(fmt::format("is no whole number from {} to {}", lowest, highest));
+    return m_value.asInt();
+}
+
+bool JsonNode::flag() const {
+    if (!m_value.isBool())
+        fail("is neither true nor false");
+    return m_value.asBool();
+}
+
+Json::Value parseDocument(const std::string& text) {
+    Json::CharReaderBuilder builder;
+    Json::CharReaderBuilder::strictMode(&builder.settings_);
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value root;
+    std::string errors;
+    try {
+        if (!reader->parse(text.data(), text.data() + text.size(), &root, &errors))
+            throw firstError(errors);
+    } catch (const Json::Exception& tooDeep) {
+        throw ValidationError("$", tooDeep.what());
+    }
+    return root;
+}
+
+} // namespace velmora::desktop

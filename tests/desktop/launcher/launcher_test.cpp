@@ -1,0 +1,160 @@
+// zuv-desktop run: the command's status, its signals, its surroundings, and nothing left when it is over.
+#include "support/processes.h"
+
+#include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+
+namespace velmora::bus_test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kLauncher = ZUV_TEST_PROGRAMS_DIR "/zuv-desktop";
+
+std::vector<std::string> shell(const std::string& script) {
+    return {kLauncher, "run", "--", "sh", "-c", script};
+}
+
+// The folder of a bus whose address, "unix:path=FOLDER/bus,guid=...", is somewhere in `text`.
+fs::path folderOf(const std::string& text) {
+    const std::string address = text.substr(text.find("unix:path="));
+    const std::size_t begin = address.find('/');
+    return fs::path(address.substr(begin, address.find(',') - begin)).parent_path();
+}
+
+// A command that has the bus, the keeper and the service run, and what it told of them.
+struct RunningPlatform {
+    RunningPlatform() {
+        folder = folderOf(launcher.readLine());
+        for (pid_t* process : {&daemon, &keeper, &service})
+            *process = readProcess();
+    }
+
+    // Any other line is a complaint.
+    pid_t readProcess() {
+        const std::string line = launcher.readLine();
+        EXPECT_TRUE(!line.empty() && line.find_first_not_of("0123456789") == std::string::npos) << line;
+        return std::atoi(line.c_str());
+    }
+
+    Launched launcher{shell("echo $DBUS_SESSION_BUS_ADDRESS; exec " ZUV_TEST_PLATFORM_USER)};
+    fs::path folder;
+    pid_t daemon = 0;
+    pid_t keeper = 0;
+    pid_t service = 0;
+};
+
+TEST(Launcher, PassesTheExitStatusOn) {
+    EXPECT_EQ(Launched(shell("exit 0")).wait(), 0);
+    EXPECT_EQ(Launched(shell("exit 37")).wait(), 37);
+}
+
+TEST(Launcher, TellsTheSignalThatKilledTheCommand) {
+    EXPECT_EQ(Launched(shell("kill -KILL $$")).wait(), 128 + SIGKILL);
+}
+
+TEST(Launcher, GivesTheCommandItsArgumentsUnchanged) {
+    Launched launcher({kLauncher, "run", "--", "printf", "<%s>", "a b", "--", "", "[x,y]", "--help", "$HOME"});
+
+    EXPECT_EQ(launcher.readRest(), "<a b><--><><[x,y]><--help><$HOME>");
+    EXPECT_EQ(launcher.wait(), 0);
+}
+
+TEST(Launcher, RefusesAnUnknownCommandWithAClearError) {
+    Launched launcher({kLauncher, "run", "--", "no-such-command"});
+
+    EXPECT_EQ(launcher.readRest(), "zuv-desktop: cannot start no-such-command: No such file or directory\n");
+    EXPECT_EQ(launcher.wait(), 127);
+}
+
+TEST(Launcher, RefusesToRunNothing) {
+    Launched launcher({kLauncher, "run"});
+
+    EXPECT_NE(launcher.readRest().find("COMMAND is required"), std::string::npos);
+    EXPECT_NE(launcher.wait(), 0);
+}
+
+TEST(Launcher, ExplainsItself) {
+    Launched launcher({kLauncher, "run", "--help"});
+
+    EXPECT_NE(launcher.readRest().find("--private-shm"), std::string::npos);
+    EXPECT_EQ(launcher.wait(), 0);
+}
+
+TEST(Launcher, GivesTheCommandABusOfItsOwn) {
+    Launched launcher(shell("echo $DBUS_SESSION_BUS_ADDRESS; exec sleep 60"));
+
+    const fs::path folder = folderOf(launcher.readLine());
+
+    EXPECT_TRUE(fs::is_socket(folder / "bus"));
+    ASSERT_TRUE(sendSignal(launcher.process(), SIGTERM));
+    launcher.wait();
+}
+
+TEST(Launcher, GivesTheCommandAShmOfItsOwnWhenAsked) {
+    Launched launcher({kLauncher, "run", "--private-shm", "--", "ls", "-A", "/dev/shm"});
+
+    EXPECT_EQ(launcher.readRest(), "");
+    EXPECT_EQ(launcher.wait(), 0);
+}
+
+class ForwardedSignal : public ::testing::TestWithParam<int> {};
+
+TEST_P(ForwardedSignal, ReachesTheCommand) {
+    Launched launcher(shell("trap 'exit 11' INT; trap 'exit 12' TERM; trap 'exit 13' HUP; echo ready; "
+                            "while :; do sleep 0.01; done"));
+    ASSERT_EQ(launcher.readLine(), "ready");
+
+    ASSERT_TRUE(sendSignal(launcher.process(), GetParam()));
+
+    const int expected = GetParam() == SIGINT ? 11 : GetParam() == SIGTERM ? 12 : 13;
+    EXPECT_EQ(launcher.wait(), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, ForwardedSignal, ::testing::Values(SIGINT, SIGTERM, SIGHUP));
+
+TEST(Launcher, EndsEverythingItStarted) {
+    RunningPlatform platform;
+
+    ASSERT_TRUE(sendSignal(platform.launcher.process(), SIGTERM));
+    EXPECT_EQ(platform.launcher.wait(), 128 + SIGTERM);
+
+    EXPECT_TRUE(isGone(platform.daemon));
+    EXPECT_TRUE(isGone(platform.keeper));
+    EXPECT_TRUE(isGone(platform.service));
+    EXPECT_FALSE(fs::exists(platform.folder));
+}
+
+TEST(Launcher, EndsTheBusWhenTheCommandCannotBeStarted) {
+    setenv("ZUV_LOG_LEVEL", "progress", 1);
+    Launched launcher({kLauncher, "run", "--", "no-such-command"});
+    const std::string line = launcher.readLine();
+    ASSERT_NE(line.find("bus ready: address="), std::string::npos) << line;
+    const pid_t daemon = std::stoi(line.substr(line.find("daemon=") + 7));
+
+    EXPECT_EQ(launcher.wait(), 127);
+
+    EXPECT_TRUE(isGone(daemon));
+    EXPECT_FALSE(fs::exists(folderOf(line)));
+}
+
+// Not even then does the daemon stay, and without it the others go.
+TEST(Launcher, KilledTakesTheDaemonAndTheOthersAlong) {
+    ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+    RunningPlatform platform;
+
+    ASSERT_TRUE(sendSignal(platform.launcher.process(), SIGKILL));
+    EXPECT_EQ(platform.launcher.wait(), 128 + SIGKILL);
+
+    for (const pid_t process : {platform.daemon, platform.keeper, platform.service})
+        EXPECT_TRUE(eventually([process] { return waitpid(process, nullptr, WNOHANG) == process; })) << process;
+    fs::remove_all(platform.folder);
+}
+
+} // namespace
+} // namespace velmora::bus_test
