@@ -1,6 +1,6 @@
 #include "media_comparison.h"
 
-#include <httplib.h>
+#include <curl/curl.h>
 
 #include <cstdio>
 #include <cstring>
@@ -14,22 +14,46 @@ namespace {
 /// Takes one piece of a download; false ends it.
 using Sink = std::function<bool(const char* data, std::size_t size)>;
 
+constexpr long kPatience = 5; // seconds
+
+struct Download {
+    CURL* transfer;
+    const Sink& sink;
+};
+
+std::size_t onBody(char* data, std::size_t, std::size_t size, void* context) {
+    const Download& download = *static_cast<Download*>(context);
+    long status = 0;
+    curl_easy_getinfo(download.transfer, CURLINFO_RESPONSE_CODE, &status);
+    return status == 200 && download.sink(data, size) ? size : CURL_WRITEFUNC_ERROR;
+}
+
+void configure(CURL* transfer, const std::string& url, Download& download) {
+    curl_easy_setopt(transfer, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(transfer, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(transfer, CURLOPT_PROXY, ""); // none, whatever the environment says
+    curl_easy_setopt(transfer, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(transfer, CURLOPT_CONNECTTIMEOUT, kPatience);
+    // Given up when not even a byte a second arrives.
+    curl_easy_setopt(transfer, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl_easy_setopt(transfer, CURLOPT_LOW_SPEED_TIME, kPatience);
+    curl_easy_setopt(transfer, CURLOPT_WRITEFUNCTION, &onBody);
+    curl_easy_setopt(transfer, CURLOPT_WRITEDATA, &download);
+}
+
 void fetch(const std::string& url, const Sink& sink) {
-    const std::size_t pathBegin = url.find('/', std::strlen("http://"));
-    httplib::Client client(url.substr(0, pathBegin));
-    client.set_read_timeout(5);
-    int status = 0;
-    const auto result = client.Get(
-        pathBegin == std::string::npos ? "/" : url.substr(pathBegin),
-        [&](const httplib::Response& response) {
-            status = response.status;
-            return status == 200;
-        },
-        sink);
+    const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> transfer(curl_easy_init(), &curl_easy_cleanup);
+    if (!transfer)
+        throw std::runtime_error("cannot use libcurl");
+    Download download{transfer.get(), sink};
+    configure(transfer.get(), url, download);
+    const CURLcode result = curl_easy_perform(transfer.get());
+    long status = 0;
+    curl_easy_getinfo(transfer.get(), CURLINFO_RESPONSE_CODE, &status);
     if (status != 0 && status != 200)
         throw std::runtime_error(url + " answers with status " + std::to_string(status));
-    if (!result)
-        throw std::runtime_error("cannot fetch " + url + ": " + httplib::to_string(result.error()));
+    if (result != CURLE_OK)
+        throw std::runtime_error("cannot fetch " + url + ": " + curl_easy_strerror(result));
 }
 
 struct CloseFile {
@@ -37,9 +61,9 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-/// The medium itself, open for reading; a temporary copy where it is an http URL.
+/// The medium itself, open for reading; a temporary copy where it is an http or https URL.
 File openMedium(const std::string& medium) {
-    if (medium.rfind("http://", 0) != 0) {
+    if (medium.rfind("http://", 0) != 0 && medium.rfind("https://", 0) != 0) {
         File file(std::fopen(medium.c_str(), "rb"));
         if (!file)
             throw std::runtime_error("cannot read " + medium + ": " + std::strerror(errno));

@@ -7,7 +7,7 @@
 
 /// Fetches `localUrl` whole and compares it byte by byte with the medium itself. Blocks until both are read;
 /// gives up when nothing arrives for five seconds.
-/// @param medium a file's path, or an http URL.
+/// @param medium a file's path, or an http or https URL.
 /// @return the number of bytes, all of them the same.
 /// @throws std::runtime_error that says what failed, or after how many bytes the two differ.
 std::uint64_t fetchAndCompare(const std::string& localUrl, const std::string& medium);

@@ -1,8 +1,7 @@
 #include "system/application.h"
 
 #include "bus/topic_message.h"
-
-#include <httplib.h>
+#include "support/http_client.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -44,24 +43,13 @@ bool eventually(const std::function<bool()>& condition) {
     return true;
 }
 
-namespace {
-
-httplib::Result get(const std::string& url, std::chrono::milliseconds patience) {
-    const std::size_t path = url.find('/', url.find("://") + 3);
-    httplib::Client client(url.substr(0, path));
-    client.set_read_timeout(patience);
-    return client.Get(url.substr(path));
-}
-
-} // namespace
-
 Download download(const std::string& url) {
-    const auto result = get(url, kPatience);
-    return result ? Download{result->status, result->body} : Download{0, ""};
+    const desktop::HttpAnswer answer = desktop::ask(url, {.patience = kPatience});
+    return {answer.status, answer.body};
 }
 
 bool hangs(const std::string& url) {
-    return get(url, std::chrono::milliseconds(200)).error() == httplib::Error::Read;
+    return desktop::ask(url, {.patience = std::chrono::milliseconds(200)}).timedOut;
 }
 
 std::string fileBytes(const std::string& path) {

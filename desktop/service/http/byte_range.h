@@ -1,12 +1,9 @@
+// The Range field of a request.
 #ifndef ZUV_DESKTOP_SERVICE_HTTP_BYTE_RANGE_H
 #define ZUV_DESKTOP_SERVICE_HTTP_BYTE_RANGE_H
 
-#include <sys/types.h>
-
 #include <cstdint>
-#include <optional>
-#include <utility>
-#include <vector>
+#include <string>
 
 namespace velmora::desktop {
 
@@ -16,13 +13,20 @@ struct ByteRange {
     std::uint64_t length;
 };
 
-/// What a request asks of a file: all of it without ranges, else its one range, cut at the end of the file.
-/// @param ranges as the HTTP server parses them: first and last byte, the last -1 when open ("5-"), the first
-/// -1 for
-///        that many last bytes ("-5").
-/// @param size of the file, in bytes.
-/// @return empty when the range has no byte of the file, and for several ranges, which are not served.
-std::optional<ByteRange> requestedBytes(const std::vector<std::pair<ssize_t, ssize_t>>& ranges, std::uint64_t size);
+/// What a Range field asks of something of a known size.
+struct RequestedBytes {
+    enum class Kind {
+        Whole, ///< all of it: no field, a unit other than bytes, or several ranges
+        Part,
+        Impossible, ///< a range that has no byte of it, or that is malformed
+    };
+    Kind kind;
+    ByteRange bytes; ///< cut at the end; empty when impossible
+};
+
+/// @param field the value of Range, as "bytes=0-499", "bytes=500-" or "bytes=-500"; empty for none.
+/// @param size in bytes.
+RequestedBytes requestedBytes(const std::string& field, std::uint64_t size);
 
 } // namespace velmora::desktop
 

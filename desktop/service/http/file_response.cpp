@@ -1,19 +1,20 @@
-#include "service/http/byte_range.h"
-#include "service/http/media_response.h"
+#include "service/http/file_response.h"
 
+#include "base/file_descriptor.h"
+#include "service/http/byte_range.h"
+#include "service/http/conditional_request.h"
+
+#include <fcntl.h>
 #include <fmt/format.h>
-#include <httplib.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <vector>
+#include <cerrno>
 
 namespace velmora::desktop {
 
 namespace {
-
-constexpr std::size_t kChunkSize = std::size_t{64} * 1024;
 
 struct ContentType {
     const char* extension;
@@ -36,66 +37,95 @@ constexpr std::array<ContentType, 13> kContentTypes{{{".webm", "video/webm"},
 
 const char* contentType(const std::filesystem::path& file) {
     const std::string extension = file.extension().native();
-    const auto found = std::find_if(kContentTypes.begin(), kContentTypes.end(),
-                                    [&](const ContentType& known) { return extension == known.extension; });
+    const auto found = std::find_if(kContentTypes.begin(), kContentTypes.end(), [&](const ContentType& known) {
+        return strcasecmp(extension.c_str(), known.extension) == 0;
+    });
     return found == kContentTypes.end() ? "application/octet-stream" : found->type;
 }
 
-/// A file that is being sent, from where its stream stands.
-struct Transfer {
-    std::shared_ptr<const ServedLocation> medium;
-    std::ifstream file;
-    std::uint64_t left;
-};
-
-/// @return false when the transfer cannot go on.
-bool sendChunk(Transfer& transfer, httplib::DataSink& sink) {
-    if (transfer.left == 0) {
-        sink.done();
-        return true;
-    }
-    std::vector<char> chunk(std::min<std::uint64_t>(kChunkSize, transfer.left));
-    // Cut short meanwhile, the file no longer holds what the header promised.
-    if (transfer.medium->withdrawn || !transfer.file.read(chunk.data(), static_cast<std::streamsize>(chunk.size())))
-        return false;
-    transfer.left -= chunk.size();
-    return sink.write(chunk.data(), chunk.size());
+/// Whether a file still has the contents that it had; its name and its links do not matter.
+bool sameContents(const struct stat& before, const struct stat& now) {
+    return before.st_size == now.st_size && before.st_mtim.tv_sec == now.st_mtim.tv_sec &&
+           before.st_mtim.tv_nsec == now.st_mtim.tv_nsec;
 }
 
-/// @param bytes what is sent, empty when nothing of the file was asked for.
-void describe(const std::optional<ByteRange>& bytes, std::uint64_t size, httplib::Response& response) {
-    response.set_header("Accept-Ranges", "bytes");
-    if (!bytes) {
-        response.set_header("Content-Range", fmt::format("bytes */{}", size));
-        return;
+class FileBody final : public BodySource {
+public:
+    FileBody(FileDescriptor file, const struct stat& status, const ByteRange& bytes)
+        : m_file(std::move(file)), m_status(status), m_next(bytes.first), m_left(bytes.length) {}
+
+    ssize_t read(char* bytes, std::size_t size) override {
+        if (m_left == 0)
+            return kEnd;
+        const ssize_t count =
+            pread(m_file.get(), bytes, std::min<std::uint64_t>(size, m_left), static_cast<off_t>(m_next));
+        struct stat now {};
+        // Looked at after reading: what was read before the file changed is of the old contents.
+        if (count <= 0 || fstat(m_file.get(), &now) != 0 || !sameContents(m_status, now))
+            return kFailed;
+        m_next += static_cast<std::uint64_t>(count);
+        m_left -= static_cast<std::uint64_t>(count);
+        return count;
     }
-    response.set_header("Content-Length", std::to_string(bytes->length));
-    if (response.status == 206)
-        response.set_header("Content-Range",
-                            fmt::format("bytes {}-{}/{}", bytes->first, bytes->first + bytes->length - 1, size));
+
+private:
+    const FileDescriptor m_file;
+    const struct stat m_status;
+    std::uint64_t m_next;
+    std::uint64_t m_left;
+};
+
+Validators validatorsOf(const struct stat& status) {
+    return {fmt::format("\"{:x}-{:x}-{:x}.{:x}\"", status.st_ino, status.st_size, status.st_mtim.tv_sec,
+                        status.st_mtim.tv_nsec),
+            status.st_mtim.tv_sec};
+}
+
+RequestedBytes bytesFor(const HttpRequest& request, const Validators& current, std::uint64_t size) {
+    const bool ranged = request.method == "GET" && rangeApplies(request, current);
+    return requestedBytes(ranged ? request.field("Range") : "", size);
+}
+
+/// The head of a response whose conditions are met.
+ResponseHead describe(const RequestedBytes& requested, std::uint64_t size) {
+    using Kind = RequestedBytes::Kind;
+    if (requested.kind == Kind::Impossible)
+        return {416, {{"Content-Range", fmt::format("bytes */{}", size)}}};
+    if (requested.kind == Kind::Whole)
+        return {200, {}, size};
+    const ByteRange& part = requested.bytes;
+    const std::string range = fmt::format("bytes {}-{}/{}", part.first, part.first + part.length - 1, size);
+    return {206, {{"Content-Range", range}}, part.length};
+}
+
+/// @return 503 when it is the process that has too many files open.
+int statusOfFailure(int error) {
+    return error == EMFILE || error == ENFILE ? 503 : 404;
 }
 
 } // namespace
 
-void respondFromFile(const std::shared_ptr<const ServedLocation>& medium, const httplib::Request& request,
-                     httplib::Response& response) {
-    const std::filesystem::path& path = medium->location.file;
-    std::error_code error;
-    const std::uint64_t size = std::filesystem::file_size(path, error);
-    std::ifstream file(path, std::ios::binary);
-    if (error || !file) {
-        response.status = 404;
-        return;
-    }
-    const std::optional<ByteRange> bytes = requestedBytes(request.ranges, size);
-    response.status = !bytes ? 416 : request.ranges.empty() ? 200 : 206;
-    describe(bytes, size, response);
-    if (!bytes)
-        return;
-    file.seekg(static_cast<std::streamoff>(bytes->first));
-    const auto transfer = std::make_shared<Transfer>(Transfer{medium, std::move(file), bytes->length});
-    response.set_content_provider(
-        contentType(path), [transfer](std::size_t, httplib::DataSink& sink) { return sendChunk(*transfer, sink); });
+FileResponse respondFromFile(const HttpRequest& request, const std::filesystem::path& path) {
+    // Not blocked by a pipe that took the file's place.
+    FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (file.get() < 0)
+        return {{statusOfFailure(errno)}, nullptr};
+    struct stat status {};
+    if (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return {{404}, nullptr};
+    const Validators current = validatorsOf(status);
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    const RequestedBytes requested = bytesFor(request, current, size);
+    const int condition = evaluateConditions(request, current);
+    ResponseHead head = condition == 200 ? describe(requested, size) : ResponseHead{condition};
+    head.fields.merge(HttpFields{{"Accept-Ranges", "bytes"},
+                                 {"Cache-Control", "no-store"},
+                                 {"ETag", current.etag},
+                                 {"Last-Modified", httpDate(current.modified)}});
+    if (head.status != 200 && head.status != 206)
+        return {std::move(head), nullptr};
+    head.fields["Content-Type"] = contentType(path);
+    return {std::move(head), std::make_shared<FileBody>(std::move(file), status, requested.bytes)};
 }
 
 } // namespace velmora::desktop

@@ -1,22 +1,24 @@
 #include "service/http/media_server.h"
 
 #include "base/random_token.h"
-#include "service/http/media_response.h"
+#include "service/http/cross_origin.h"
+#include "service/http/file_response.h"
+#include "service/http/upstream_transfer.h"
 
 #include <fmt/format.h>
-#include <httplib.h>
 
-#include <chrono>
-#include <stdexcept>
+#include <csignal>
 
 namespace velmora::desktop {
 
 namespace {
 
-constexpr const char* kAddress = "127.0.0.1";
-
-// A transfer keeps its thread for as long as it lasts.
-constexpr std::size_t kThreads = 32;
+/// A reader or a server that left is no reason for a signal.
+void blockSignals() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, nullptr);
+}
 
 } // namespace
 
@@ -30,39 +32,34 @@ ServedMedium::~ServedMedium() {
 }
 
 std::string ServedMedium::url() const {
-    return fmt::format("http://{}:{}{}", kAddress, m_server.m_port, m_path);
+    return fmt::format("http://127.0.0.1:{}{}", m_server.m_http.port(), m_path);
 }
 
-MediaServer::MediaServer() : m_server(std::make_unique<httplib::Server>()) {
-    m_server->new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
-    m_server->set_keep_alive_timeout(1); // seconds; an idle connection would hold up the end of the service
-    m_server->Get("/[0-9a-f]{32}",
-                  [this](const httplib::Request& request, httplib::Response& response) { respond(request, response); });
-    m_port = m_server->bind_to_any_port(kAddress);
-    if (m_port < 0)
-        throw std::runtime_error(fmt::format("cannot listen on {}", kAddress));
-    m_listener = std::jthread([this] { m_server->listen_after_bind(); });
-    // Before it runs, stop() has no effect.
-    while (!m_server->is_running())
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-}
+MediaServer::MediaServer(const ServingLimits& limits)
+    : m_upstream(limits), m_http(limits, [this](Exchange& exchange) { answer(exchange); }),
+      m_thread([this](const std::stop_token& stop) { run(stop); }) {}
 
 MediaServer::~MediaServer() {
-    m_server->stop();
+    m_thread.request_stop();
+    m_upstream.wake();
+    m_thread.join();
 }
 
 void MediaServer::add(const std::string& path, const MediaLocation& location) {
-    auto medium = std::make_shared<ServedLocation>();
-    medium->location = location;
+    auto medium = std::make_shared<ServedLocation>(location);
     const std::lock_guard lock(m_mutex);
     m_media.emplace(path, std::move(medium));
 }
 
 void MediaServer::withdraw(const std::string& path) {
-    const std::lock_guard lock(m_mutex);
-    const auto medium = m_media.find(path);
-    medium->second->withdrawn = true;
-    m_media.erase(medium);
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto medium = m_media.find(path);
+        medium->second->withdrawn = true;
+        m_media.erase(medium);
+    }
+    m_withdrawing = true;
+    m_upstream.wake();
 }
 
 std::shared_ptr<const ServedLocation> MediaServer::find(const std::string& path) {
@@ -71,16 +68,34 @@ std::shared_ptr<const ServedLocation> MediaServer::find(const std::string& path)
     return medium == m_media.end() ? nullptr : medium->second;
 }
 
-void MediaServer::respond(const httplib::Request& request, httplib::Response& response) {
+void MediaServer::run(const std::stop_token& stop) {
+    blockSignals();
+    while (!stop.stop_requested()) {
+        m_upstream.wait(m_http.descriptor(), m_http.patience());
+        m_upstream.step();
+        if (m_withdrawing.exchange(false))
+            m_http.endWithdrawn();
+        m_http.step(); // last: responses that were resumed go on in it, and do not end the waiting
+    }
+}
+
+void MediaServer::answer(Exchange& exchange) {
+    const HttpRequest& request = exchange.request();
+    if (request.method == "OPTIONS" && request.path == "*")
+        return exchange.respond(optionsResponse(request));
     const std::shared_ptr<const ServedLocation> medium = find(request.path);
     if (!medium)
-        response.status = 404;
-    else if (request.ranges.size() > 1)
-        response.status = 416; // parts of several ranges would have to come in one multipart body
-    else if (medium->location.file.empty())
-        respondFromUpstream(medium, request, response);
-    else
-        respondFromFile(medium, request, response);
+        return exchange.respond({404});
+    exchange.setMedium(medium);
+    if (request.method == "OPTIONS")
+        return exchange.respond(optionsResponse(request));
+    if (request.method != "GET" && request.method != "HEAD")
+        return exchange.respond({405, {{"Allow", kAllowedMethods}}});
+    if (medium->location.file.empty())
+        return exchange.setBody(std::make_shared<UpstreamTransfer>(m_upstream, medium->location.uri, exchange));
+    FileResponse response = respondFromFile(request, medium->location.file);
+    exchange.setBody(std::move(response.body));
+    exchange.respond(std::move(response.head));
 }
 
 } // namespace velmora::desktop

@@ -1,7 +1,11 @@
+// Serves started media under local URLs.
 #ifndef ZUV_DESKTOP_SERVICE_HTTP_MEDIA_SERVER_H
 #define ZUV_DESKTOP_SERVICE_HTTP_MEDIA_SERVER_H
 
-#include "service/media/media_location.h"
+#include "service/http/http_server.h"
+#include "service/http/served_location.h"
+#include "service/http/serving_limits.h"
+#include "service/http/upstream_client.h"
 
 #include <atomic>
 #include <map>
@@ -10,19 +14,7 @@
 #include <string>
 #include <thread>
 
-namespace httplib {
-class Server;
-struct Request;
-struct Response;
-} // namespace httplib
-
 namespace velmora::desktop {
-
-/// A medium as the server's threads share it.
-struct ServedLocation {
-    MediaLocation location;
-    std::atomic<bool> withdrawn = false; ///< transfers that see it end
-};
 
 class MediaServer;
 
@@ -42,17 +34,16 @@ private:
     const std::string m_path;
 };
 
-/// Serves the bytes of started media over HTTP on 127.0.0.1, to as many as ask: whole or one range at a time.
-/// An http medium's bytes are passed on from where they are. Everything else is "404 Not Found".
+/// Serves the bytes of started media over HTTP on 127.0.0.1, to as many as ask, each for as long as it likes. The bytes
+/// of an http or https medium are passed on from where they are. What is answered to what stands in docs/desktop.md.
 ///
-/// Has threads of its own. A reader that takes no bytes for five seconds is cut off, as a web engine that
-/// pauses expects; it comes back with a range.
+/// One thread of its own reads, writes and waits for all readers and all foreign servers.
 class MediaServer {
 public:
     /// Listens on a port that the kernel picks.
     /// @throws std::runtime_error
-    MediaServer();
-    /// Waits for transfers to end, at most for a reader or a source that is cut off.
+    explicit MediaServer(const ServingLimits& limits = {});
+    /// Cuts short whatever is being sent, and waits for nobody.
     ~MediaServer();
     MediaServer(const MediaServer&) = delete;
     MediaServer& operator=(const MediaServer&) = delete;
@@ -62,13 +53,16 @@ private:
     void add(const std::string& path, const MediaLocation& location);
     void withdraw(const std::string& path);
     std::shared_ptr<const ServedLocation> find(const std::string& path);
-    void respond(const httplib::Request& request, httplib::Response& response);
+    void run(const std::stop_token& stop);
+    void answer(Exchange& exchange);
 
     std::mutex m_mutex; ///< guards m_media
     std::map<std::string, std::shared_ptr<ServedLocation>> m_media;
-    std::unique_ptr<httplib::Server> m_server;
-    int m_port;
-    std::jthread m_listener;
+    std::atomic<bool> m_withdrawing = false; ///< there may be responses to cut short
+    // The thread's alone, once it runs.
+    UpstreamClient m_upstream;
+    HttpServer m_http;
+    std::jthread m_thread;
 };
 
 } // namespace velmora::desktop

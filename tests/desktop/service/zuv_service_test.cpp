@@ -6,6 +6,7 @@
 #include "desktop/service/service_client.h"
 #include "desktop/service/service_process.h"
 #include "launcher/private_bus.h"
+#include "service/http/media_server.h"
 #include "support/bus_peer.h"
 #include "support/http_client.h"
 #include "support/test_files.h"
@@ -266,19 +267,15 @@ TEST_F(ZuvServiceTest, AnnouncesAndServesTheOtherQualities) {
 }
 
 TEST_F(ZuvServiceTest, PassesAnHttpMediumOn) {
-    httplib::Server source;
-    source.set_mount_point("/", ZUV_TEST_MEDIA_DIR);
-    const std::string origin = "http://127.0.0.1:" + std::to_string(source.bind_to_any_port("127.0.0.1"));
-    std::jthread listener([&source] { source.listen_after_bind(); });
+    MediaServer source; // of the test's own
+    const ServedMedium film(source, {"", clip("clip.webm")});
     const std::string object = m_client.createObject();
-    const ReceivedEvent started = m_client.request("start", object, kMain, origin + "/clip.webm");
+    const ReceivedEvent started = m_client.request("start", object, kMain, film.url());
     EXPECT_EQ(started.code(), "200") << started.detail();
     const std::string bytes = fileBytes(clip("clip.webm"));
-    EXPECT_FALSE(started.localUrl().starts_with(origin));
+    EXPECT_NE(started.localUrl(), film.url());
     EXPECT_TRUE(fetch(started.localUrl()).body == bytes);
     EXPECT_TRUE(fetch(started.localUrl(), "bytes=10-19").body == bytes.substr(10, 10));
-    m_client.request("stop", object, kMain); // and its connections with it
-    source.stop();
 }
 
 TEST_F(ZuvServiceTest, FreesTheObjectsOfAClientThatLeaves) {

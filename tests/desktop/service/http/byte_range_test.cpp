@@ -5,39 +5,63 @@
 namespace velmora::desktop {
 namespace {
 
-using Ranges = std::vector<std::pair<ssize_t, ssize_t>>;
+using Kind = RequestedBytes::Kind;
 
 struct RangeCase {
     const char* name;
-    Ranges ranges;
+    std::string field;
     std::uint64_t size;
-    std::uint64_t first;
-    std::uint64_t length; ///< 0: no byte to be had
+    Kind kind;
+    std::uint64_t first = 0;
+    std::uint64_t length = 0;
 };
 
 class ByteRangeTest : public testing::TestWithParam<RangeCase> {};
 
 TEST_P(ByteRangeTest, IsWhatTheFileHasOfIt) {
-    const auto bytes = requestedBytes(GetParam().ranges, GetParam().size);
-    ASSERT_EQ(bytes.has_value(), GetParam().length > 0);
-    if (bytes) {
-        EXPECT_EQ(bytes->first, GetParam().first);
-        EXPECT_EQ(bytes->length, GetParam().length);
-    }
+    const RequestedBytes requested = requestedBytes(GetParam().field, GetParam().size);
+    ASSERT_EQ(requested.kind, GetParam().kind);
+    if (requested.kind == Kind::Impossible)
+        return;
+    EXPECT_EQ(requested.bytes.first, GetParam().first);
+    EXPECT_EQ(requested.bytes.length, GetParam().length);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     ByteRange, ByteRangeTest,
-    testing::Values(RangeCase{"NoRange", {}, 100, 0, 100}, RangeCase{"Middle", {{10, 19}}, 100, 10, 10},
-                    RangeCase{"FirstByte", {{0, 0}}, 100, 0, 1}, RangeCase{"LastByte", {{99, 99}}, 100, 99, 1},
-                    RangeCase{"Whole", {{0, 99}}, 100, 0, 100}, RangeCase{"BeyondEnd", {{90, 1000}}, 100, 90, 10},
-                    RangeCase{"Open", {{40, -1}}, 100, 40, 60}, RangeCase{"OpenAtLastByte", {{99, -1}}, 100, 99, 1},
-                    RangeCase{"OpenBehindEnd", {{100, -1}}, 100, 0, 0}, RangeCase{"BehindEnd", {{100, 200}}, 100, 0, 0},
-                    RangeCase{"Backwards", {{20, 10}}, 100, 0, 0}, RangeCase{"Suffix", {{-1, 30}}, 100, 70, 30},
-                    RangeCase{"LongSuffix", {{-1, 1000}}, 100, 0, 100}, RangeCase{"EmptySuffix", {{-1, 0}}, 100, 0, 0},
-                    RangeCase{"NoNumbers", {{-1, -1}}, 100, 0, 0}, RangeCase{"OfAnEmptyFile", {{0, -1}}, 0, 0, 0},
-                    RangeCase{"SuffixOfAnEmptyFile", {{-1, 5}}, 0, 0, 0},
-                    RangeCase{"Several", {{0, 1}, {5, 6}}, 100, 0, 0}),
+    testing::Values(
+        RangeCase{"NoRange", "", 100, Kind::Whole, 0, 100}, RangeCase{"NoRangeOfAnEmptyFile", "", 0, Kind::Whole, 0, 0},
+        RangeCase{"OtherUnit", "lines=1-2", 100, Kind::Whole, 0, 100},
+        RangeCase{"NoUnit", "1-2", 100, Kind::Whole, 0, 100},
+        RangeCase{"Several", "bytes=0-1,5-6", 100, Kind::Whole, 0, 100},
+        RangeCase{"SeveralWithBlanks", "bytes=0-1 ,\t5-", 100, Kind::Whole, 0, 100},
+        RangeCase{"Middle", "bytes=10-19", 100, Kind::Part, 10, 10},
+        RangeCase{"UnitInCapitals", "BYTES=10-19", 100, Kind::Part, 10, 10},
+        RangeCase{"EmptyElements", "bytes=, 10-19 ,", 100, Kind::Part, 10, 10},
+        RangeCase{"FirstByte", "bytes=0-0", 100, Kind::Part, 0, 1},
+        RangeCase{"LastByte", "bytes=99-99", 100, Kind::Part, 99, 1},
+        RangeCase{"AllOfIt", "bytes=0-99", 100, Kind::Part, 0, 100},
+        RangeCase{"BeyondEnd", "bytes=90-1000", 100, Kind::Part, 90, 10},
+        RangeCase{"FarBeyondEnd", "bytes=90-99999999999999999999", 100, Kind::Part, 90, 10},
+        RangeCase{"Open", "bytes=40-", 100, Kind::Part, 40, 60},
+        RangeCase{"OpenAtLastByte", "bytes=99-", 100, Kind::Part, 99, 1},
+        RangeCase{"Suffix", "bytes=-30", 100, Kind::Part, 70, 30},
+        RangeCase{"LongSuffix", "bytes=-1000", 100, Kind::Part, 0, 100},
+        RangeCase{"OverlongSuffix", "bytes=-99999999999999999999", 100, Kind::Part, 0, 100},
+        RangeCase{"OfTheLargestFile", "bytes=0-", UINT64_MAX, Kind::Part, 0, UINT64_MAX},
+        RangeCase{"OpenBehindEnd", "bytes=100-", 100, Kind::Impossible},
+        RangeCase{"BehindEnd", "bytes=100-200", 100, Kind::Impossible},
+        RangeCase{"FarBehindEnd", "bytes=" + std::string(4000, '1') + "-", 100, Kind::Impossible},
+        RangeCase{"Backwards", "bytes=20-10", 100, Kind::Impossible},
+        RangeCase{"EmptySuffix", "bytes=-0", 100, Kind::Impossible},
+        RangeCase{"NoNumbers", "bytes=-", 100, Kind::Impossible}, RangeCase{"Nothing", "bytes=", 100, Kind::Impossible},
+        RangeCase{"NoDash", "bytes=5", 100, Kind::Impossible}, RangeCase{"Letters", "bytes=x-y", 100, Kind::Impossible},
+        RangeCase{"Sign", "bytes=+1-2", 100, Kind::Impossible},
+        RangeCase{"TwoDashes", "bytes=--5", 100, Kind::Impossible},
+        RangeCase{"LettersBehindNumbers", "bytes=1-2x", 100, Kind::Impossible},
+        RangeCase{"OneOfSeveralMalformed", "bytes=0-1,x", 100, Kind::Impossible},
+        RangeCase{"OfAnEmptyFile", "bytes=0-", 0, Kind::Impossible},
+        RangeCase{"SuffixOfAnEmptyFile", "bytes=-5", 0, Kind::Impossible}),
     [](const auto& tested) { return tested.param.name; });
 
 } // namespace

@@ -1,0 +1,221 @@
+#include "service/http/http_server.h"
+
+#include "service/http/cross_origin.h"
+
+#include <fmt/format.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <spdlog/spdlog.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace velmora::desktop {
+
+namespace {
+
+// Of one connection: its request's header, and that of its response.
+constexpr std::size_t kConnectionMemory = std::size_t{32} * 1024;
+constexpr std::size_t kMaximumHeaderSize = std::size_t{16} * 1024;
+constexpr int kMaximumFields = 64;
+
+// A paused reader's share of the kernel's memory. The kernel's own choice is some megabytes, of which a thousand paused
+// readers would leave nothing to others.
+constexpr int kSendBufferSize = 256 * 1024;
+
+void limitSendBuffer(int socket) {
+    setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kSendBufferSize, sizeof kSendBufferSize);
+}
+
+MHD_Result addField(void* fields, MHD_ValueKind, const char* name, const char* value) {
+    std::string& all = (*static_cast<HttpFields*>(fields))[name];
+    all += (all.empty() ? "" : ", ") + std::string(value == nullptr ? "" : value);
+    return MHD_YES;
+}
+
+/// A target may also be a whole URL: "GET http://127.0.0.1:1234/path".
+std::string pathOf(const std::string& target) {
+    const std::size_t scheme = target.find("://");
+    if (target.starts_with('/') || scheme == std::string::npos)
+        return target;
+    const std::size_t path = target.find('/', scheme + 3);
+    return path == std::string::npos ? "/" : target.substr(path);
+}
+
+HttpRequest requestOf(MHD_Connection* connection, const char* method, const char* target) {
+    HttpRequest request{method, pathOf(target), {}};
+    MHD_get_connection_values(connection, MHD_HEADER_KIND, &addField, &request.fields);
+    return request;
+}
+
+std::size_t headerSize(MHD_Connection* connection) {
+    return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE)->header_size;
+}
+
+bool hasBody(const HttpRequest& request) {
+    const std::string length = request.field("Content-Length");
+    return !request.field("Transfer-Encoding").empty() || length.find_first_not_of('0') != std::string::npos;
+}
+
+/// RFC 9112, 3.2: one Host field, from HTTP/1.1 on.
+bool namesOneHost(const HttpRequest& request, std::string_view version) {
+    const std::string host = request.field("Host");
+    return host.find(',') == std::string::npos && (!host.empty() || version == "HTTP/1.0");
+}
+
+/// @return 0 for a request that may be handed out.
+int statusOfRefusal(MHD_Connection* connection, const HttpRequest& request, std::string_view version) {
+    if (!namesOneHost(request, version))
+        return 400;
+    if (hasBody(request))
+        return 413;
+    const int fields = MHD_get_connection_values(connection, MHD_HEADER_KIND, nullptr, nullptr);
+    return fields > kMaximumFields || headerSize(connection) > kMaximumHeaderSize ? 431 : 0;
+}
+
+[[gnu::format(printf, 2, 0)]] void logComplaint(void*, const char* format, va_list arguments) {
+    std::array<char, 512> text{};
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    spdlog::debug("http {:?}", text.data());
+}
+
+/// Whether the client has closed its end.
+bool hasLeft(int socket) {
+    pollfd state{socket, POLLRDHUP, 0};
+    return poll(&state, 1, 0) == 1;
+}
+
+} // namespace
+
+/// What libmicrohttpd calls, within step(). No exception may pass through it.
+struct HttpServer::Callbacks {
+    static void onConnection(void* server, MHD_Connection* connection, void**, MHD_ConnectionNotificationCode event) {
+        auto& self = *static_cast<HttpServer*>(server);
+        if (event == MHD_CONNECTION_NOTIFY_CLOSED) {
+            self.m_connections.erase(connection);
+            return;
+        }
+        const int socket = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+        limitSendBuffer(socket);
+        self.m_connections.emplace(connection, Connection{socket, Clock::now()});
+    }
+
+    /// Called when the header is there, when the whole request is, and each time the connection is resumed before it
+    /// has its response.
+    static MHD_Result onRequest(void* server, MHD_Connection* connection, const char* target, const char* method,
+                                const char* version, const char*, std::size_t*, void** context) {
+        try {
+            auto& self = *static_cast<HttpServer*>(server);
+            Connection& known = self.m_connections.at(connection);
+            if (std::exchange(*context, &known) == nullptr) {
+                known.exchange = std::make_unique<Exchange>(connection, requestOf(connection, method, target));
+                return refuse(connection, *known.exchange, version);
+            }
+            if (!std::exchange(known.handedOut, true))
+                self.m_handler(*known.exchange);
+            return known.exchange->proceed();
+        } catch (const std::exception& failure) {
+            spdlog::error("cannot answer a request: {}", failure.what());
+            return MHD_NO;
+        }
+    }
+
+    /// A response at this point has the connection closed without the rest of the request being read.
+    static MHD_Result refuse(MHD_Connection* connection, Exchange& exchange, std::string_view version) {
+        const int status = statusOfRefusal(connection, exchange.request(), version);
+        if (status == 0)
+            return MHD_YES;
+        exchange.respond({status});
+        return exchange.proceed();
+    }
+
+    static void onCompleted(void*, MHD_Connection*, void** context, MHD_RequestTerminationCode reason) {
+        auto& connection = *static_cast<Connection*>(*context);
+        connection.exchange->report(reason == MHD_REQUEST_TERMINATED_COMPLETED_OK);
+        connection.exchange.reset();
+        connection.handedOut = false;
+        connection.waitingSince = Clock::now();
+    }
+
+    static MHD_Daemon* start(HttpServer& server) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        // No time limit of the library's own: it would count a reader's pause.
+        return MHD_start_daemon(MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG, 0, nullptr, nullptr,
+                                &onRequest, &server, MHD_OPTION_EXTERNAL_LOGGER, &logComplaint, nullptr,
+                                MHD_OPTION_SOCK_ADDR, &address, MHD_OPTION_CONNECTION_LIMIT,
+                                server.m_limits.connections, MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemory,
+                                MHD_OPTION_NOTIFY_CONNECTION, &onConnection, &server, MHD_OPTION_NOTIFY_COMPLETED,
+                                &onCompleted, nullptr, MHD_OPTION_END);
+    }
+};
+
+HttpServer::HttpServer(const ServingLimits& limits, Handler handler)
+    : m_limits(limits), m_handler(std::move(handler)), m_daemon(Callbacks::start(*this)) {
+    if (!m_daemon)
+        throw std::runtime_error("cannot listen on 127.0.0.1");
+    m_port = MHD_get_daemon_info(m_daemon.get(), MHD_DAEMON_INFO_BIND_PORT)->port;
+    m_descriptor = MHD_get_daemon_info(m_daemon.get(), MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
+}
+
+HttpServer::~HttpServer() {
+    for (auto& [handle, connection] : m_connections)
+        if (connection.exchange)
+            connection.exchange->abandon();
+}
+
+void HttpServer::Stop::operator()(MHD_Daemon* daemon) const {
+    MHD_stop_daemon(daemon);
+}
+
+std::chrono::milliseconds HttpServer::patience() const {
+    MHD_UNSIGNED_LONG_LONG timeout = 0;
+    if (MHD_get_timeout(m_daemon.get(), &timeout) == MHD_YES && timeout == 0)
+        return std::chrono::milliseconds(0);
+    return m_connections.empty() ? std::chrono::hours(1) : checkInterval();
+}
+
+void HttpServer::step() {
+    if (Clock::now() >= m_nextCheck) {
+        closeWhatWaitsTooLong();
+        m_nextCheck = Clock::now() + checkInterval();
+    }
+    const std::size_t connections = m_connections.size();
+    MHD_run(m_daemon.get());
+    // One that had to wait for the end of another is not seen before the next run.
+    if (m_connections.size() < connections)
+        MHD_run(m_daemon.get());
+}
+
+std::chrono::milliseconds HttpServer::checkInterval() const {
+    return std::min(std::chrono::milliseconds(500), m_limits.request / 4);
+}
+
+/// Also what waits for a response, or for more of one, that nobody will read.
+void HttpServer::closeWhatWaitsTooLong() {
+    const Clock::time_point oldest = Clock::now() - m_limits.request;
+    for (auto& [handle, connection] : m_connections) {
+        if (!connection.exchange && connection.waitingSince < oldest)
+            shutdown(connection.descriptor, SHUT_RDWR);
+        if (connection.exchange && connection.exchange->suspended() && hasLeft(connection.descriptor))
+            connection.exchange->abandon();
+    }
+}
+
+void HttpServer::endWithdrawn() {
+    for (auto& [handle, connection] : m_connections) {
+        const ServedLocation* medium = connection.exchange ? connection.exchange->medium() : nullptr;
+        if (medium != nullptr && medium->withdrawn)
+            connection.exchange->abandon();
+    }
+}
+
+} // namespace velmora::desktop

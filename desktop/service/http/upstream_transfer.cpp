@@ -1,0 +1,167 @@
+#include "service/http/upstream_transfer.h"
+
+#include "service/http/byte_range.h"
+#include "service/http/upstream_head.h"
+
+#include <spdlog/spdlog.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
+namespace velmora::desktop {
+
+namespace {
+
+constexpr long kMaximumRedirects = 5;
+// Of all responses on the way to the medium: interim ones, redirects and the final one.
+constexpr std::size_t kMaximumHeaderSize = std::size_t{64} * 1024;
+// What is received ahead of the reader.
+constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
+
+/// Whether a value can be sent as it is.
+bool isPlain(const std::string& value) {
+    return std::none_of(value.begin(), value.end(),
+                        [](unsigned char byte) { return (byte < ' ' && byte != '\t') || byte == 127; });
+}
+
+/// As the command-line tools of libcurl and OpenSSL understand the variables.
+void trustCertificates(CURL* easy) {
+    if (const char* file = std::getenv("SSL_CERT_FILE"))
+        curl_easy_setopt(easy, CURLOPT_CAINFO, file);
+    if (const char* folder = std::getenv("SSL_CERT_DIR"))
+        curl_easy_setopt(easy, CURLOPT_CAPATH, folder);
+}
+
+} // namespace
+
+UpstreamTransfer::UpstreamTransfer(UpstreamClient& client, const std::string& url, Exchange& exchange)
+    : m_client(client), m_exchange(exchange), m_deadline(std::chrono::steady_clock::now() + client.limits().firstByte),
+      m_easy(curl_easy_init()) {
+    if (!m_easy)
+        throw std::runtime_error("cannot use libcurl");
+    configure(url);
+    passFieldsOn();
+    m_client.add(*this);
+}
+
+UpstreamTransfer::~UpstreamTransfer() {
+    m_client.remove(*this);
+}
+
+void UpstreamTransfer::configure(const std::string& url) {
+    CURL* const easy = m_easy.get();
+    curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, kMaximumRedirects);
+    curl_easy_setopt(easy, CURLOPT_PROXY, ""); // none, whatever the environment says
+    curl_easy_setopt(easy, CURLOPT_NOBODY, m_exchange.request().method == "HEAD" ? 1L : 0L);
+    // Each transfer has a connection of its own, which a pause holds up; HTTP/2 would share one.
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_client.limits().connect.count()));
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    // The end of the service does not wait for a name server.
+    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
+    curl_easy_setopt(easy, CURLOPT_USERAGENT, "zuv-service");
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_error.data());
+    curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &onHeader);
+    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &onBody);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    trustCertificates(easy);
+}
+
+void UpstreamTransfer::passFieldsOn() {
+    const HttpRequest& request = m_exchange.request();
+    const auto add = [this](const std::string& line) {
+        m_fields.reset(curl_slist_append(m_fields.release(), line.c_str()));
+    };
+    // Not compressed: ranges and lengths are the medium's own.
+    add("Accept-Encoding: identity");
+    const std::string range = request.field("Range");
+    const auto asked = requestedBytes(range, std::numeric_limits<std::uint64_t>::max());
+    const bool ranged = request.method == "GET" && asked.kind != RequestedBytes::Kind::Whole && isPlain(range);
+    if (ranged)
+        add("Range: " + range);
+    for (const char* name : {"If-Match", "If-None-Match", "If-Modified-Since", "If-Unmodified-Since", "If-Range"}) {
+        const std::string value = request.field(name);
+        if (!value.empty() && isPlain(value) && (ranged || std::strcmp(name, "If-Range") != 0))
+            add(std::string(name) + ": " + value);
+    }
+    curl_easy_setopt(m_easy.get(), CURLOPT_HTTPHEADER, m_fields.get());
+}
+
+/// Ends what sends headers without end, such as "100 Continue" again and again.
+std::size_t UpstreamTransfer::onHeader(char* line, std::size_t, std::size_t size, void* transfer) {
+    auto& self = *static_cast<UpstreamTransfer*>(transfer);
+    self.m_headerEnded = *line == '\r' || *line == '\n';
+    self.m_headerSize += size;
+    return self.m_headerSize <= kMaximumHeaderSize ? size : CURL_WRITEFUNC_ERROR;
+}
+
+std::size_t UpstreamTransfer::onBody(char* bytes, std::size_t, std::size_t size, void* transfer) {
+    auto& self = *static_cast<UpstreamTransfer*>(transfer);
+    if (!self.answer())
+        return CURL_WRITEFUNC_ERROR;
+    if (self.m_buffer.size() >= kBufferSize) {
+        self.m_paused = true;
+        return CURL_WRITEFUNC_PAUSE;
+    }
+    self.m_buffer.append(bytes, size);
+    self.m_exchange.resume();
+    return size;
+}
+
+/// @return whether the body is wanted.
+bool UpstreamTransfer::answer() {
+    if (std::exchange(m_answered, true))
+        return m_outcome == kNothingYet;
+    ResponseHead head = m_headerEnded ? passedOn(m_easy.get()) : ResponseHead{502};
+    if (head.status == 502)
+        spdlog::warn("the server of {:?} answers what cannot be passed on", m_exchange.medium()->location.uri);
+    m_outcome = head.length == 0 ? kEnd : kNothingYet;
+    m_exchange.respond(std::move(head));
+    return m_outcome == kNothingYet;
+}
+
+void UpstreamTransfer::fail(int status, const char* reason) {
+    spdlog::warn("cannot fetch {:?}: {}", m_exchange.medium()->location.uri, reason);
+    m_outcome = kFailed;
+    m_answered = true;
+    m_exchange.respond({status});
+    m_exchange.resume();
+}
+
+void UpstreamTransfer::end(CURLcode result) {
+    if (m_outcome != kNothingYet)
+        return;
+    if (result != CURLE_OK) {
+        const char* const reason = m_error.front() == '\0' ? curl_easy_strerror(result) : m_error.data();
+        return fail(result == CURLE_OPERATION_TIMEDOUT ? 504 : 502, reason);
+    }
+    answer();
+    m_outcome = kEnd;
+    m_exchange.resume();
+}
+
+void UpstreamTransfer::check(std::chrono::steady_clock::time_point now) {
+    if (!m_answered && now >= m_deadline)
+        fail(504, "the server does not answer in time");
+}
+
+ssize_t UpstreamTransfer::read(char* bytes, std::size_t size) {
+    if (m_buffer.empty())
+        return m_outcome;
+    const std::size_t count = m_buffer.copy(bytes, size);
+    m_buffer.erase(0, count);
+    if (m_buffer.size() <= kBufferSize / 2 && std::exchange(m_paused, false))
+        curl_easy_pause(m_easy.get(), CURLPAUSE_CONT);
+    return static_cast<ssize_t>(count);
+}
+
+} // namespace velmora::desktop

@@ -1,0 +1,65 @@
+// One response of the server that has an http or https medium, as it is passed on.
+#ifndef ZUV_DESKTOP_SERVICE_HTTP_UPSTREAM_TRANSFER_H
+#define ZUV_DESKTOP_SERVICE_HTTP_UPSTREAM_TRANSFER_H
+
+#include "service/http/body_source.h"
+#include "service/http/exchange.h"
+#include "service/http/upstream_client.h"
+
+#include <curl/curl.h>
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace velmora::desktop {
+
+/// Asks the server once, for what the client asked, and answers the exchange when the first byte of the body is there
+/// or nothing will come. While the reader pauses, so does the server.
+class UpstreamTransfer final : public BodySource {
+public:
+    /// @param exchange outlives this.
+    UpstreamTransfer(UpstreamClient& client, const std::string& url, Exchange& exchange);
+    /// Ends the transfer wherever it is.
+    ~UpstreamTransfer() override;
+    UpstreamTransfer(const UpstreamTransfer&) = delete;
+    UpstreamTransfer& operator=(const UpstreamTransfer&) = delete;
+
+    ssize_t read(char* bytes, std::size_t size) override;
+
+    // For UpstreamClient:
+    CURL* handle() const { return m_easy.get(); }
+    void end(CURLcode result);
+    void check(std::chrono::steady_clock::time_point now);
+
+private:
+    static std::size_t onHeader(char* bytes, std::size_t one, std::size_t size, void* transfer);
+    static std::size_t onBody(char* bytes, std::size_t one, std::size_t size, void* transfer);
+    void configure(const std::string& url);
+    void passFieldsOn();
+    bool answer();
+    void fail(int status, const char* reason);
+
+    struct CleanUp {
+        void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+        void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+    };
+    UpstreamClient& m_client;
+    Exchange& m_exchange;
+    const std::chrono::steady_clock::time_point m_deadline; ///< of the first byte
+    std::array<char, CURL_ERROR_SIZE> m_error{};
+    std::unique_ptr<curl_slist, CleanUp> m_fields;
+    std::unique_ptr<CURL, CleanUp> m_easy;
+    std::size_t m_headerSize = 0;
+    bool m_headerEnded = false; ///< of the response that came last
+    std::string m_buffer;       ///< received, and not read yet
+    bool m_answered = false;
+    bool m_paused = false;
+    ssize_t m_outcome = kNothingYet; ///< kEnd or kFailed when no more is received
+};
+
+} // namespace velmora::desktop
+
+#endif // ZUV_DESKTOP_SERVICE_HTTP_UPSTREAM_TRANSFER_H
