@@ -5,8 +5,9 @@
 //   (MediaService) and writes every event (EventPublisher). It never waits for media, HTTP or another
 //   process. Each object with work to do has a thread of its own (MediaObject), which opens, seeks and ends
 //   its pipelines; one more ends the objects of clients that left. GStreamer's threads decode, and report to
-//   the object's thread through the pipeline's message queue. The HTTP server has its threads (MediaServer);
-//   they share the map of what is served, under its mutex. From any thread to the loop: EventSink, by way of
+//   the object's thread through the pipeline's message queue. The HTTP server has one thread for all readers
+//   and all foreign servers (MediaServer); the objects' threads share the map of what is served with it,
+//   under its mutex. From any thread to the loop: EventSink, by way of
 //   LoopTasks. From the loop to an object: Worker::post().
 // LOCKS
 //   None is held while another is taken, nor while an event is handled or media are worked on.
@@ -24,6 +25,7 @@
 #include <CLI/CLI.hpp>
 #include <gst/gst.h>
 #include <spdlog/spdlog.h>
+#include <sys/resource.h>
 
 #include <csignal>
 #include <cstdio>
@@ -57,6 +59,15 @@ void blockSignals() {
     std::signal(SIGPIPE, SIG_IGN); // an HTTP reader that left is no reason to end
 }
 
+/// A reader takes two of the files that the process may have open, and may pause for as long as it likes. The limit that a
+/// shell sets is for programs that call select(), which this one does not.
+void allowManyReaders() {
+    rlimit files{};
+    getrlimit(RLIMIT_NOFILE, &files);
+    files.rlim_cur = files.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &files);
+}
+
 EventLoop makeLoop() {
     sd_event* loop = nullptr;
     requireSuccess(sd_event_new(&loop), "cannot make an event loop");
@@ -82,7 +93,7 @@ void serve(const ServiceOptions& options) {
     MediaServer server;
     const std::unique_ptr<MediaEngine> engine = makeEngine(options);
     // From here on in this order, so that at the end the media go first, then the name on the bus, and the
-    // server last, which may wait for a slow reader.
+    // server last.
     const EventLoop loop = makeLoop();
     ServiceBus bus(loop.get());
     if (scenario.once)
@@ -129,6 +140,7 @@ int main(int argc, char** argv) {
             return EXIT_SUCCESS;
         }
         blockSignals();
+        allowManyReaders();
         serve(options);
     } catch (const std::exception& error) {
         spdlog::error("{}", error.what());

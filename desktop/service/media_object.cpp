@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>
 
-#include <list>
 #include <optional>
 
 namespace velmora::desktop {
@@ -11,13 +10,15 @@ namespace velmora::desktop {
 /// A medium from its start to its end.
 struct MediaObject::StartedMedium {
     StartedMedium(const MediaServices& services, MediaLocation where, double position, const std::stop_token& stop)
-        : location(std::move(where)), playback(services.engine.open(location, position, stop)),
-          served(services.server, location) {}
+        : location(std::move(where)), playback(services.engine.open(location, position, stop)) {
+        served.emplace_back(services.server, location);
+    }
+
+    std::string url() const { return served.front().url(); }
 
     MediaLocation location;
     std::unique_ptr<MediaPlayback> playback;
-    ServedMedium served;
-    std::list<ServedMedium> qualities;
+    std::list<ServedMedium> served;          ///< the medium itself, then its other qualities
     std::string definitions;                 ///< empty until they are first asked for
     std::optional<std::string> preloadedUrl; ///< as it was given; none once it is started
 };
@@ -52,10 +53,12 @@ void MediaObject::start(const Command& command, const std::stop_token& stop) {
     const bool preload = command.name == CommandName::Preload;
     const double position = preload ? positionSeconds(command.position) : 0;
     if (preload || !medium || medium->preloadedUrl != command.url)
-        medium = std::make_shared<StartedMedium>(m_services, locateMedia(command.url), position, stop);
+        replace(medium, std::make_shared<StartedMedium>(m_services, locateMedia(command.url), position, stop));
+    else
+        m_replaced.clear();
     medium->preloadedUrl = preload ? std::optional(command.url) : std::nullopt;
     Event answer = answerTo(command);
-    answer.localUrl = medium->served.url();
+    answer.localUrl = medium->url();
     spdlog::info("started object={} kind={} url={:?} local={}", m_id, command.kind, command.url, answer.localUrl);
     // Clients take every definitions text for the main video's.
     if (mediaKind(command.kind) == MediaKind::Advertisement)
@@ -65,9 +68,16 @@ void MediaObject::start(const Command& command, const std::stop_token& stop) {
     m_services.events.publishLater(news, medium);
 }
 
+/// The pipeline of what was started before ends at once.
+void MediaObject::replace(std::shared_ptr<StartedMedium>& medium, std::shared_ptr<StartedMedium> next) {
+    m_replaced = medium ? std::move(medium->served) : std::list<ServedMedium>();
+    medium = std::move(next);
+}
+
 void MediaObject::stop(const Command& command) {
     started(command);
     slot(command).reset();
+    m_replaced.clear();
     spdlog::info("stopped object={} kind={}", m_id, command.kind);
     m_services.events.publish(answerTo(command));
 }
@@ -75,6 +85,7 @@ void MediaObject::stop(const Command& command) {
 void MediaObject::seek(const Command& command, const std::stop_token& stop) {
     const double position = positionSeconds(command.position);
     started(command).playback->seek(position, stop);
+    m_replaced.clear();
     m_services.events.publish(answerTo(command));
 }
 
@@ -93,12 +104,12 @@ Event MediaObject::definitionsOf(StartedMedium& medium, const std::string& kind)
 std::vector<Definition> MediaObject::serveQualities(StartedMedium& medium) {
     std::vector<Definition> definitions;
     for (const QualityFile& quality : qualityFiles(medium.location.file)) {
-        const ServedMedium& served = medium.qualities.emplace_back(m_services.server, MediaLocation{"", quality.file});
+        const ServedMedium& served = medium.served.emplace_back(m_services.server, MediaLocation{"", quality.file});
         definitions.push_back({fmt::format("{}p", quality.height), served.url()});
     }
     const std::optional<int> height = medium.playback->videoHeight();
     if (definitions.empty())
-        definitions.push_back({height ? fmt::format("{}p", *height) : "audio", medium.served.url()});
+        definitions.push_back({height ? fmt::format("{}p", *height) : "audio", medium.url()});
     return definitions;
 }
 

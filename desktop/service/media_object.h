@@ -9,6 +9,7 @@
 #include "service/protocol/command.h"
 
 #include <array>
+#include <list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,7 +28,8 @@ struct MediaServices {
 /// Commands are carried out on a thread of the object's own, one after the other; one that fails changes
 /// nothing. A start of the URL that was preloaded last goes on with what the preload opened; any other replaces what is
 /// started already. A medium that plays to its end stays started, ready for
-/// a seek, until it is stopped or replaced.
+/// a seek, until it is stopped or replaced. What was replaced is served until the next command succeeds: a page may still
+/// read it.
 class MediaObject {
 public:
     MediaObject(std::string id, const MediaServices& services);
@@ -48,6 +50,7 @@ private:
     void execute(const Command& command, const std::stop_token& stop);
     void carryOut(const Command& command, const std::stop_token& stop);
     void start(const Command& command, const std::stop_token& stop);
+    void replace(std::shared_ptr<StartedMedium>& medium, std::shared_ptr<StartedMedium> next);
     void stop(const Command& command);
     void seek(const Command& command, const std::stop_token& stop);
     Event definitionsOf(StartedMedium& medium, const std::string& kind);
@@ -58,6 +61,7 @@ private:
     const std::string m_id;
     const MediaServices m_services;
     std::array<std::shared_ptr<StartedMedium>, 2> m_media; ///< by MediaKind; the worker's alone
+    std::list<ServedMedium> m_replaced;                    ///< by the command before; the worker's alone
     Worker m_worker;                                       ///< last: ends before what it uses does
 };
 

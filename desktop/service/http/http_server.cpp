@@ -6,6 +6,7 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <spdlog/spdlog.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -80,6 +81,13 @@ int statusOfRefusal(MHD_Connection* connection, const HttpRequest& request, std:
     return fields > kMaximumFields || headerSize(connection) > kMaximumHeaderSize ? 431 : 0;
 }
 
+/// Each may have a file open beside its socket; the other half of what the process may open is for the media.
+unsigned connectionLimit(unsigned wanted) {
+    rlimit files{};
+    getrlimit(RLIMIT_NOFILE, &files);
+    return static_cast<unsigned>(std::min<rlim_t>(wanted, files.rlim_cur / 4));
+}
+
 [[gnu::format(printf, 2, 0)]] void logComplaint(void*, const char* format, va_list arguments) {
     std::array<char, 512> text{};
     std::vsnprintf(text.data(), text.size(), format, arguments);
@@ -152,9 +160,9 @@ struct HttpServer::Callbacks {
         return MHD_start_daemon(MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG, 0, nullptr, nullptr,
                                 &onRequest, &server, MHD_OPTION_EXTERNAL_LOGGER, &logComplaint, nullptr,
                                 MHD_OPTION_SOCK_ADDR, &address, MHD_OPTION_CONNECTION_LIMIT,
-                                server.m_limits.connections, MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemory,
-                                MHD_OPTION_NOTIFY_CONNECTION, &onConnection, &server, MHD_OPTION_NOTIFY_COMPLETED,
-                                &onCompleted, nullptr, MHD_OPTION_END);
+                                connectionLimit(server.m_limits.connections), MHD_OPTION_CONNECTION_MEMORY_LIMIT,
+                                kConnectionMemory, MHD_OPTION_NOTIFY_CONNECTION, &onConnection, &server,
+                                MHD_OPTION_NOTIFY_COMPLETED, &onCompleted, nullptr, MHD_OPTION_END);
     }
 };
 

@@ -19,7 +19,7 @@ struct GlibFree {
 using GlibText = std::unique_ptr<char, GlibFree>;
 
 bool isHttp(const std::string& url) {
-    return g_ascii_strncasecmp(url.c_str(), "http://", 7) == 0;
+    return g_ascii_strncasecmp(url.c_str(), "http://", 7) == 0 || g_ascii_strncasecmp(url.c_str(), "https://", 8) == 0;
 }
 
 /// The path of an absolute path or file URL, empty when the text is neither.
@@ -50,8 +50,9 @@ MediaLocation locateMedia(const std::string& url) {
         return {url, {}};
     const std::filesystem::path file = whole ? localPath(url) : "";
     if (file.empty())
-        throw CommandFailure(ResultCode::BadCommand,
-                             fmt::format("Neither an absolute path nor a file or http URL: {:?}", url.substr(0, 512)));
+        throw CommandFailure(
+            ResultCode::BadCommand,
+            fmt::format("Neither an absolute path nor a file, http or https URL: {:?}", url.substr(0, 512)));
     requireRegularFile(file);
     const GlibText uri(g_filename_to_uri(file.c_str(), nullptr, nullptr));
     return {uri.get(), file};

@@ -8,11 +8,11 @@ namespace velmora::desktop {
 
 /// Where a medium is.
 struct MediaLocation {
-    std::string uri;            ///< "file:///..." or "http://..."
-    std::filesystem::path file; ///< of a local medium; empty for http
+    std::string uri;            ///< "file:///...", "http://..." or "https://..."
+    std::filesystem::path file; ///< of a local medium; empty for others
 };
 
-/// Understands an absolute path, a file URL of this machine and an http URL.
+/// Understands an absolute path, a file URL of this machine and an http or https URL.
 /// @throws CommandFailure BadCommand for anything else, NotFound for a file that is not there, and Unplayable
 /// for what
 ///         is no regular file (opening a pipe or a device could block for ever).

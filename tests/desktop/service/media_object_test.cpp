@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <json/reader.h>
 
+#include <utility>
+
 namespace velmora::desktop {
 namespace {
 
@@ -90,9 +92,42 @@ TEST_F(MediaObjectTest, KindsAreIndependent) {
 TEST_F(MediaObjectTest, StartReplacesWhatIsStarted) {
     const std::string before = answer(CommandName::Start, kMain, m_film).localUrl;
     const std::string after = answer(CommandName::Start, kMain, m_other).localUrl;
-    EXPECT_EQ(fetch(before).status, 404);
+    EXPECT_NE(after, before);
     EXPECT_EQ(fetch(after).body, "another film");
     EXPECT_EQ(m_engine.journal().back(), "end film.webm");
+}
+
+TEST_F(MediaObjectTest, WhatWasReplacedIsServedUntilTheNextCommand) {
+    const std::string first = answer(CommandName::Start, kMain, m_film).localUrl;
+    const std::string second = answer(CommandName::Preload, kMain, m_other, "0.000000").localUrl;
+    EXPECT_EQ(fetch(first).body, "the film");
+    const std::string third = answer(CommandName::Preload, kMain, m_film, "0.000000").localUrl;
+    EXPECT_EQ(fetch(first).status, 404);
+    EXPECT_EQ(fetch(second).body, "another film");
+    answer(CommandName::Start, kMain, m_film); // goes on with the third
+    EXPECT_EQ(fetch(second).status, 404);
+    EXPECT_EQ(fetch(third).body, "the film");
+}
+
+TEST_F(MediaObjectTest, WhatWasReplacedEndsWithAnyCommandThatSucceeds) {
+    std::string replaced = answer(CommandName::Start, kMain, m_film).localUrl;
+    std::string current = answer(CommandName::Start, kMain, m_other).localUrl;
+    EXPECT_EQ(answer(CommandName::Stop, kAd).code, ResultCode::WrongState);
+    EXPECT_EQ(fetch(replaced).status, 200);
+    EXPECT_EQ(answer(CommandName::Seek, kMain, "", "1.000000").code, ResultCode::Ok);
+    EXPECT_EQ(fetch(replaced).status, 404);
+    replaced = std::exchange(current, answer(CommandName::Start, kMain, m_film).localUrl);
+    EXPECT_EQ(fetch(replaced).status, 200);
+    EXPECT_EQ(answer(CommandName::Stop, kMain).code, ResultCode::Ok);
+    EXPECT_EQ(fetch(replaced).status, 404);
+    EXPECT_EQ(fetch(current).status, 404);
+}
+
+TEST_F(MediaObjectTest, NewsOfWhatWasReplacedEnds) {
+    answer(CommandName::Start, kMain, m_film);
+    const auto subject = m_events.news(1).at(0).subject;
+    answer(CommandName::Start, kMain, m_other);
+    EXPECT_TRUE(subject.expired());
 }
 
 TEST_F(MediaObjectTest, StartGoesOnWithWhatWasPreloaded) {
@@ -126,7 +161,7 @@ TEST_F(MediaObjectTest, APreloadIsReplacedByAnotherAndByTheStartOfAnotherUrl) {
     const Event started = answer(CommandName::Start, kMain, m_other);
     EXPECT_NE(started.localUrl, second.localUrl);
     EXPECT_EQ(fetch(started.localUrl).body, "another film");
-    EXPECT_EQ(fetch(second.localUrl).status, 404);
+    EXPECT_EQ(fetch(first.localUrl).status, 404);
 }
 
 TEST_F(MediaObjectTest, AFailedStartLeavesWhatIsStarted) {

@@ -1,4 +1,7 @@
 // The service with simulated media: a real process on a real bus.
+#include "desktop/service/http/scripted_server.h"
+#include "desktop/service/http/silent_server.h"
+#include "desktop/service/http/tcp_connection.h"
 #include "desktop/service/service_client.h"
 #include "desktop/service/service_process.h"
 #include "launcher/private_bus.h"
@@ -6,8 +9,13 @@
 #include "support/test_files.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <algorithm>
+#include <csignal>
 #include <cstdlib>
+#include <list>
+#include <thread>
 
 namespace velmora::desktop {
 namespace {
@@ -65,6 +73,47 @@ TEST_F(SimulatedServiceTest, IsChosenByTheEnvironmentToo) {
     setenv("ZUV_SERVICE_ENGINE", "simulated", 1);
     begin({});
     EXPECT_EQ(m_client->request("start", m_object, kMain, m_medium).code(), "200");
+}
+
+TEST_F(SimulatedServiceTest, EndsAtOnceWhateverReadersAndForeignServersDo) {
+    const ScriptedServer dripping([](const std::string& header, TcpConnection& connection) {
+        connection.write(header.find("/continue") == std::string::npos ? "HTTP/1.1 200 OK\r\n\r\n" : "");
+        while (connection.write(header.find("/continue") == std::string::npos ? "x" : "HTTP/1.1 100 Continue\r\n\r\n"))
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        return false;
+    });
+    const SilentServer silent;
+    const std::string big = addFile(m_folder, "big.webm");
+    std::filesystem::resize_file(big, 1U << 30);
+    begin({"--engine", "simulated"});
+    std::list<TcpConnection> readers;
+    for (const std::string& url : {dripping.url("/drip"), dripping.url("/continue"), silent.url(), big}) {
+        const std::string local = m_client->request("start", m_client->createObject(), kMain, url).localUrl();
+        readers.emplace_back(local, 4096).write(getRequest(local));
+    }
+    readers.front().readHeader();
+    readers.back().readHeader();
+    m_service->signal(SIGTERM);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(m_service->exitStatus(), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+}
+
+TEST_F(SimulatedServiceTest, ServesMoreReadersThanTheShellsLimitOfOpenFilesAllows) {
+    rlimit files{};
+    getrlimit(RLIMIT_NOFILE, &files);
+    const rlimit lowered{std::min<rlim_t>(files.rlim_cur, 200), files.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &lowered); // inherited by the service
+    const std::string big = addFile(m_folder, "big.webm");
+    std::filesystem::resize_file(big, 1U << 30);
+    begin({"--engine", "simulated"});
+    setrlimit(RLIMIT_NOFILE, &files);
+    const std::string url = m_client->request("start", m_object, kMain, big).localUrl();
+    std::list<TcpConnection> readers;
+    for (int i = 0; i < 200; ++i)
+        readers.emplace_back(url, 4096).write(getRequest(url));
+    for (TcpConnection& reader : readers)
+        ASSERT_TRUE(reader.readHeader().starts_with("HTTP/1.1 200"));
 }
 
 TEST(ServiceEngine, IsOneThatThereIs) {

@@ -42,6 +42,7 @@ TEST(MediaLocation, TakesFileNamesThatAreNotUtf8) {
 TEST(MediaLocation, OfAnHttpUrlIsTheUrl) {
     EXPECT_EQ(locateMedia("http://example.invalid/a?b#c").uri, "http://example.invalid/a?b#c");
     EXPECT_TRUE(locateMedia("HTTP://example.invalid/a").file.empty());
+    EXPECT_EQ(locateMedia("https://example.invalid/a").uri, "https://example.invalid/a");
 }
 
 class BadUrl : public testing::TestWithParam<std::string> {};
@@ -53,7 +54,7 @@ TEST_P(BadUrl, IsABadCommand) {
 INSTANTIATE_TEST_SUITE_P(MediaLocation, BadUrl,
                          testing::Values("", "clip.webm", "./clip.webm", "file://", "file:clip.webm",
                                          "file://elsewhere/clip.webm", "file:///%00", "ftp://example.invalid/a",
-                                         "https://example.invalid/a", "rtsp://example.invalid/a", "\xff\xfe",
+                                         "httpsx://example.invalid/a", "rtsp://example.invalid/a", "\xff\xfe",
                                          std::string("/etc/passwd\0.webm", 17), std::string("http://a\0b", 10),
                                          std::string(100000, 'x')));
 
