@@ -91,7 +91,8 @@ unsigned connectionLimit(unsigned wanted) {
 [[gnu::format(printf, 2, 0)]] void logComplaint(void*, const char* format, va_list arguments) {
     std::array<char, 512> text{};
     std::vsnprintf(text.data(), text.size(), format, arguments);
-    spdlog::debug("http {:?}", text.data());
+    const std::string_view line(text.data());
+    spdlog::debug("http {:?}", line.substr(0, line.find_last_not_of('\n') + 1));
 }
 
 /// Whether the client has closed its end.

@@ -70,7 +70,7 @@ void copyField(const char* name, const char* form, CURL* transfer, HttpFields& f
 HttpFields fieldsOf(CURL* transfer, int status) {
     HttpFields fields{{"Cache-Control", "no-store"}};
     copyField("Accept-Ranges", "bytes|none", transfer, fields);
-    copyField("ETag", "(W/)?\"[\\x21\\x23-\\x7e]*\"", transfer, fields);
+    copyField("ETag", R"re((W/)?"[\x21\x23-\x7e]*")re", transfer, fields);
     if (curl_getdate(valueOf(transfer, "Last-Modified").c_str(), nullptr) >= 0)
         copyField("Last-Modified", "[\\x20-\\x7e]+", transfer, fields);
     if (status == 200 || status == 206)

@@ -97,6 +97,7 @@ void UpstreamTransfer::passFieldsOn() {
 }
 
 /// Ends what sends headers without end, such as "100 Continue" again and again.
+// NOLINTNEXTLINE(readability-non-const-parameter): the type is libcurl's
 std::size_t UpstreamTransfer::onHeader(char* line, std::size_t, std::size_t size, void* transfer) {
     auto& self = *static_cast<UpstreamTransfer*>(transfer);
     self.m_headerEnded = *line == '\r' || *line == '\n';

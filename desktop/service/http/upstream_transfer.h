@@ -35,7 +35,7 @@ public:
     void check(std::chrono::steady_clock::time_point now);
 
 private:
-    static std::size_t onHeader(char* bytes, std::size_t one, std::size_t size, void* transfer);
+    static std::size_t onHeader(char* line, std::size_t one, std::size_t size, void* transfer);
     static std::size_t onBody(char* bytes, std::size_t one, std::size_t size, void* transfer);
     void configure(const std::string& url);
     void passFieldsOn();

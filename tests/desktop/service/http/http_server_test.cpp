@@ -199,7 +199,7 @@ protected:
     const std::shared_ptr<spdlog::logger> m_before = spdlog::default_logger();
     std::ostringstream m_log;
     TemporaryFolder m_folder;
-    const std::string m_film = addFile(m_folder, "film.webm", manyBytes(20'000'000));
+    const std::string m_film = addFile(m_folder, "film.webm", manyBytes());
     std::optional<MediaServer> m_server{std::in_place};
 };
 
@@ -210,6 +210,7 @@ TEST_F(HttpLogTest, HasALineForEachResponseThatHasEnded) {
 }
 
 TEST_F(HttpLogTest, TellsOfAReaderThatLeft) {
+    std::filesystem::resize_file(m_film, 1U << 30);
     {
         const ServedMedium medium(*m_server, {"", m_film});
         TcpConnection reader(medium.url(), 4096);
