@@ -1,6 +1,8 @@
 #include "zuv_media_proxy_manager.h"
 
+#include "command.h"
 #include "event_parameters.h"
+#include "monotonic_clock.h"
 #include "unguarded_member.h"
 #include "zuv_log.h"
 #include "zuv_media_proxy_object.h"
@@ -8,7 +10,6 @@
 #include <fcntl.h>
 #include <json/json.h>
 #include <sys/mman.h>
-#include <time.h>
 #include <unistd.h>
 #include <uuid/uuid.h>
 
@@ -43,25 +44,9 @@
 namespace velmora {
 namespace {
 
-constexpr const char* kCommandTopic = "tovik.sl2.vstr.videoplayer.zuv.command";
-constexpr const char* kEventTopic = "tovik.sl2.vstr.videoplayer.zuv.event";
 constexpr const char* kEventMemoryName = "/ZUV_PROXY";
 
-constexpr std::size_t kCommandSize = 11;
 constexpr std::size_t kNeutralEventSize = 10; // one fewer than a command: devices in the field know it so
-
-namespace CommandField {
-constexpr std::size_t Name = 0;
-constexpr std::size_t MediaKind = 1;
-constexpr std::size_t SessionId = 2;
-constexpr std::size_t ObjectId = 3;
-constexpr std::size_t RequestTime = 4;
-constexpr std::size_t Position = 5;
-constexpr std::size_t Text1 = 6; // the URL of "start", the text of "seek"
-constexpr std::size_t Text2 = 7;
-constexpr std::size_t Text3 = 8;
-constexpr std::size_t Option = 9;
-} // namespace CommandField
 
 constexpr int kPollMilliseconds = 50;
 constexpr int kAnswerLimitMilliseconds = 250;
@@ -74,14 +59,6 @@ constexpr std::chrono::milliseconds kAliveWait{200};
 
 constexpr useconds_t kMemorySleepMicroseconds = 1000000;
 constexpr useconds_t kRestartSleepMicroseconds = 800000;
-
-/// CLOCK_MONOTONIC in seconds, -1.0 when it cannot be read.
-double monotonicSeconds() {
-    timespec now;
-    if (clock_gettime(CLOCK_MONOTONIC, &now) != 0)
-        return -1.0;
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
 
 /// False when `timeout` passed first. Any wake-up counts, also one for another event or a spurious one.
 bool wokenWithin(std::chrono::milliseconds timeout, std::condition_variable& condition,
@@ -348,24 +325,6 @@ std::vector<std::string> ZUVMediaProxyManager::readZUVEvent() {
 
 // ---- Commands: the channel ----
 
-namespace {
-
-std::vector<std::string> newCommand(const char* name, std::string sessionId) {
-    std::vector<std::string> command(kCommandSize);
-    command[CommandField::Name] = name;
-    command[CommandField::SessionId] = std::move(sessionId);
-    return command;
-}
-
-std::vector<std::string> newPlaybackCommand(const char* name, std::string sessionId, const std::string& objectId) {
-    std::vector<std::string> command = newCommand(name, std::move(sessionId));
-    command[CommandField::ObjectId] = objectId;
-    command[CommandField::RequestTime] = std::to_string(monotonicSeconds());
-    return command;
-}
-
-} // namespace
-
 void ZUVMediaProxyManager::publishCommand(const std::vector<std::string>& command) {
     m_modelAccess->publish(kCommandTopic, command);
 }
@@ -401,44 +360,6 @@ int ZUVMediaProxyManager::waitRequestRemoteObjectCompleted(std::string id, std::
 }
 
 // ---- Commands: playback ----
-
-namespace {
-
-std::vector<std::string> startCommand(std::string sessionId, const std::string& objectId, std::string url, int option,
-                                      std::string kind) {
-    std::vector<std::string> command = newPlaybackCommand("start", std::move(sessionId), objectId);
-    command[CommandField::MediaKind] = std::move(kind);
-    command[CommandField::Text1] = std::move(url);
-    command[CommandField::Option] = std::to_string(option);
-    return command;
-}
-
-std::vector<std::string> stopCommand(std::string sessionId, const std::string& objectId, std::string kind) {
-    std::vector<std::string> command = newPlaybackCommand("stop", std::move(sessionId), objectId);
-    command[CommandField::MediaKind] = std::move(kind);
-    return command;
-}
-
-std::vector<std::string> seekCommand(std::string sessionId, const std::string& objectId, double position,
-                                     std::string text) {
-    std::vector<std::string> command = newPlaybackCommand("seek", std::move(sessionId), objectId);
-    command[CommandField::Position] = std::to_string(position);
-    command[CommandField::Text1] = std::move(text);
-    return command;
-}
-
-std::vector<std::string> preloadCommand(std::string sessionId, const std::string& objectId, double position,
-                                        std::string text1, std::string text2, std::string text3, std::string kind) {
-    std::vector<std::string> command = newPlaybackCommand("preload", std::move(sessionId), objectId);
-    command[CommandField::MediaKind] = std::move(kind);
-    command[CommandField::Position] = std::to_string(position);
-    command[CommandField::Text1] = std::move(text1);
-    command[CommandField::Text2] = std::move(text2);
-    command[CommandField::Text3] = std::move(text3);
-    return command;
-}
-
-} // namespace
 
 void ZUVMediaProxyManager::requestRemoteObjectStart(const std::string& objectId, std::string url, int option,
                                                     std::string kind) {
