@@ -1,6 +1,6 @@
 // Describes this platform to the conformance suite, which compiles this file as its ZUV_PLATFORM_DESCRIPTION. It is not
 // part of the platform's library.
-#include "platform_under_test.h"
+#include "platform/platform_under_test.h"
 
 namespace velmora::platform_test {
 
