@@ -79,7 +79,8 @@ std::size_t take(const char* variable, std::size_t otherwise) {
     return number;
 }
 
-/// The tests that the filter selects, or this shard's part of them. From "Suite." lines, each followed by the indented names of its tests; what follows a '#' is commentary.
+/// The tests that the filter selects, or this shard's part of them. Taken from GoogleTest's list: "Suite." lines, each
+/// followed by the indented names of its tests; a '#' begins a comment.
 std::vector<std::string> selectedTests(unsigned seconds) {
     const auto shards = take("GTEST_TOTAL_SHARDS", 1);
     const auto shard = take("GTEST_SHARD_INDEX", 0);

@@ -10,8 +10,9 @@ namespace velmora::desktop {
 /// The shared memory that holds the latest event as JSON text, for clients that poll instead of listening.
 ///
 /// Clients map the region once and keep it, so it is unlinked for no other reason than a scenario's: a restarted
-/// service writes into the same one. It is written through its descriptor, not through a mapping: a process that shortens the region then
-/// costs an event, where a mapping would cost the service its life. Not locked: one thread writes.
+/// service writes into the same one. It is written through its descriptor, not through a mapping: a process that
+/// shortens the region then costs an event, where a mapping would cost the service its life. Not locked: one thread
+/// writes.
 class EventRegion {
 public:
     /// Size of the region in bytes: a text and the zero that ends it.
