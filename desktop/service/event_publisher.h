@@ -17,7 +17,9 @@ namespace velmora::desktop {
 
 /// What is sent for one event. Without a value, the event is not sent that way.
 struct EventOutput {
-    std::optional<std::string> memory;           ///< the text in shared memory, at most EventRegion::kSize bytes
+    /// The text in shared memory. One of EventRegion::kSize bytes leaves no zero byte at its end; a longer one is not
+    /// written, which is logged.
+    std::optional<std::string> memory;
     std::optional<std::vector<std::string>> bus; ///< the list on the bus
 };
 
