@@ -30,6 +30,11 @@ add_compile_options(
     # Keeps build paths out of the binaries: __FILE__ is relative to the source tree.
     -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
 
+# clang checks that what is marked as guarded by a mutex is only accessed while that is held (desktop/base/mutex.h).
+if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wthread-safety>)
+endif()
+
 # g++ 12 warns of overlapping copies in its own std::string operator+ (GCC bug 105651).
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
