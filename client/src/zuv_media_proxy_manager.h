@@ -151,8 +151,8 @@ private:
     bool requestCreation(std::unique_lock<std::mutex>& lock, const std::string& sessionId);
     bool requestInspection(std::unique_lock<std::mutex>& lock);
 
-    /// The asynchronous requests without a look at the mode. A caller that holds m_mutex checks the mode once and then
-    /// calls these: if it changed in between, the answer would be handled with the lock held.
+    /// The asynchronous requests, which do not check the mode. A caller that holds m_mutex checks it once and then
+    /// calls these: if they checked again and it had changed, the answer would be handled with the lock held.
     void publishCreation(std::string id);
     void publishInspection();
 
