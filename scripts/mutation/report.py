@@ -53,6 +53,7 @@ def stale(known, mutants, results):
     """Of the listed survivors: which are no changes, or no survivors, any more."""
     for file, function, before, after in known.keys() - {mutant.key for mutant in mutants}:
         yield f"listed, but no change any more: {file} {function}: {before} → {after}"
+    survived = {result.mutant.key for result in results if result.verdict == "known"}  # one key may be several changes
     for result in results:
-        if result.mutant.key in known and result.verdict != "known":
+        if result.mutant.key in known.keys() - survived:
             yield f"listed, but no survivor any more: {line(result)}"

@@ -154,6 +154,7 @@ class Report(unittest.TestCase):
         killed = judge.Result(mutant(), "killed", "A.kept")
         self.assertEqual(list(report.stale({mutant().key: "why"}, [mutant()], [killed])),
                          [f"listed, but no survivor any more: {report.line(killed)}"])
+        self.assertEqual(list(report.stale({mutant().key: "why"}, [mutant()], [killed, survived])), [])
 
 
 if __name__ == "__main__":
