@@ -25,6 +25,8 @@
 
 namespace velmora::test {
 
+namespace State = ZUVMediaProxyState;
+
 // The application's callbacks: each call goes into the journal.
 void mainCallback(std::string id, std::string key, std::string value);
 void adCallback(std::string id, std::string key, std::string value);

@@ -163,7 +163,7 @@ TEST_F(CompletionWait, MatchesAnEmptyListWithEmptyExpectations) {
 
 TEST_F(CompletionWait, ReplaysTheAnswerToItsObjectOnTheCallingThread) {
     const auto object = registeredObject("movie");
-    object->m_state = 1;
+    object->m_state = State::Starting;
     eventRegion().writeEvent({"started", "200", "ses-1", "movie", "", "", "url"});
 
     manager.waitRequestRemoteObjectCompleted("ses-1", "started");

@@ -120,7 +120,7 @@ TEST_P(StatusEvent, WakesEveryWaiterAndChangesNothingElse) {
     dispatch({"status", GetParam(), "session", "movie"});
 
     EXPECT_TRUE(manager.m_createdObjectIds.empty());
-    EXPECT_EQ(object->m_state, 0);
+    EXPECT_EQ(object->m_state, State::Idle);
     EXPECT_JOURNAL(managerLog(4000, "onZUVEvent", "zuv service alive: %s - %s\n", "session", "movie"),
                    locked("manager"), notifiedAll(), unlocked("manager"));
 }
@@ -155,7 +155,7 @@ TEST_F(EventDispatch, RoutesByTheObjectIdentifier) {
 
 TEST_F(EventDispatch, RoutesWithoutTheManagersLock) {
     const auto object = registeredObject("movie");
-    object->m_state = 1;
+    object->m_state = State::Starting;
     watch(manager.m_mutex, "manager");
     bool heldDuringCallback = true;
     duringCallback = [&] { heldDuringCallback = isHeld(manager.m_mutex); };
@@ -176,7 +176,7 @@ TEST_F(EventDispatch, LooksTheObjectUpUnderTheLock) {
 
 TEST_F(EventDispatch, CallsBackOnTheDeliveringThread) {
     const auto object = registeredObject("movie");
-    object->m_state = 1;
+    object->m_state = State::Starting;
 
     bus().deliver({"started", "200", "session", "movie", "", "", "url"});
 
@@ -286,7 +286,7 @@ TEST_F(EventDispatch, GivesAnEmptyListToTheObjectWithoutIdentifier) {
 
 TEST_F(EventDispatch, KeepsTheObjectAliveWhileItHandlesItsEvent) {
     auto object = registeredObject("movie");
-    object->m_state = 1;
+    object->m_state = State::Starting;
     duringCallback = [&] {
         manager.m_proxyObjects.clear();
         object.reset();
@@ -299,7 +299,7 @@ TEST_F(EventDispatch, KeepsTheObjectAliveWhileItHandlesItsEvent) {
 
 TEST_F(EventDispatch, LeavesEveryLockFreeWhenTheApplicationThrows) {
     const auto object = registeredObject("movie");
-    object->m_state = 1;
+    object->m_state = State::Starting;
     duringCallback = [] { throw 1; };
 
     EXPECT_THROW(dispatch({"started", "200", "session", "movie", "", "", "url"}), int);

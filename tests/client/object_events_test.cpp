@@ -38,7 +38,7 @@ std::string startedLine(const char* code, const char* detail, const char* url) {
 }
 
 std::string startFailed(const char* handler) {
-    return objectLog(1000, handler, "Start failed when current state is :%d \n", 0);
+    return objectLog(1000, handler, "Start failed when current state is :%d \n", State::Idle);
 }
 
 std::string stopFailed(const char* handler, const char* code, const char* detail) {
@@ -54,7 +54,7 @@ std::string seekFailed() {
 }
 
 std::string stateLine(const char* handler) {
-    return objectLog(4000, handler, "the current state : %d\n", 0);
+    return objectLog(4000, handler, "the current state : %d\n", State::Idle);
 }
 
 class DecodedEvent : public ObjectEvents, public ::testing::WithParamInterface<Decoding> {};
@@ -130,13 +130,13 @@ struct IgnoredEvent {
 class Ignored : public ObjectEvents, public ::testing::WithParamInterface<IgnoredEvent> {};
 
 TEST_P(Ignored, ChangesAndLogsNothing) {
-    object->m_state = 1;
-    object->m_adState = 1;
+    object->m_state = State::Starting;
+    object->m_adState = State::Starting;
     watch(object->m_mutex, "object");
 
     receive(GetParam().event);
 
-    EXPECT_EQ(object->m_state, 1);
+    EXPECT_EQ(object->m_state, State::Starting);
     EXPECT_EQ(object->m_localURL, "");
     EXPECT_EQ(object->m_localAdURL, "");
     EXPECT_EQ(object->m_definitions, "");
@@ -184,25 +184,25 @@ TEST_F(ObjectEvents, AreOnlyRead) {
 }
 
 TEST_F(ObjectEvents, StartedAnswerStoresTheUrlAndCallsBackWhileStarting) {
-    object->m_state = 1;
+    object->m_state = State::Starting;
 
     receive(fullEvent("started", "200", "main_video"));
 
     EXPECT_EQ(object->localURL(), "url");
-    EXPECT_EQ(object->getState(), 2);
-    EXPECT_JOURNAL(startedLogged("200", "detail", "url"), currentState("onMediaStarted", 1),
+    EXPECT_EQ(object->getState(), State::Started);
+    EXPECT_JOURNAL(startedLogged("200", "detail", "url"), currentState("onMediaStarted", State::Starting),
                    objectLog(4000, "onMediaStarted", "notify\n"), calledBack("main", "movie", "url", "url"));
 }
 
 TEST_F(ObjectEvents, StartedAnswerOfAnAdStoresItsUrlAndTheMainState) {
-    object->m_adState = 1;
+    object->m_adState = State::Starting;
 
     receive(fullEvent("started", "200", "advertisement"));
 
     EXPECT_EQ(object->localAdURL(), "url");
     EXPECT_EQ(object->localURL(), "");
-    EXPECT_EQ(object->getState(), 2);
-    EXPECT_EQ(object->getAdState(), 1);
+    EXPECT_EQ(object->getState(), State::Started);
+    EXPECT_EQ(object->getAdState(), State::Starting);
     EXPECT_EQ(journal().linesOf("callback"), Strings{calledBack("ad", "movie", "url", "url")});
 }
 
@@ -231,7 +231,7 @@ TEST_F(Definitions, WhileIdleAreKeptWithoutACallback) {
     receive(fullEvent("definition", "200", "main_video"));
 
     EXPECT_EQ(object->m_definitions, "definitions");
-    EXPECT_JOURNAL(invalidState(0), newText("definitions"));
+    EXPECT_JOURNAL(invalidState(State::Idle), newText("definitions"));
 }
 
 class DefinitionsNotified : public Definitions, public ::testing::WithParamInterface<int> {};
@@ -246,13 +246,13 @@ TEST_P(DefinitionsNotified, AreKeptAndPassedOn) {
     EXPECT_JOURNAL(notifying(), calledBack("main", "movie", "definitions", "definitions"), newText("definitions"));
 }
 
-INSTANTIATE_TEST_SUITE_P(States, DefinitionsNotified, ::testing::Values(1, 2));
+INSTANTIATE_TEST_SUITE_P(States, DefinitionsNotified, ::testing::Values(State::Starting, State::Started));
 
 class DefinitionsInvalid : public Definitions, public ::testing::WithParamInterface<int> {};
 
 TEST_P(DefinitionsInvalid, AreKeptOnly) {
     object->m_state = GetParam();
-    object->m_adState = 1;
+    object->m_adState = State::Starting;
 
     object->onDefinitionsChanged("text");
 
@@ -260,11 +260,11 @@ TEST_P(DefinitionsInvalid, AreKeptOnly) {
     EXPECT_JOURNAL(invalidState(GetParam()), newText("text"));
 }
 
-INSTANTIATE_TEST_SUITE_P(States, DefinitionsInvalid, ::testing::Values(0, 3, -1));
+INSTANTIATE_TEST_SUITE_P(States, DefinitionsInvalid, ::testing::Values(State::Idle, 3, -1));
 
 TEST_F(Definitions, ReplaceEarlierOnes) {
     object->m_definitions = "earlier";
-    object->m_state = 2;
+    object->m_state = State::Started;
 
     receive({"definition", "200", "session", "movie", "", "", ""});
 
@@ -273,7 +273,7 @@ TEST_F(Definitions, ReplaceEarlierOnes) {
 }
 
 TEST_F(Definitions, CallBackWithoutTheLockAndAreStoredBefore) {
-    object->m_state = 2;
+    object->m_state = State::Started;
     bool held = true;
     std::string stored;
     duringCallback = [&] {
@@ -288,7 +288,7 @@ TEST_F(Definitions, CallBackWithoutTheLockAndAreStoredBefore) {
 }
 
 TEST_F(Definitions, LookAtTheStateAfterTheyAreStored) {
-    afterNextUnlock(object->m_mutex, [this] { object->m_state = 1; });
+    afterNextUnlock(object->m_mutex, [this] { object->m_state = State::Starting; });
 
     object->onDefinitionsChanged("text");
 
@@ -300,13 +300,13 @@ TEST_F(Definitions, TakeTheLockForTheTextAndForTheStateAndLogWithoutIt) {
 
     object->onDefinitionsChanged("text");
 
-    EXPECT_JOURNAL(locked("object"), unlocked("object"), locked("object"), unlocked("object"), invalidState(0),
-                   newText("text"));
+    EXPECT_JOURNAL(locked("object"), unlocked("object"), locked("object"), unlocked("object"),
+                   invalidState(State::Idle), newText("text"));
 }
 
 TEST_F(Definitions, WithoutCallbackAreNotifiedInVain) {
     manager.setZUVCallback(nullptr);
-    object->m_state = 2;
+    object->m_state = State::Started;
 
     object->onDefinitionsChanged("text");
 
@@ -314,7 +314,7 @@ TEST_F(Definitions, WithoutCallbackAreNotifiedInVain) {
 }
 
 TEST_F(Definitions, WhileLevelsAreOffArePassedOn) {
-    object->m_state = 2;
+    object->m_state = State::Started;
     recordingLog().wantedUpTo = 0;
 
     object->onDefinitionsChanged("text");
@@ -323,8 +323,8 @@ TEST_F(Definitions, WhileLevelsAreOffArePassedOn) {
 }
 
 TEST_F(Definitions, LookAtTheStateBehindTheirOwnLock) {
-    object->m_state = 0;
-    afterNextUnlock(object->m_mutex, [this] { object->m_state = 1; });
+    object->m_state = State::Idle;
+    afterNextUnlock(object->m_mutex, [this] { object->m_state = State::Starting; });
 
     object->onDefinitionsChanged("text");
 
@@ -339,7 +339,7 @@ TEST_F(Definitions, LetALockFailureOut) {
 
 TEST_F(Definitions, ThatArrivedWhileIdleAreDeliveredByAttaching) {
     receive(fullEvent("started", "200", "main_video"));
-    object->m_state = 0;
+    object->m_state = State::Idle;
     receive(fullEvent("definition", "200", "main_video"));
     journal().clear();
 

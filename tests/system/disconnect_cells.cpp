@@ -1,7 +1,5 @@
 #include "system/disconnect_cells.h"
 
-#include "zuv_media_proxy.h"
-
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -23,9 +21,7 @@ constexpr std::array kDisturbances{Killed, Frozen};
 constexpr std::array kMoments{Before, During, After};
 constexpr std::array kAfterwards{NotRestarted, Restarted, Continued};
 
-constexpr int kIdle = ZUVMediaProxyState::Idle;
-constexpr int kStarting = ZUVMediaProxyState::Starting;
-constexpr int kStarted = ZUVMediaProxyState::Started;
+namespace State = ZUVMediaProxyState;
 
 // ---- How long a call takes, in milliseconds
 
@@ -80,35 +76,35 @@ const std::vector<Outcome> kAnyOfACommand{Unanswered, UnknownObject, AnsweredLat
 // The proxy after the operation has had its effect, or before.
 Promise stopped(Kind kind, Range time) {
     // The start of an advertisement makes the main state Started, and its stop leaves it so.
-    return {.state = kind == Kind::Advertisement ? kStarted : kIdle, .milliseconds = time};
+    return {.state = kind == Kind::Advertisement ? State::Started : State::Idle, .milliseconds = time};
 }
 
 Promise sought(Range time) {
-    return {.state = kStarted, .localUrl = true, .milliseconds = time};
+    return {.state = State::Started, .localUrl = true, .milliseconds = time};
 }
 
 Promise startedMainVideo(std::vector<Callback> callbacks, Range time) {
-    return {.state = kStarted, .localUrl = true, .callbacks = std::move(callbacks), .milliseconds = time};
+    return {.state = State::Started, .localUrl = true, .callbacks = std::move(callbacks), .milliseconds = time};
 }
 
 Promise startedAdvertisement(std::vector<Callback> callbacks, Range time) {
-    return {.state = kStarted,
-            .adState = kStarting,
+    return {.state = State::Started,
+            .adState = State::Starting,
             .localUrl = true,
             .callbacks = std::move(callbacks),
             .milliseconds = time};
 }
 
 Promise startingMainVideo(Range time) {
-    return {.state = kStarting, .milliseconds = time};
+    return {.state = State::Starting, .milliseconds = time};
 }
 
 Promise startingAdvertisement(Range time) {
-    return {.adState = kStarting, .milliseconds = time};
+    return {.adState = State::Starting, .milliseconds = time};
 }
 
 Promise preloaded(std::vector<Callback> callbacks, Range time) {
-    return {.state = kStarted, .localUrl = true, .callbacks = std::move(callbacks), .milliseconds = time};
+    return {.state = State::Started, .localUrl = true, .callbacks = std::move(callbacks), .milliseconds = time};
 }
 
 Promise notPreloaded(Range time) {

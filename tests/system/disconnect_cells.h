@@ -4,6 +4,7 @@
 #define ZUV_TESTS_SYSTEM_DISCONNECT_CELLS_H
 
 #include "system/news_record.h"
+#include "zuv_media_proxy.h"
 
 #include <string>
 #include <vector>
@@ -92,14 +93,14 @@ struct Range {
 
 /// What the application sees from the call on.
 struct Promise {
-    std::string returned{};            ///< empty: the operation returns nothing
-    int state = 0;                     ///< getState()
-    int adState = 0;                   ///< getAdState()
-    bool localUrl = false;             ///< whether there is a local URL, of the operation's kind
-    std::vector<Callback> callbacks{}; ///< in their order
-    Range commands{1, 1};              ///< published, all of them the operation's
-    int restarts = 0;                  ///< how often the library has the service started
-    Range milliseconds{0, 0};          ///< how long the call takes
+    std::string returned{};                 ///< empty: the operation returns nothing
+    int state = ZUVMediaProxyState::Idle;   ///< getState()
+    int adState = ZUVMediaProxyState::Idle; ///< getAdState()
+    bool localUrl = false;                  ///< whether there is a local URL, of the operation's kind
+    std::vector<Callback> callbacks{};      ///< in their order
+    Range commands{1, 1};                   ///< published, all of them the operation's
+    int restarts = 0;                       ///< how often the library has the service started
+    Range milliseconds{0, 0};               ///< how long the call takes
 };
 
 struct PromiseRule {

@@ -22,8 +22,8 @@ namespace velmora::system_test {
 struct Seen {
     std::string returned;
     std::string id; ///< of the proxy
-    int state = 0;
-    int adState = 0;
+    int state = ZUVMediaProxyState::Idle;
+    int adState = ZUVMediaProxyState::Idle;
     std::string localUrl;        ///< of the operation's kind
     std::vector<News> callbacks; ///< from the call on
     std::thread::id deliveryThread;
