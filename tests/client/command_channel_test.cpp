@@ -222,14 +222,5 @@ TEST_F(CompletionWait, LetsTheReadersExceptionOut) {
     EXPECT_THROW(manager.waitRequestRemoteObjectCompleted("ses-1", "started"), std::exception);
 }
 
-TEST_F(CompletionWait, LogsNothingWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-
-    EXPECT_EQ(manager.waitRequestRemoteObjectCompleted("ses-1", "started"), -1);
-
-    const std::string sleep = slept(kPollInterval);
-    EXPECT_JOURNAL(sleep, sleep, sleep, sleep, sleep);
-}
-
 } // namespace
 } // namespace velmora::test

@@ -78,15 +78,6 @@ TEST_F(CreatedEvent, IsNotRoutedToAnObject) {
     EXPECT_JOURNAL(newCreatedObject("session", "movie"), notifiedAll());
 }
 
-TEST_F(CreatedEvent, IsHandledWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-
-    dispatch({"created", "200", "session", "movie"});
-
-    EXPECT_EQ(manager.m_createdObjectIds, Strings{"movie"});
-    EXPECT_JOURNAL(notifiedAll());
-}
-
 class FailedCreatedEvent : public EventDispatch, public ::testing::WithParamInterface<const char*> {};
 
 TEST_P(FailedCreatedEvent, IsOnlyLogged) {
@@ -131,14 +122,6 @@ TEST_F(EventDispatch, StatusMayBeTheNameAlone) {
     dispatch({"status"});
 
     EXPECT_JOURNAL(managerLog(4000, "onZUVEvent", "zuv service alive: %s - %s\n", "", ""), notifiedAll());
-}
-
-TEST_F(EventDispatch, StatusWakesWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-
-    dispatch({"status", "200", "session", "movie"});
-
-    EXPECT_JOURNAL(notifiedAll());
 }
 
 // Everything else goes to an object.
@@ -198,14 +181,6 @@ TEST_F(EventDispatch, DropsAnEventForARemovedObject) {
     dispatch({"stopped", "500", "session", "movie"});
 
     EXPECT_JOURNAL(noObjectFor("stopped", "500", "movie"));
-}
-
-TEST_F(EventDispatch, DropsSilentlyWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 999;
-
-    dispatch({"started", "200", "session", "movie"});
-
-    EXPECT_JOURNAL();
 }
 
 TEST_F(EventDispatch, TellsIdentifiersApartByCase) {

@@ -120,14 +120,6 @@ TEST_F(EventMemoryCheck, MapsAnewEachTimeAndNeverUnmaps) {
     EXPECT_EQ(std::string(first), "text");
 }
 
-TEST_F(EventMemoryCheck, PutsOutNothingWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 3999;
-
-    EXPECT_EQ(manager.checkZUVEventMemory(), -1);
-
-    EXPECT_JOURNAL(opened());
-}
-
 // readZUVEventMemory
 
 class EventMemoryRead : public ManagerTest {
@@ -155,25 +147,6 @@ TEST_F(EventMemoryRead, LogsTheTextAndThenEveryParameter) {
     manager.readZUVEventMemory();
 
     EXPECT_JOURNAL_LINES(regionRead(kFourParameters));
-}
-
-TEST_F(EventMemoryRead, LogsNothingWhileLevelsAreOff) {
-    eventRegion().writeEvent(kFourParameters);
-    recordingLog().wantedUpTo = 0;
-
-    EXPECT_EQ(manager.readZUVEventMemory(), eleven(kFourParameters));
-
-    EXPECT_JOURNAL();
-}
-
-TEST_F(EventMemoryRead, LeavesOutTheParametersAloneWhileTheirLevelIsOff) {
-    eventRegion().writeEvent(kFourParameters);
-    recordingLog().wantedUpTo = 4999;
-
-    manager.readZUVEventMemory();
-
-    EXPECT_JOURNAL(managerLog(4000, "readZUVEventMemory", "buf: %s\n", eventText(kFourParameters).c_str()),
-                   managerLog(4000, "readZUVEventMemory", "updateParameters\n"));
 }
 
 TEST_F(EventMemoryRead, GivesAllElevenParameters) {
@@ -300,15 +273,6 @@ TEST_P(InvalidEventText, GivesAnEmptyListAndOneFailureLine) {
 
     EXPECT_JOURNAL(managerLog(4000, "readZUVEventMemory", "buf: %s\n", text.c_str()),
                    managerLog(1000, "readZUVEventMemory", "Fail to parse json string:%s.\n", text.c_str()));
-}
-
-TEST_P(InvalidEventText, GivesAnEmptyListWhileLevelsAreOffToo) {
-    eventRegion().write(GetParam().text);
-    recordingLog().wantedUpTo = 0;
-
-    EXPECT_TRUE(manager.readZUVEventMemory().empty());
-
-    EXPECT_JOURNAL();
 }
 
 INSTANTIATE_TEST_SUITE_P(

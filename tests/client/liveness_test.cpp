@@ -258,15 +258,6 @@ TEST_F(Liveness, ReleasesTheLockWhenThePublishThrows) {
     EXPECT_FALSE(isHeld(manager.m_mutex));
 }
 
-TEST_F(Liveness, AnswersWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-    deliverAfter(milliseconds(50), statusEvent(1));
-
-    EXPECT_TRUE(manager.checkZUVServiceAlive());
-
-    EXPECT_JOURNAL(inspectCommand(1), waited(milliseconds(200)), notifiedAll());
-}
-
 TEST_F(Liveness, RestartsNothing) {
     manager.checkZUVServiceAlive();
 

@@ -447,15 +447,6 @@ TEST_F(NewProxyId, ReleasesTheLockWhenThePublishThrows) {
     EXPECT_FALSE(isHeld(manager.m_mutex));
 }
 
-TEST_F(NewProxyId, WorksWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-    answerOverBus(1, milliseconds(50), "movie");
-
-    EXPECT_EQ(manager.createNewProxyId(), "movie");
-
-    EXPECT_JOURNAL(createCommand(attemptSession(1)), waited(milliseconds(200)), notifiedAll());
-}
-
 // createNewProxyId in synchronous mode
 
 class NewProxyIdInSynchronousMode : public NewProxyId {

@@ -65,14 +65,6 @@ TEST_P(DecodedEvent, ReachesItsHandler) {
     EXPECT_JOURNAL_LINES(GetParam().lines);
 }
 
-TEST_P(DecodedEvent, IsHandledSilentlyWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-
-    receive(GetParam().event);
-
-    EXPECT_JOURNAL();
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Events, DecodedEvent,
     ::testing::Values(Decoding{"Started",
@@ -311,15 +303,6 @@ TEST_F(Definitions, WithoutCallbackAreNotifiedInVain) {
     object->onDefinitionsChanged("text");
 
     EXPECT_JOURNAL(notifying(), managerLog(4000, "notifyDefinitionsChanged", "notify error\n"), newText("text"));
-}
-
-TEST_F(Definitions, WhileLevelsAreOffArePassedOn) {
-    object->m_state = State::Started;
-    recordingLog().wantedUpTo = 0;
-
-    object->onDefinitionsChanged("text");
-
-    EXPECT_JOURNAL(calledBack("main", "movie", "definitions", "text"));
 }
 
 TEST_F(Definitions, LookAtTheStateBehindTheirOwnLock) {

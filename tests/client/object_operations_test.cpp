@@ -98,14 +98,6 @@ TEST_P(ObjectOperation, IsTracedAndSendsOneCommand) {
         {{traceIn(GetParam().function)}, GetParam().beforeCommand, commandOrOther(), {traceOut(GetParam().function)}}));
 }
 
-TEST_P(ObjectOperation, PutsOutNoTraceWhileItsLevelIsOff) {
-    recordingLog().wantedUpTo = 4999;
-
-    call();
-
-    EXPECT_JOURNAL_LINES(joined({GetParam().beforeCommand, commandOrOther()}));
-}
-
 TEST_P(ObjectOperation, TellsTheManagerWithoutTheLock) {
     bool held = false;
     bus().onPublish = [&](const std::string&, const Strings&) { held = held || isHeld(object->m_mutex); };

@@ -28,15 +28,6 @@ TEST_F(ObjectConstruction, LogsAndThenMakesTheManagerIfThereIsNone) {
                    busLine("connection made"), busLine("initialize"), busLine("start"));
 }
 
-TEST_F(ObjectConstruction, LogsNothingWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-
-    const auto object = ZUVMediaProxyObject::create("movie");
-
-    EXPECT_EQ(object->id(), "movie");
-    EXPECT_TRUE(journal().linesOf("log").empty());
-}
-
 TEST_F(ObjectConstruction, HoldsTheObjectsLock) {
     alignas(ZUVMediaProxyObject) std::byte memory[sizeof(ZUVMediaProxyObject)] = {};
     auto* object = reinterpret_cast<ZUVMediaProxyObject*>(memory);
@@ -340,14 +331,6 @@ TEST_P(ObjectHandler, HoldsTheLockForAllOfItsLines) {
     GetParam().call(*object);
 
     EXPECT_JOURNAL_LINES(joined({{locked("object")}, GetParam().lines, {unlocked("object")}}));
-}
-
-TEST_P(ObjectHandler, LogsNothingWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-
-    GetParam().call(*object);
-
-    EXPECT_TRUE(journal().linesOf("log").empty());
 }
 
 TEST_P(ObjectHandler, LetsALockFailureOutAndChangesAndLogsNothing) {

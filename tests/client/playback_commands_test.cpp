@@ -140,14 +140,6 @@ TEST_P(PlaybackCommand, IgnoresThatThePublishFailed) {
     EXPECT_EQ(bus().commandCount(commandName()), 2);
 }
 
-TEST_P(PlaybackCommand, IsSentWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-
-    callAsynchronous();
-
-    EXPECT_JOURNAL(sent(1));
-}
-
 TEST_P(PlaybackCommand, SynchronousOneWaitsForItsAnswer) {
     mapRegion();
     bus().onCommand(commandName(), 1, [](const Strings&) { eventRegion().writeEvent(answer(1)); });
@@ -257,16 +249,6 @@ TEST_P(PlaybackCommand, SynchronousOneTakesNoLockToTimeOut) {
     callSynchronous();
 
     EXPECT_EQ(journal().count(locked("manager")), 0u);
-}
-
-TEST_P(PlaybackCommand, SynchronousOneWaitsWhileLevelsAreOff) {
-    mapRegion();
-    recordingLog().wantedUpTo = 0;
-
-    EXPECT_EQ(callSynchronous(), -1);
-
-    const std::string sleep = slept(kPollInterval);
-    EXPECT_JOURNAL(sent(1), sleep, sleep, sleep, sleep, sleep);
 }
 
 TEST_P(PlaybackCommand, InSynchronousModeIsTheSynchronousOne) {
