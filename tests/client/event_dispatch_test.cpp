@@ -7,9 +7,6 @@ namespace {
 class EventDispatch : public ManagerTest {
 protected:
     void dispatch(Strings event) { manager.onZUVEvent(event); }
-    static std::string noObjectFor(const char* name, const char* code, const char* id) {
-        return managerLog(1000, "onZUVEvent", "unable to find object for event: %s, %s,%s\n", name, code, id);
-    }
 };
 
 // "created"

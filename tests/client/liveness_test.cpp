@@ -1,6 +1,5 @@
 // The inspect command and the quick question whether the service is alive.
 #include "client/client_test.h"
-#include "client/completion_wait.h"
 
 #include <exception>
 #include <new>

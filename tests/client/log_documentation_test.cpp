@@ -1,10 +1,11 @@
 // The documents list every line that the client can log, with its level, and no line that it cannot.
+#include "support/files.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <regex>
 #include <set>
@@ -15,9 +16,9 @@ namespace {
 using LinesByLevel = std::map<int, std::set<std::string>>;
 
 std::string contentOf(const std::string& path) {
-    std::ifstream file(path);
-    EXPECT_TRUE(file) << path;
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::string content = velmora::fileBytes(path);
+    EXPECT_NE(content, "") << path;
+    return content;
 }
 
 /// As the documents show it: the line ends of a format are left out.

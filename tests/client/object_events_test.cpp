@@ -7,20 +7,9 @@
 namespace velmora::test {
 namespace {
 
-class ObjectEvents : public ManagerTest {
+class ObjectEvents : public ObjectTest {
 protected:
-    ObjectEvents() : object(registeredObject("movie")) {}
-    ~ObjectEvents() override { EXPECT_FALSE(isHeld(object->m_mutex)); }
-
     void receive(Strings event) { object->onZUVEvent(event); }
-    static std::string startedLogged(const char* code, const char* detail, const char* url) {
-        return objectLog(1, "onZUVEvent", "ZUV Media Proxy stated : %s ( %s) ,  %s\n", code, detail, url);
-    }
-    static std::string currentState(const char* handler, int state) {
-        return objectLog(4000, handler, "the current state : %d\n", state);
-    }
-
-    const std::shared_ptr<ZUVMediaProxyObject> object;
 };
 
 struct Decoding {
@@ -33,28 +22,12 @@ Strings fullEvent(const char* name, const char* code, const char* kind) {
     return {name, code, "session", "movie", "4", "5", "url", "definitions", "detail", kind, "10"};
 }
 
-std::string startedLine(const char* code, const char* detail, const char* url) {
-    return objectLog(1, "onZUVEvent", "ZUV Media Proxy stated : %s ( %s) ,  %s\n", code, detail, url);
-}
-
-std::string startFailed(const char* handler) {
-    return objectLog(1000, handler, "Start failed when current state is :%d \n", State::Idle);
-}
-
-std::string stopFailed(const char* handler, const char* code, const char* detail) {
-    return objectLog(1000, handler, "Stopped Failed:  %s, %s ,%s\n", "movie", code, detail);
-}
-
 std::string seekDone() {
     return objectLog(1, "onMediaSeeked", "Seek Done. %s\n", "movie");
 }
 
 std::string seekFailed() {
     return objectLog(1000, "onMediaSeekedFailed", "Seek failed : %s\n", "movie");
-}
-
-std::string stateLine(const char* handler) {
-    return objectLog(4000, handler, "the current state : %d\n", State::Idle);
 }
 
 class DecodedEvent : public ObjectEvents, public ::testing::WithParamInterface<Decoding> {};
@@ -67,51 +40,52 @@ TEST_P(DecodedEvent, ReachesItsHandler) {
 
 INSTANTIATE_TEST_SUITE_P(
     Events, DecodedEvent,
-    ::testing::Values(Decoding{"Started",
-                               fullEvent("started", "200", "main_video"),
-                               {startedLine("200", "detail", "url"), stateLine("onMediaStarted")}},
-                      Decoding{"StartedOfAnAd",
-                               fullEvent("started", "200", "advertisement"),
-                               {startedLine("200", "detail", "url"), stateLine("onAdMediaStarted")}},
-                      Decoding{"StartedOfAnUnknownKind",
-                               fullEvent("started", "200", "Advertisement"),
-                               {startedLine("200", "detail", "url"), stateLine("onMediaStarted")}},
-                      Decoding{"StartedWithoutKind",
-                               {"started", "200", "session", "movie", "", "", "url", "", "detail"},
-                               {startedLine("200", "detail", "url"), stateLine("onMediaStarted")}},
-                      Decoding{"StartedWithoutUrl",
-                               {"started", "200", "session", "movie"},
-                               {startedLine("200", "", ""), stateLine("onMediaStarted")}},
-                      Decoding{"StartFailed",
-                               fullEvent("started", "500", "main_video"),
-                               {startedLine("500", "detail", "url"), startFailed("onMediaStartedFailed")}},
-                      Decoding{"StartOfAnAdFailed",
-                               fullEvent("started", "500", "advertisement"),
-                               {startedLine("500", "detail", "url"), startFailed("onAdMediaStartedFailed")}},
-                      Decoding{"StartedWithoutCode",
-                               fullEvent("started", "", "main_video"),
-                               {startedLine("", "detail", "url"), startFailed("onMediaStartedFailed")}},
-                      Decoding{"StartedWithALongerCode",
-                               fullEvent("started", "2000", "main_video"),
-                               {startedLine("2000", "detail", "url"), startFailed("onMediaStartedFailed")}},
-                      Decoding{"StartedWithABlankInTheCode",
-                               fullEvent("started", "200 ", "advertisement"),
-                               {startedLine("200 ", "detail", "url"), startFailed("onAdMediaStartedFailed")}},
-                      Decoding{"Stopped", fullEvent("stopped", "200", "main_video"), {}},
-                      Decoding{"StoppedOfAnAd", fullEvent("stopped", "200", "advertisement"), {}},
-                      Decoding{"StopFailed",
-                               fullEvent("stopped", "404", "main_video"),
-                               {stopFailed("onMediaStoppedFailed", "404", "detail")}},
-                      Decoding{"StopOfAnAdFailed",
-                               fullEvent("stopped", "404", "advertisement"),
-                               {stopFailed("onAdMediaStoppedFailed", "404", "detail")}},
-                      Decoding{"StopFailedWithoutDetail",
-                               {"stopped", "404", "session", "movie"},
-                               {stopFailed("onMediaStoppedFailed", "404", "")}},
-                      Decoding{"Seeked", fullEvent("seeked", "200", "main_video"), {seekDone()}},
-                      Decoding{"SeekedOfAnAd", fullEvent("seeked", "200", "advertisement"), {seekDone()}},
-                      Decoding{"SeekFailed", fullEvent("seeked", "500", "main_video"), {seekFailed()}},
-                      Decoding{"SeekOfAnAdFailed", fullEvent("seeked", "500", "advertisement"), {seekFailed()}}),
+    ::testing::Values(
+        Decoding{"Started",
+                 fullEvent("started", "200", "main_video"),
+                 {startedLogged("200", "detail", "url"), currentState("onMediaStarted", State::Idle)}},
+        Decoding{"StartedOfAnAd",
+                 fullEvent("started", "200", "advertisement"),
+                 {startedLogged("200", "detail", "url"), currentState("onAdMediaStarted", State::Idle)}},
+        Decoding{"StartedOfAnUnknownKind",
+                 fullEvent("started", "200", "Advertisement"),
+                 {startedLogged("200", "detail", "url"), currentState("onMediaStarted", State::Idle)}},
+        Decoding{"StartedWithoutKind",
+                 {"started", "200", "session", "movie", "", "", "url", "", "detail"},
+                 {startedLogged("200", "detail", "url"), currentState("onMediaStarted", State::Idle)}},
+        Decoding{"StartedWithoutUrl",
+                 {"started", "200", "session", "movie"},
+                 {startedLogged("200", "", ""), currentState("onMediaStarted", State::Idle)}},
+        Decoding{"StartFailed",
+                 fullEvent("started", "500", "main_video"),
+                 {startedLogged("500", "detail", "url"), startFailed("onMediaStartedFailed", State::Idle)}},
+        Decoding{"StartOfAnAdFailed",
+                 fullEvent("started", "500", "advertisement"),
+                 {startedLogged("500", "detail", "url"), startFailed("onAdMediaStartedFailed", State::Idle)}},
+        Decoding{"StartedWithoutCode",
+                 fullEvent("started", "", "main_video"),
+                 {startedLogged("", "detail", "url"), startFailed("onMediaStartedFailed", State::Idle)}},
+        Decoding{"StartedWithALongerCode",
+                 fullEvent("started", "2000", "main_video"),
+                 {startedLogged("2000", "detail", "url"), startFailed("onMediaStartedFailed", State::Idle)}},
+        Decoding{"StartedWithABlankInTheCode",
+                 fullEvent("started", "200 ", "advertisement"),
+                 {startedLogged("200 ", "detail", "url"), startFailed("onAdMediaStartedFailed", State::Idle)}},
+        Decoding{"Stopped", fullEvent("stopped", "200", "main_video"), {}},
+        Decoding{"StoppedOfAnAd", fullEvent("stopped", "200", "advertisement"), {}},
+        Decoding{"StopFailed",
+                 fullEvent("stopped", "404", "main_video"),
+                 {stopFailed("onMediaStoppedFailed", "404", "detail")}},
+        Decoding{"StopOfAnAdFailed",
+                 fullEvent("stopped", "404", "advertisement"),
+                 {stopFailed("onAdMediaStoppedFailed", "404", "detail")}},
+        Decoding{"StopFailedWithoutDetail",
+                 {"stopped", "404", "session", "movie"},
+                 {stopFailed("onMediaStoppedFailed", "404", "")}},
+        Decoding{"Seeked", fullEvent("seeked", "200", "main_video"), {seekDone()}},
+        Decoding{"SeekedOfAnAd", fullEvent("seeked", "200", "advertisement"), {seekDone()}},
+        Decoding{"SeekFailed", fullEvent("seeked", "500", "main_video"), {seekFailed()}},
+        Decoding{"SeekOfAnAdFailed", fullEvent("seeked", "500", "advertisement"), {seekFailed()}}),
     caseName);
 
 struct IgnoredEvent {
@@ -164,7 +138,7 @@ TEST_F(ObjectEvents, ForAnObjectWithoutIdentifierNeedNone) {
 
     nameless->onZUVEvent(event);
 
-    EXPECT_JOURNAL(startedLogged("", "", ""), startFailed("onMediaStartedFailed"));
+    EXPECT_JOURNAL(startedLogged("", "", ""), startFailed("onMediaStartedFailed", State::Idle));
 }
 
 TEST_F(ObjectEvents, AreOnlyRead) {

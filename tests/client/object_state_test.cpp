@@ -10,10 +10,6 @@
 namespace velmora::test {
 namespace {
 
-std::string objectMade(const char* id) {
-    return objectLog(4000, "ZUVMediaProxyObject", "new ProxyObject id:%s\n", id);
-}
-
 // Construction
 
 class ObjectConstruction : public PlatformTest {};
@@ -78,14 +74,6 @@ TEST_F(ObjectConstruction, FailsWithTheManagersAndIsTriedAgain) {
 }
 
 // Accessors
-
-class ObjectTest : public ManagerTest {
-protected:
-    ObjectTest() : object(registeredObject("movie")) {}
-    ~ObjectTest() override { EXPECT_FALSE(isHeld(object->m_mutex)); }
-
-    const std::shared_ptr<ZUVMediaProxyObject> object;
-};
 
 class ObjectAccessors : public ObjectTest {};
 
@@ -301,20 +289,8 @@ struct Handler {
     int adState = State::Idle;
 };
 
-std::string currentState(const char* handler, int state) {
-    return objectLog(4000, handler, "the current state : %d\n", state);
-}
-
 std::string notifying(const char* handler) {
     return objectLog(4000, handler, "notify\n");
-}
-
-std::string startFailed(const char* handler, int state) {
-    return objectLog(1000, handler, "Start failed when current state is :%d \n", state);
-}
-
-std::string stopFailed(const char* handler) {
-    return objectLog(1000, handler, "Stopped Failed:  %s, %s ,%s\n", "movie", "500", "detail");
 }
 
 class ObjectHandler : public ObjectTest, public ::testing::WithParamInterface<Handler> {
@@ -401,10 +377,10 @@ INSTANTIATE_TEST_SUITE_P(
                               State::Starting},
                       Handler{"StopFailed",
                               [](auto& object) { object.onMediaStoppedFailed("500", "detail"); },
-                              {stopFailed("onMediaStoppedFailed")}},
+                              {stopFailed("onMediaStoppedFailed", "500", "detail")}},
                       Handler{"AdStopFailed",
                               [](auto& object) { object.onAdMediaStoppedFailed("500", "detail"); },
-                              {stopFailed("onAdMediaStoppedFailed")}},
+                              {stopFailed("onAdMediaStoppedFailed", "500", "detail")}},
                       Handler{"Seeked",
                               [](auto& object) { object.onMediaSeeked(); },
                               {objectLog(1, "onMediaSeeked", "Seek Done. %s\n", "movie")}},
