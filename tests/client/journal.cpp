@@ -1,12 +1,30 @@
 #include "client/journal.h"
 
-#include "client/log_line.h"
-#include "client/topics.h"
+#include "support/service_protocol.h"
+#include "support/text.h"
 
 #include <algorithm>
 #include <cstdarg>
 
 namespace velmora::test {
+
+namespace {
+
+thread_local int ownWork = 0;
+
+} // namespace
+
+OwnWork::OwnWork() {
+    ++ownWork;
+}
+
+OwnWork::~OwnWork() {
+    --ownWork;
+}
+
+bool isOwnWork() {
+    return ownWork > 0;
+}
 
 void Journal::add(std::string line) {
     std::lock_guard lock(m_mutex);
@@ -75,6 +93,23 @@ std::string listed(const Strings& values) {
     return result + "]";
 }
 
+std::string describeLevel(std::uint32_t word0, std::uint32_t word1, std::uint32_t word2) {
+    if (word0 >> 16 == 0x5F && word1 == 0 && word2 == 0)
+        return "level " + std::to_string(word0 & 0xFFFF);
+    return "words " + std::to_string(word0) + " " + std::to_string(word1) + " " + std::to_string(word2);
+}
+
+std::string describeOrdinaryLine(const std::string& level, const std::string& tag, const std::string& file,
+                                 const std::string& function, const std::string& format, const std::string& text) {
+    return "log " + level + " [" + tag + "] " + file + " " + function + "() " + quoted(format) + " gives " +
+           quoted(text);
+}
+
+std::string describeTraceLine(const std::string& level, const std::string& file, const std::string& first,
+                              const std::string& last, const std::string& format) {
+    return "log " + level + " trace " + file + " " + first + " " + last + "() " + quoted(format);
+}
+
 namespace {
 
 __attribute__((format(printf, 4, 0))) std::string ordinaryLine(int level, const char* file, const char* function,
@@ -134,7 +169,7 @@ std::string published(const std::string& topic, const Strings& values) {
     return busLine("publish on " + topic + " " + listed(values));
 }
 
-std::string command(const std::vector<std::pair<std::size_t, std::string>>& entries) {
+std::string command(const Fields& entries) {
     Strings values(11);
     for (const auto& [index, value] : entries)
         values.at(index) = value;

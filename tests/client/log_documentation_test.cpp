@@ -1,12 +1,13 @@
 // docs/log-levels.md lists every line that the client can log under its level, and no other, and says of each failure
 // what causes it and what to do.
+#include "support/files.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <regex>
 #include <set>
@@ -20,9 +21,9 @@ using LinesByLevel = std::map<int, std::set<std::string>>;
 const std::regex kRow(R"(\| `([^`]*)` \| [^|]+ \| [^|]+ \|(?: ([^|]*) \| ([^|]*) \|)?)");
 
 std::string contentOf(const std::string& path) {
-    std::ifstream file(path);
-    EXPECT_TRUE(file) << path;
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::string content = velmora::fileBytes(path);
+    EXPECT_NE(content, "") << path;
+    return content;
 }
 
 /// As the documents show it: the line ends of a format are left out.

@@ -1,6 +1,11 @@
 #include "support/http_client.h"
 
-namespace velmora::desktop {
+#include "support/awaiting.h"
+
+#include <httplib.h>
+#include <strings.h>
+
+namespace velmora {
 
 namespace {
 
@@ -14,10 +19,23 @@ struct SplitUrl {
 };
 
 HttpAnswer answerOf(const httplib::Result& result) {
-    return result ? HttpAnswer{result->status, result->body, result->headers} : HttpAnswer{};
+    return result ? HttpAnswer{result->status, result->body, {result->headers.begin(), result->headers.end()}}
+                  : HttpAnswer{};
+}
+
+httplib::Result get(const std::string& url, const httplib::Headers& headers, std::chrono::milliseconds patience) {
+    const SplitUrl split(url);
+    httplib::Client client(split.origin);
+    client.set_decompress(false);
+    client.set_read_timeout(patience);
+    return client.Get(split.target, headers);
 }
 
 } // namespace
+
+bool HttpAnswer::NameOrder::operator()(const std::string& left, const std::string& right) const {
+    return strcasecmp(left.c_str(), right.c_str()) < 0;
+}
 
 std::string HttpAnswer::header(const std::string& name) const {
     const auto found = headers.find(name);
@@ -25,10 +43,7 @@ std::string HttpAnswer::header(const std::string& name) const {
 }
 
 HttpAnswer fetch(const std::string& url, const std::string& range) {
-    const SplitUrl split(url);
-    httplib::Client client(split.origin);
-    client.set_decompress(false);
-    return answerOf(client.Get(split.target, range.empty() ? httplib::Headers{} : httplib::Headers{{"Range", range}}));
+    return answerOf(get(url, range.empty() ? httplib::Headers{} : httplib::Headers{{"Range", range}}, kPatience));
 }
 
 HttpAnswer fetchHeader(const std::string& url) {
@@ -36,4 +51,8 @@ HttpAnswer fetchHeader(const std::string& url) {
     return answerOf(httplib::Client(split.origin).Head(split.target));
 }
 
-} // namespace velmora::desktop
+bool hangs(const std::string& url) {
+    return get(url, {}, std::chrono::milliseconds(200)).error() == httplib::Error::Read;
+}
+
+} // namespace velmora

@@ -1,17 +1,22 @@
+// An HTTP client. Its header leaves the HTTP library to the source file: few headers take as long to compile.
 #ifndef ZUV_TESTS_SUPPORT_HTTP_CLIENT_H
 #define ZUV_TESTS_SUPPORT_HTTP_CLIENT_H
 
-#include <httplib.h>
-
+#include <map>
 #include <string>
 
-namespace velmora::desktop {
+namespace velmora {
 
-/// What a server answers; the status is 0 when it does not.
+/// What a server answers.
 struct HttpAnswer {
-    int status = 0;
+    /// Names of headers are the same in upper and lower case.
+    struct NameOrder {
+        bool operator()(const std::string& left, const std::string& right) const;
+    };
+
+    int status = 0; ///< 0: there is no answer
     std::string body;
-    httplib::Headers headers;
+    std::multimap<std::string, std::string, NameOrder> headers;
 
     /// Empty when there is no such header.
     std::string header(const std::string& name) const;
@@ -23,6 +28,9 @@ HttpAnswer fetch(const std::string& url, const std::string& range = "");
 /// As fetch(), without the body.
 HttpAnswer fetchHeader(const std::string& url);
 
-} // namespace velmora::desktop
+/// Whether a connection to the server is taken, and nothing comes over it for 200 ms.
+bool hangs(const std::string& url);
+
+} // namespace velmora
 
 #endif // ZUV_TESTS_SUPPORT_HTTP_CLIENT_H

@@ -1,12 +1,13 @@
 #include "system/client_log.h"
 
 #include "csp_debug.h"
-#include "system/news_record.h"
+#include "support/awaiting.h"
+#include "support/text.h"
 
 #include <algorithm>
 #include <condition_variable>
 #include <cstdarg>
-#include <cstdio>
+#include <cstdint>
 #include <mutex>
 #include <utility>
 
@@ -24,7 +25,7 @@ struct Record {
     std::function<void()> whileHeld;
 };
 
-// Never destroyed: the library's delivery thread logs until the process is gone.
+// Never destroyed: the library's delivery thread logs until the process ends.
 Record& record() {
     static auto& only = *new Record;
     return only;
@@ -37,17 +38,6 @@ bool contains(const std::string& line, const std::string& text) {
 std::size_t countIn(const std::vector<std::string>& lines, const std::string& text) {
     return static_cast<std::size_t>(
         std::count_if(lines.begin(), lines.end(), [&](const auto& line) { return contains(line, text); }));
-}
-
-[[gnu::format(printf, 1, 0)]] std::string formatLine(const char* format, va_list arguments) {
-    va_list measured;
-    va_copy(measured, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, measured);
-    va_end(measured);
-    std::string line(static_cast<std::size_t>(length), '\0');
-    std::vsnprintf(line.data(), line.size() + 1, format, arguments);
-    line.erase(line.find_last_not_of('\n') + 1);
-    return line;
 }
 
 void append(const std::string& line) {
@@ -98,8 +88,9 @@ int cspDebugCheckLevelGetFrameAndChunk(const CspDebugLevel* descriptor) {
 void cspDebugOutput0(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const std::string line = velmora::system_test::formatLine(format, arguments);
+    std::string line = velmora::formatted(format, arguments);
     va_end(arguments);
+    line.erase(line.find_last_not_of('\n') + 1);
     velmora::system_test::append(line);
 }
 }

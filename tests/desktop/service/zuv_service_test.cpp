@@ -11,6 +11,7 @@
 #include "support/test_files.h"
 
 #include <gtest/gtest.h>
+#include <httplib.h>
 #include <json/reader.h>
 
 #include <csignal>
@@ -315,7 +316,7 @@ TEST_F(ServiceEndTest, HasDroppedForeignMessagesWithALine) {
     testing::internal::CaptureStderr();
     OwnService service;
     m_client.awaitService();
-    bus_test::BusPeer peer;
+    BusPeer peer;
 
     EXPECT_GE(peer.sendForeignToAll(kCommandTopic), 0);
     EXPECT_GE(peer.publishTooLong(kCommandTopic), 0);

@@ -3,6 +3,7 @@
 #include "support/test_files.h"
 
 #include <gtest/gtest.h>
+#include <httplib.h>
 
 #include <future>
 #include <set>

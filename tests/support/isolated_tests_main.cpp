@@ -5,13 +5,14 @@
 // Takes GoogleTest's options; a single test runs in the process itself, for a debugger. Besides:
 //   --seconds=N   a test that takes longer has failed; 60 if not given
 //   --from-stdin  runs the tests named on standard input, in that order, instead of those that the filter selects
+#include "support/files.h"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -28,15 +29,6 @@ struct Outcome {
     int status;
     std::string output;
 };
-
-std::string readAll(int file) {
-    std::string text;
-    std::array<char, 4096> part;
-    lseek(file, 0, SEEK_SET);
-    for (ssize_t size; (size = read(file, part.data(), part.size())) > 0;)
-        text.append(part.data(), static_cast<std::size_t>(size));
-    return text;
-}
 
 /// Ends a fork. What runs at the end of a process, an emulator translates in each fork anew, and that takes longer than
 /// most tests; there is only something to see for a sanitizer and for coverage, which are not emulated.
@@ -66,7 +58,8 @@ Outcome runInFork(unsigned seconds, Prepare prepare) {
     }
     int status = 0;
     waitpid(child, &status, 0);
-    Outcome outcome{status, readAll(output)};
+    lseek(output, 0, SEEK_SET);
+    Outcome outcome{status, velmora::readRest(output)};
     close(output);
     return outcome;
 }

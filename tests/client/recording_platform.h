@@ -1,7 +1,7 @@
-// The platform's bus, as the tests provide it: every operation goes into the journal, and a script says what
-// happens meanwhile. One connection at a time is assumed to receive events.
-#ifndef ZUV_TESTS_CLIENT_RECORDING_BUS_H
-#define ZUV_TESTS_CLIENT_RECORDING_BUS_H
+// The platform as the tests provide it: a bus that records its operations in the journal and runs the actions that a
+// test attaches to them, and a log that records its lines there.
+#ifndef ZUV_TESTS_CLIENT_RECORDING_PLATFORM_H
+#define ZUV_TESTS_CLIENT_RECORDING_PLATFORM_H
 
 #include "client/journal.h"
 #include "zuv_model_access.h"
@@ -10,11 +10,14 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
+#include <utility>
 
 namespace velmora::test {
 
-/// What a script may hang onto the bus. Everything runs on the thread that called the bus, after the
-/// operation was recorded and before it returns; what it throws reaches the client.
+/// The bus, with the actions that a test attaches to its operations. An action runs on the thread that called the bus,
+/// after the operation was recorded and before it returns; an exception of it reaches the client. At most one
+/// connection at a time receives events.
 class RecordingBus {
 public:
     using Action = std::function<void()>;
@@ -28,23 +31,23 @@ public:
     std::function<void(const std::string& topic, const Strings& values)> onPublish = [](const std::string&,
                                                                                         const Strings&) {};
 
-    /// Called with the `nth` (from 1) command of this name.
+    /// Runs with the `nth` command of this name, counted from 1.
     void onCommand(const std::string& name, int nth, CommandAction action);
     void onEveryCommand(const std::string& name, CommandAction action);
 
-    /// What a read of any topic fills in.
+    /// The value that a read of any topic returns.
     Strings topicValue;
-    /// What every operation answers.
+    /// The result of every operation.
     int result = 0;
 
-    /// Hands an event to the client: on a thread of the bus, done when this returns ...
+    /// Hands an event to the client on a thread of the bus, and returns when the client has handled it.
     void deliver(Strings event);
-    /// ... or on the calling thread.
+    /// Hands an event to the client on the calling thread.
     void deliverHere(Strings event);
-    /// The bus's thread that delivered last.
+    /// The thread of the last deliver().
     std::thread::id deliveryThread() const { return m_deliveryThread; }
 
-    /// The commands of this name so far.
+    /// How many commands of this name were published.
     int commandCount(const std::string& name) const;
     ZUVModelAccessClient* client() const { return m_client; }
 
@@ -73,9 +76,15 @@ public:
     int publish(std::string topic, Strings values) override;
 };
 
-/// The threads that this process runs at the moment.
-std::size_t threadCount();
+struct RecordingLog {
+    /// The highest level that is wanted: when the client asks for a higher one, the answer is no.
+    unsigned wantedUpTo = 0xFFFF;
+    /// Called with every line, on the thread that logged it, after it was recorded; an exception reaches the client.
+    std::function<void(const std::string& line)> onLine;
+};
+
+RecordingLog& recordingLog();
 
 } // namespace velmora::test
 
-#endif // ZUV_TESTS_CLIENT_RECORDING_BUS_H
+#endif // ZUV_TESTS_CLIENT_RECORDING_PLATFORM_H

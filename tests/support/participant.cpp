@@ -1,13 +1,10 @@
-#include "support/recording_client.h"
+#include "support/participant.h"
+
+#include "support/awaiting.h"
 
 #include <algorithm>
 
-namespace velmora::platform_test {
-namespace {
-
-constexpr std::chrono::seconds kPatience(10);
-
-} // namespace
+namespace velmora {
 
 void RecordingClient::onModelAccessStateChanged() {
     {
@@ -61,4 +58,17 @@ std::thread::id RecordingClient::thread() const {
     return m_thread;
 }
 
-} // namespace velmora::platform_test
+int Participant::readPatiently(const std::string& topic, Event& value, bool (*isTimeout)(int)) {
+    int result = 0;
+    eventually([&] { return !isTimeout(result = access.read(topic, value)); });
+    return result;
+}
+
+bool Participant::awaitValue(const std::string& topic, const Event& value) {
+    return eventually([&] {
+        Event current;
+        return access.read(topic, current) == 0 && current == value;
+    });
+}
+
+} // namespace velmora
