@@ -1,6 +1,6 @@
 // What the desktop platform's bus costs: from a command, by way of a service in a process of its own, to the
-// event's callback, beside what sd-bus alone needs for the same messages; how many commands go out; and how long it takes
-// until there is a bus, and until the media service answers on it.
+// event's callback, beside what sd-bus alone needs for the same messages; how many commands go out; and how long it
+// takes until there is a bus, and until the media service answers on it.
 #include "bus/topic_message.h"
 #include "launcher/private_bus.h"
 #include "zuv_model_access.h"

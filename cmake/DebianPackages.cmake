@@ -1,16 +1,16 @@
-# Debian packages, one for each component of the installation: `cpack` in the build folder makes them of what was built
-# there. The preset `package` builds as Debian installs, with the libraries in the architecture's own folder; `armhf` does
-# so as well. Not for a build with ZUV_PLATFORM_DIR: the platform that it needs is in no package.
+# Debian packages, one for each component of the installation: `cpack` in the build folder packs what was built there.
+# The presets `package` and `armhf` use Debian's layout, with the libraries in the architecture's own folder. There are
+# no packages for a build with ZUV_PLATFORM_DIR, because no package contains the platform that it needs.
 #
-#   libzuv-media-proxyN    runtime: both libraries. The desktop platform's is in here, because the client's cannot be
-#                          loaded without it and both are always of one build.
+#   libzuv-media-proxyN    runtime: both libraries. The desktop platform's is included, because the client's cannot be
+#                          loaded without it and both always come from one build.
 #   libzuv-media-proxy-dev development
-#   zuv-desktop            the desktop platform's programs; not of a build that has none of its own
+#   zuv-desktop            the desktop platform's programs, if this build has them
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zuv-media-proxy)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "The authors of the media proxy client <media-proxy@localhost>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package's description begins with its own
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package's description begins with a summary of its own
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
@@ -45,7 +45,7 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "Media proxy client of a television's web engine - development files
 Headers, documents, and the packages for CMake and pkg-config.")
 
-# GStreamer's plugins and the bus daemon are found when they are needed, by name.
+# GStreamer's plugins and the bus daemon are found by name at run time, so they have to be listed.
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_NAME zuv-desktop)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_DEPENDS
@@ -60,11 +60,12 @@ any command with a bus and a media service around it, and two players.")
 if(NOT CMAKE_CROSSCOMPILING)
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 elseif(CMAKE_LIBRARY_ARCHITECTURE STREQUAL arm-linux-gnueabihf)
-    # The target's packages were unpacked, not installed: nothing knows which package has a library. A test compares this
-    # with what the libraries need.
+    # The target's packages were unpacked, not installed, so dpkg cannot tell which package has a library. A test
+    # compares this list with what the libraries need.
     set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS
-        "libc6 (>= 2.36), libfmt9, libgcc-s1, libjsoncpp25, libspdlog1.10, libstdc++6 (>= 11), libsystemd0 (>= 241), libuuid1")
+        "libc6 (>= 2.36), libfmt9, libgcc-s1, libjsoncpp25, libspdlog1.10, libstdc++6 (>= 11)")
+    string(APPEND CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS ", libsystemd0 (>= 241), libuuid1")
 endif()
 
 include(CPack)

@@ -1,9 +1,9 @@
-# What `cmake --install` puts in place besides the targets, which their own folders install. The components:
-#   runtime      the client library as programs load it, and the desktop platform's, which it is linked with
-#                (unless ZUV_PLATFORM_DIR names another platform: its library is its own SDK's)
-#   development  what a program is built with: headers, the link to the library, the packages for CMake and pkg-config,
+# What `cmake --install` installs besides the targets, which their own folders install. The components:
+#   runtime      the client library, and the desktop platform's, which it is linked with
+#                (with ZUV_PLATFORM_DIR the platform's library is not installed: it belongs to the SDK)
+#   development  what building a program needs: headers, the link to the library, the packages for CMake and pkg-config,
 #                documents
-#   desktop      the desktop platform's programs, the examples, and what a program is linked with that is on the bus
+#   desktop      the desktop platform's programs, the examples, and the link to the desktop platform's library
 include(CMakePackageConfigHelpers)
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/zuv_media_proxy)
@@ -17,13 +17,13 @@ install(FILES
     ${CMAKE_CURRENT_BINARY_DIR}/zuv_media_proxy-config-version.cmake
     DESTINATION ${package_folder} COMPONENT development)
 
-# Relative to the file's own place, so that the installation can be moved.
+# Relative to the file's own folder, so that the installation can be moved.
 string(REGEX REPLACE "[^/]+" ".." prefix_from_pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 configure_file(cmake/zuv_media_proxy.pc.in zuv_media_proxy.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zuv_media_proxy.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
-# One set of targets for each component that can be missing.
+# A separate set of targets for each component, because components can be installed separately.
 install(EXPORT zuv_media_proxy-targets NAMESPACE zuv::
     DESTINATION ${package_folder} COMPONENT development)
 if(ZUV_BUILD_DESKTOP)

@@ -1,4 +1,4 @@
-// The event parameter list: what the service's events carry, by position.
+// The layout of the service's events: lists of texts whose meaning depends on their position.
 #ifndef ZUV_EVENT_PARAMETERS_H
 #define ZUV_EVENT_PARAMETERS_H
 
@@ -19,13 +19,13 @@ inline constexpr std::size_t Detail = 8;
 inline constexpr std::size_t MediaKind = 9;
 } // namespace EventField
 
-/// An event read from shared memory has this many parameters; one from the bus as many as its sender gave it.
+/// The number of parameters of an event in shared memory. An event from the bus has as many as its sender gave it.
 inline constexpr int kEventParameterCount = 11;
 
-/// The one result code that means success.
+/// The only result code that means success.
 inline constexpr const char* kSuccessCode = "200";
 
-/// A copy of one parameter, empty where the list is too short.
+/// Returns a copy of one parameter, or "" if the list is too short.
 inline std::string parameterAt(const std::vector<std::string>& params, std::size_t field) {
     return field < params.size() ? params[field] : std::string();
 }

@@ -1,6 +1,5 @@
-// Access to members that no lock guards. Their readers and writers may run on different threads at the same
-// time; going through std::atomic_ref keeps that defined while the members stay the plain types of the class
-// layout.
+// Access to members that no lock guards. Their readers and writers may run on different threads at the same time.
+// std::atomic_ref makes that well defined without changing the types of the members, which the class layout fixes.
 #ifndef ZUV_UNGUARDED_MEMBER_H
 #define ZUV_UNGUARDED_MEMBER_H
 

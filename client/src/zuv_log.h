@@ -1,4 +1,4 @@
-// The library's log lines: module number, levels and the common beginning of a line.
+// The library's log lines: module number, levels, and the prefix that lines have in common.
 #ifndef ZUV_LOG_H
 #define ZUV_LOG_H
 
@@ -18,12 +18,11 @@ inline constexpr CspDebugLevel kDump = logLevel(5000);
 
 } // namespace velmora
 
-/// ZUV_LOG(level, text, ...) puts out a line of the operation that it stands in: file, line and function are
-/// those of the place of use, which is why this is a macro. `text` is a literal with its line end; its
-/// arguments follow.
+/// ZUV_LOG(level, text, ...) logs a line with the file, line and function of the place where it is used, which is why
+/// it is a macro. `text` is a format literal that ends with "\n"; its arguments follow.
 #define ZUV_LOG(level, ...) ZUV_LOG_AS(__func__, level, __VA_ARGS__)
 
-/// The same for a helper that logs in the name of the operation `function` that called it.
+/// The same for a helper function: logs under the name `function`, that of the operation that called the helper.
 #define ZUV_LOG_AS(function, level, text, ...)                                                                         \
     do {                                                                                                               \
         if (cspDebugCheckLevelGetFrameAndChunk(&(level)))                                                              \

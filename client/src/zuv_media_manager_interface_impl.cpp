@@ -8,8 +8,8 @@
 
 namespace velmora {
 
-// The first call makes the instance, without a lock: the first call belongs to one thread. It is never
-// deleted, since applications hold the plain pointer and the library has no shut-down.
+// The first call makes the instance. No lock is needed, because the first call must not run on two threads at once. The
+// instance is never deleted, because applications hold the plain pointer and the library has no shut-down.
 ZUVMediaProxyManagerInterface* ZUVMediaProxyManagerInterface::getInstance() {
     static ZUVMediaProxyManagerInterface* instance = nullptr;
     if (instance == nullptr)
@@ -42,7 +42,7 @@ std::shared_ptr<ZUVMediaProxyInterface> ZUVMediaProxyManagerInterfaceImpl::creat
     return hasManager(__func__) ? m_impl->createNewZUVMediaProxySync(std::move(id)) : nullptr;
 }
 
-// The two setters put their line out as a failure, so that it shows on devices that log failures only.
+// The two setters log at the level of failures, so that the line shows on devices that log nothing below that level.
 void ZUVMediaProxyManagerInterfaceImpl::setZUVCallback(ZUVCallback callback) {
     ZUV_LOG(kFailure, "called.\n");
     if (hasManager(__func__))

@@ -1,4 +1,4 @@
-// The manager interface that applications hold: forwards to the proxy manager.
+// The manager interface that applications use: it logs, and forwards to the proxy manager.
 #ifndef ZUV_MEDIA_MANAGER_INTERFACE_IMPL_H
 #define ZUV_MEDIA_MANAGER_INTERFACE_IMPL_H
 
@@ -10,7 +10,7 @@ class ZUVMediaProxyManager;
 
 class ZUVMediaProxyManagerInterfaceImpl final : public ZUVMediaProxyManagerInterface {
 public:
-    /// Fetches the proxy manager, which connects to the bus if this is its first use.
+    /// Gets the proxy manager, which connects to the bus if this is its first use.
     ZUVMediaProxyManagerInterfaceImpl();
 
     std::shared_ptr<ZUVMediaProxyInterface> createNewZUVMediaProxy() override;
@@ -21,7 +21,7 @@ public:
     void setZUVAdCallback(ZUVCallback callback) override;
 
 private:
-    /// False, with a line in the log of the operation `function`, when there is no manager to forward to.
+    /// Returns false, and logs a line in the name of the operation `function`, if there is no manager to forward to.
     bool hasManager(const char* function) const;
 
     ZUVMediaProxyManager* m_impl; ///< not owned: the manager is never destroyed

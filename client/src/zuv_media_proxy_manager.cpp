@@ -1,6 +1,8 @@
 #include "zuv_media_proxy_manager.h"
 
+#include "command.h"
 #include "event_parameters.h"
+#include "monotonic_clock.h"
 #include "unguarded_member.h"
 #include "zuv_log.h"
 #include "zuv_media_proxy_object.h"
@@ -8,7 +10,6 @@
 #include <fcntl.h>
 #include <json/json.h>
 #include <sys/mman.h>
-#include <time.h>
 #include <unistd.h>
 #include <uuid/uuid.h>
 
@@ -20,48 +21,32 @@
 
 // THREADS AND LOCKS
 //
-// onZUVEvent() runs on the bus connection's delivery thread, and on an application's thread when a
-// synchronous request replays its answer. Everything else runs on the application's threads.
+// onZUVEvent() runs on the bus connection's delivery thread. In synchronous mode it also runs on an application's
+// thread, when a request has found its answer in shared memory. Everything else runs on the application's threads.
 //
-// m_mutex, with m_condition, guards m_proxyObjects and m_createdObjectIds. It is not recursive.
-// createNewProxyId() and checkZUVServiceAlive() hold it while they publish, so that an answer cannot be
-// signalled before they wait; they give it up while they wait, and in synchronous mode while they send, for
-// there the answer's replay takes it on the same thread.
+// m_mutex, with m_condition, guards m_proxyObjects and m_createdObjectIds. It is not recursive. createNewProxyId() and
+// checkZUVServiceAlive() hold it while they publish, so that an answer cannot be signalled before they wait. They
+// release it while they wait; in synchronous mode also while they send, because onZUVEvent() then takes it on the same
+// thread.
 //
-// Lock order: a proxy object's mutex, then m_mutex (a callback, called with the object's mutex held, may look
-// up a proxy). Never the other way round, not even for an object that nobody else knows yet: checkers of lock
-// orders cannot tell that it is new.
+// Lock order: a proxy object's mutex, then m_mutex (a callback, called with the object's mutex held, may look up a
+// proxy). Never the other way round, not even for an object that no other thread can reach yet: lock order checkers do
+// not know that.
 //
-// No lock, by contract:
-// - m_callback, m_adCallback, m_syncMode, m_eventMemory: set at set-up time, read anywhere; through
-//   loadUnguarded() and storeUnguarded(), so that a late setter is no undefined behaviour.
-// - m_modelAccess: set by the constructor; m_remoteObjectIds: never changed.
-// - m_eventBuffer: shared by all synchronous requests; m_createdObjectIds in createNewZUVMediaProxySync();
-//   the registration in the two creation forms without identifier. These are open races: applications
-//   create proxies from one thread and make one synchronous request at a time.
+// Without a lock, by contract:
+// - m_callback, m_adCallback, m_syncMode and m_eventMemory: set during set-up, read on any thread. They are accessed
+//   through loadUnguarded() and storeUnguarded(), so that setting one late is not undefined behaviour.
+// - m_modelAccess: set by the constructor. m_remoteObjectIds: never changed.
+// - m_eventBuffer, which all synchronous requests share; m_createdObjectIds in createNewZUVMediaProxySync(); the
+//   registration in the two forms of creation without identifier. These are races that the interface excludes:
+//   applications create proxies from one thread and make one synchronous request at a time.
 
 namespace velmora {
 namespace {
 
-constexpr const char* kCommandTopic = "tovik.sl2.vstr.videoplayer.zuv.command";
-constexpr const char* kEventTopic = "tovik.sl2.vstr.videoplayer.zuv.event";
 constexpr const char* kEventMemoryName = "/ZUV_PROXY";
 
-constexpr std::size_t kCommandSize = 11;
-constexpr std::size_t kNeutralEventSize = 10; // one fewer than a command: devices in the field know it so
-
-namespace CommandField {
-constexpr std::size_t Name = 0;
-constexpr std::size_t MediaKind = 1;
-constexpr std::size_t SessionId = 2;
-constexpr std::size_t ObjectId = 3;
-constexpr std::size_t RequestTime = 4;
-constexpr std::size_t Position = 5;
-constexpr std::size_t Text1 = 6; // the URL of "start", the text of "seek"
-constexpr std::size_t Text2 = 7;
-constexpr std::size_t Text3 = 8;
-constexpr std::size_t Option = 9;
-} // namespace CommandField
+constexpr std::size_t kNeutralEventSize = 10; // one less than a command; devices in the field rely on it
 
 constexpr int kPollMilliseconds = 50;
 constexpr int kAnswerLimitMilliseconds = 250;
@@ -75,24 +60,16 @@ constexpr std::chrono::milliseconds kAliveWait{200};
 constexpr useconds_t kMemorySleepMicroseconds = 1000000;
 constexpr useconds_t kRestartSleepMicroseconds = 800000;
 
-/// CLOCK_MONOTONIC in seconds, -1.0 when it cannot be read.
-double monotonicSeconds() {
-    timespec now;
-    if (clock_gettime(CLOCK_MONOTONIC, &now) != 0)
-        return -1.0;
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-/// False when `timeout` passed first. Any wake-up counts, also one for another event or a spurious one.
+/// Returns false if `timeout` passed first. Any wake-up counts, even a spurious one or one for another event.
 bool wokenWithin(std::chrono::milliseconds timeout, std::condition_variable& condition,
                  std::unique_lock<std::mutex>& lock) {
     return condition.wait_until(lock, std::chrono::steady_clock::now() + timeout) == std::cv_status::no_timeout;
 }
 
-/// Parses an event text. False when it is no JSON object: other roots and texts that the reader refuses by
-/// exception (nested too deeply) count as no JSON.
+/// Parses an event text. Returns false if it is not a JSON object, which includes texts that the reader refuses by
+/// exception (nested too deeply).
 bool parseEventText(const std::string& text, Json::Value& root) {
-// The reader's successor is stricter by default; devices in the field rely on what this one accepts.
+// Json::CharReader, the successor, is stricter by default; devices in the field rely on what this class accepts.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
     Json::Reader reader;
@@ -110,7 +87,7 @@ struct FreeDeleter {
 
 } // namespace
 
-// ---- Life and bus connection ----
+// ---- Lifetime and bus connection ----
 
 ZUVMediaProxyManager* ZUVMediaProxyManager::getInstance() {
     static ZUVMediaProxyManager* instance = nullptr;
@@ -208,7 +185,7 @@ std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::findProxyObjectFromCa
     return entry == m_proxyObjects.end() ? nullptr : entry->second;
 }
 
-// Walks the whole registry. The object's destructor runs under m_mutex if this was its last reference.
+// Searches the whole registry. The object's destructor runs under m_mutex if this was its last reference.
 void ZUVMediaProxyManager::removeProxyObjectFromCache(std::string id) {
     std::lock_guard<std::mutex> lock(m_mutex);
     for (auto entry = m_proxyObjects.begin(); entry != m_proxyObjects.end();) {
@@ -230,8 +207,7 @@ std::string ZUVMediaProxyManager::getRemoteObjectId(std::string id) {
     return entry == m_remoteObjectIds.end() ? std::string() : entry->second;
 }
 
-// The first three fields are little-endian and there is no fourth hyphen: the service knows identifiers in
-// this form.
+// The first three fields are little-endian and there is no fourth hyphen: the service expects identifiers in this form.
 std::string ZUVMediaProxyManager::generateUUID() {
     constexpr std::size_t textSize = 256;
     uuid_t b;
@@ -287,8 +263,8 @@ void ZUVMediaProxyManager::initializeZUVEvent() {
     m_modelAccess->publish(kEventTopic, neutral);
 }
 
-// The descriptor stays open when the region cannot be resized or mapped, and MAP_FAILED counts as mapped:
-// devices in the field have always behaved so.
+// The descriptor stays open if the shared memory cannot be resized or mapped, and MAP_FAILED counts as mapped: devices
+// in the field have always behaved like this.
 int ZUVMediaProxyManager::checkZUVEventMemory() {
     const int fd = shm_open(kEventMemoryName, O_RDWR, 0666);
     if (fd < 0 || ftruncate(fd, kEventMemorySize) != 0) {
@@ -305,7 +281,7 @@ int ZUVMediaProxyManager::checkZUVEventMemory() {
     return 0;
 }
 
-// The service writes whenever it likes: only the private copy keeps still while it is parsed.
+// The service may write at any time, so the text is copied before it is parsed.
 std::string ZUVMediaProxyManager::copyEventText(const char* memory) {
     std::memcpy(m_eventBuffer, memory, kEventMemorySize);
     return {m_eventBuffer, strnlen(m_eventBuffer, kEventMemorySize)};
@@ -346,25 +322,7 @@ std::vector<std::string> ZUVMediaProxyManager::readZUVEvent() {
     return params;
 }
 
-// ---- Commands: the channel ----
-
-namespace {
-
-std::vector<std::string> newCommand(const char* name, std::string sessionId) {
-    std::vector<std::string> command(kCommandSize);
-    command[CommandField::Name] = name;
-    command[CommandField::SessionId] = std::move(sessionId);
-    return command;
-}
-
-std::vector<std::string> newPlaybackCommand(const char* name, std::string sessionId, const std::string& objectId) {
-    std::vector<std::string> command = newCommand(name, std::move(sessionId));
-    command[CommandField::ObjectId] = objectId;
-    command[CommandField::RequestTime] = std::to_string(monotonicSeconds());
-    return command;
-}
-
-} // namespace
+// ---- Requests: publishing and waiting ----
 
 void ZUVMediaProxyManager::publishCommand(const std::vector<std::string>& command) {
     m_modelAccess->publish(kCommandTopic, command);
@@ -375,8 +333,8 @@ int ZUVMediaProxyManager::publishCommandAndWait(const std::vector<std::string>& 
     return waitRequestRemoteObjectCompleted(command[CommandField::SessionId], answer);
 }
 
-// Checks before the first sleep and after each but the last: the event read after the fifth sleep is logged
-// and not compared. The limit is counted, not measured, so slow reads lengthen the real wait.
+// The event is compared before the first sleep and after every sleep but the fifth: the event read then is only logged.
+// The limit counts the sleeps and does not measure time, so slow reads make the real wait longer.
 int ZUVMediaProxyManager::waitRequestRemoteObjectCompleted(std::string id, std::string name) {
     ZUV_LOG(kProgress, "enter  id:%s, name:%s\n", id.c_str(), name.c_str());
     std::vector<std::string> event = readZUVEventMemory();
@@ -400,45 +358,7 @@ int ZUVMediaProxyManager::waitRequestRemoteObjectCompleted(std::string id, std::
     return 0;
 }
 
-// ---- Commands: playback ----
-
-namespace {
-
-std::vector<std::string> startCommand(std::string sessionId, const std::string& objectId, std::string url, int option,
-                                      std::string kind) {
-    std::vector<std::string> command = newPlaybackCommand("start", std::move(sessionId), objectId);
-    command[CommandField::MediaKind] = std::move(kind);
-    command[CommandField::Text1] = std::move(url);
-    command[CommandField::Option] = std::to_string(option);
-    return command;
-}
-
-std::vector<std::string> stopCommand(std::string sessionId, const std::string& objectId, std::string kind) {
-    std::vector<std::string> command = newPlaybackCommand("stop", std::move(sessionId), objectId);
-    command[CommandField::MediaKind] = std::move(kind);
-    return command;
-}
-
-std::vector<std::string> seekCommand(std::string sessionId, const std::string& objectId, double position,
-                                     std::string text) {
-    std::vector<std::string> command = newPlaybackCommand("seek", std::move(sessionId), objectId);
-    command[CommandField::Position] = std::to_string(position);
-    command[CommandField::Text1] = std::move(text);
-    return command;
-}
-
-std::vector<std::string> preloadCommand(std::string sessionId, const std::string& objectId, double position,
-                                        std::string text1, std::string text2, std::string text3, std::string kind) {
-    std::vector<std::string> command = newPlaybackCommand("preload", std::move(sessionId), objectId);
-    command[CommandField::MediaKind] = std::move(kind);
-    command[CommandField::Position] = std::to_string(position);
-    command[CommandField::Text1] = std::move(text1);
-    command[CommandField::Text2] = std::move(text2);
-    command[CommandField::Text3] = std::move(text3);
-    return command;
-}
-
-} // namespace
+// ---- Requests: playback ----
 
 void ZUVMediaProxyManager::requestRemoteObjectStart(const std::string& objectId, std::string url, int option,
                                                     std::string kind) {
@@ -495,7 +415,7 @@ void ZUVMediaProxyManager::requestRemoteObjectPreload(const std::string& objectI
                                       std::move(text3), std::move(kind)));
 }
 
-// The service answers a preload with "started", as it does a start.
+// The service answers a preload with "started", like a start.
 int ZUVMediaProxyManager::requestRemoteObjectPreloadSync(const std::string& objectId, double position,
                                                          std::string text1, std::string text2, std::string text3,
                                                          std::string kind) {
@@ -516,7 +436,7 @@ bool ZUVMediaProxyManager::requestRemoteObjectPauseSync(const std::string&) {
     return false;
 }
 
-// ---- Commands: inspection and liveness ----
+// ---- Requests: inspection and liveness ----
 
 void ZUVMediaProxyManager::requestRemoteObjectInspect() {
     if (inSyncMode())
@@ -585,12 +505,11 @@ int ZUVMediaProxyManager::requestCreateRemoteObjectSync(std::string id) {
     return publishCommandAndWait(newCommand("create", std::move(id)), "created");
 }
 
-// One command an attempt, about every 200 ms, each with an identifier of its own; whichever of them is
-// answered, the newest announced object is taken. Answers that come too late stay in the list for the next
-// creation.
+// Each attempt, about every 200 ms, sends a command with a new identifier. Whichever of them is answered, the newest
+// announced object is taken. Answers that arrive too late stay in the list for the next creation.
 std::string ZUVMediaProxyManager::createNewProxyId() {
     ZUV_LOG(kProgress, "Enter\n");
-    // Every attempt draws its own; this one only keeps the sequence of drawings.
+    // Never sent: every attempt generates its own. It keeps the number of generated identifiers as it always was.
     std::string sessionId = getNextSessionId();
     std::string objectId;
     bool restarted = false;
@@ -661,7 +580,7 @@ std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::createNewZUVMediaProx
     removeProxyObjectFromCache(id);
     auto proxy = ZUVMediaProxyObject::create(id);
     std::lock_guard<std::mutex> lock(m_mutex);
-    // Not cacheProxyObject(), which asks the object: the lock order is the other one.
+    // Not cacheProxyObject(), which locks the object's mutex: the lock order forbids that under m_mutex.
     m_proxyObjects.emplace(std::move(id), proxy);
     return proxy;
 }
@@ -686,8 +605,7 @@ std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::createNewZUVMediaProx
         requestStartZUVService();
         usleep(kRestartSleepMicroseconds);
     }
-    // Sent again whatever the first request returned, and on purpose: services in the field expect the
-    // repeat.
+    // Sent again on purpose, whatever the first request returned: services in the field expect the repetition.
     if (requestCreateRemoteObjectSync(sessionId) == -1) {
         sessionId = getNextSessionId();
         requestCreateRemoteObjectSync(sessionId);

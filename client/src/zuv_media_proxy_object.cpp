@@ -7,10 +7,9 @@
 
 #include <utility>
 
-// Locks: m_mutex is held only while fields are read or written, and around the handlers; every request of the
-// manager is made without it, since in synchronous mode the request's answer comes back into the handlers on
-// the same thread. The manager's mutex may be taken while m_mutex is held (a callback that looks a proxy up),
-// never the other way round.
+// Locks: m_mutex is held while fields are read or written, and by the handlers. Requests to the manager are made
+// without it, because in synchronous mode the handlers run on the same thread before the request returns. The manager's
+// mutex may be taken while m_mutex is held (by a callback that looks up a proxy), never the other way round.
 
 namespace velmora {
 namespace {
@@ -20,7 +19,7 @@ constexpr const char* MainVideo = "main_video";
 constexpr const char* Advertisement = "advertisement";
 } // namespace MediaKind
 
-/// Logs that an operation was entered and left, also by exception.
+/// Logs the entry to and the exit from an operation, including an exit by exception.
 class ScopeTrace {
 public:
     ScopeTrace(const char* function, const char* path, int line)
@@ -45,7 +44,7 @@ private:
 
 } // namespace
 
-// ---- Making ----
+// ---- Construction ----
 
 std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyObject::create(std::string id) {
     return std::shared_ptr<ZUVMediaProxyObject>(new ZUVMediaProxyObject(std::move(id)));
@@ -61,7 +60,7 @@ ZUVMediaProxyObject::ZUVMediaProxyObject(std::string id) {
     m_seekPosition = 0.0;
 }
 
-// ---- What the application reads ----
+// ---- Properties ----
 
 std::string ZUVMediaProxyObject::id() {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -93,7 +92,7 @@ std::string ZUVMediaProxyObject::definitions() {
     return m_definitions;
 }
 
-// ---- What the application asks for ----
+// ---- Operations of the application ----
 
 void ZUVMediaProxyObject::start(std::string url, int option) {
     ScopeTrace trace(__func__, __FILE__, __LINE__);
@@ -125,7 +124,7 @@ void ZUVMediaProxyObject::startAd(std::string url, int option) {
         return;
     }
     ZUV_LOG(kProgress, "notification from preload has been received\n");
-    m_manager->notifyAdURLChanged(id, preloaded); // there are no definitions of an advertisement
+    m_manager->notifyAdURLChanged(id, preloaded); // an advertisement has no definitions
 }
 
 void ZUVMediaProxyObject::stop() {
@@ -176,14 +175,14 @@ std::string ZUVMediaProxyObject::markIdle(int32_t& state, std::string& url) {
     std::lock_guard<std::mutex> lock(m_mutex);
     state = ZUVMediaProxyState::Idle;
     std::string id = m_id;
-    url.clear(); // last: a copy that cannot be made leaves the URL
+    url.clear(); // last, so that the URL survives a failure to copy the identifier
     return id;
 }
 
 std::string ZUVMediaProxyObject::forgetURL(std::string& url) {
     std::lock_guard<std::mutex> lock(m_mutex);
     std::string id = m_id;
-    url.clear(); // last: a copy that cannot be made leaves the URL
+    url.clear(); // last, so that the URL survives a failure to copy the identifier
     return id;
 }
 
@@ -193,7 +192,7 @@ void ZUVMediaProxyObject::readPreloadAnswer(const char* function) {
     onZUVEvent(event);
 }
 
-// ---- What the service says ----
+// ---- Events of the service ----
 
 void ZUVMediaProxyObject::onZUVEvent(std::vector<std::string>& params) {
     if (parameterAt(params, EventField::ObjectId) != m_id)
@@ -262,8 +261,8 @@ void ZUVMediaProxyObject::onAdMediaStarted(std::string url) {
     m_state = ZUVMediaProxyState::Started; // the main state: devices in the field rely on it
 }
 
-// A stop has reset the state when it was sent; its answer has nothing left to do but to keep its place in the
-// order.
+// The state was reset when the stop was sent. The answer only takes the mutex, as every handler does, which keeps it in
+// order with the others.
 void ZUVMediaProxyObject::onMediaStopped() {
     std::lock_guard<std::mutex> lock(m_mutex);
 }

@@ -1,12 +1,11 @@
 #include "base/event_loop.h"
 
-#include <system_error>
-
 namespace velmora::desktop {
 
-void requireSuccess(int result, const char* what) {
-    if (result < 0)
-        throw std::system_error(-result, std::generic_category(), what);
+EventLoop makeEventLoop() {
+    sd_event* loop = nullptr;
+    requireSuccess(sd_event_new(&loop), "cannot make an event loop");
+    return EventLoop(loop);
 }
 
 } // namespace velmora::desktop

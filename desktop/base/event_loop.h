@@ -1,5 +1,8 @@
+// Owning pointers to libsystemd's event loop and to what is attached to it.
 #ifndef ZUV_DESKTOP_BASE_EVENT_LOOP_H
 #define ZUV_DESKTOP_BASE_EVENT_LOOP_H
+
+#include "base/system_error.h"
 
 #include <systemd/sd-event.h>
 
@@ -13,11 +16,11 @@ struct SdEventRelease {
 };
 
 using EventLoop = std::unique_ptr<sd_event, SdEventRelease>;
-/// Nothing is called any more once this is gone.
+/// Once it is destroyed, the loop no longer calls its handler.
 using EventSource = std::unique_ptr<sd_event_source, SdEventRelease>;
 
-/// @throws std::system_error when a call of libsystemd returned an error, a negative errno.
-void requireSuccess(int result, const char* what);
+/// @throws std::system_error
+EventLoop makeEventLoop();
 
 } // namespace velmora::desktop
 

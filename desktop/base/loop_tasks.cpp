@@ -3,13 +3,11 @@
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 
-#include <cerrno>
 #include <utility>
 
 namespace velmora::desktop {
 
-LoopTasks::LoopTasks(sd_event* loop) : m_wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    requireSuccess(m_wake.get() < 0 ? -errno : 0, "cannot make an eventfd");
+LoopTasks::LoopTasks(sd_event* loop) : m_wake(makeEventDescriptor()) {
     sd_event_source* source = nullptr;
     requireSuccess(sd_event_add_io(loop, &source, m_wake.get(), EPOLLIN, onWake, this), "cannot watch an eventfd");
     m_source.reset(source);
@@ -17,7 +15,7 @@ LoopTasks::LoopTasks(sd_event* loop) : m_wake(eventfd(0, EFD_CLOEXEC | EFD_NONBL
 
 void LoopTasks::post(Task task) {
     {
-        const std::lock_guard lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_tasks.push_back(std::move(task));
     }
     eventfd_write(m_wake.get(), 1);
@@ -33,7 +31,7 @@ int LoopTasks::onWake(sd_event_source*, int descriptor, uint32_t, void* tasks) {
 void LoopTasks::runAll() {
     std::deque<Task> tasks;
     {
-        const std::lock_guard lock(m_mutex);
+        const MutexLock lock(m_mutex);
         tasks.swap(m_tasks);
     }
     for (const Task& task : tasks)

@@ -1,3 +1,4 @@
+// Unguessable identifiers.
 #ifndef ZUV_DESKTOP_BASE_RANDOM_TOKEN_H
 #define ZUV_DESKTOP_BASE_RANDOM_TOKEN_H
 
@@ -5,8 +6,8 @@
 
 namespace velmora::desktop {
 
-/// 128 random bits as 32 hexadecimal digits: unique, and not to be guessed.
-/// @throws std::system_error when the kernel has no random bytes.
+/// 128 random bits as 32 hexadecimal digits: unique and unguessable.
+/// @throws std::system_error when the kernel provides no random bytes.
 std::string randomToken();
 
 } // namespace velmora::desktop

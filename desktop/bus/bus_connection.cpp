@@ -13,7 +13,6 @@
 #include <cstdint>
 #include <cstring>
 #include <ctime>
-#include <system_error>
 #include <utility>
 
 namespace velmora::desktop {
@@ -29,17 +28,10 @@ constexpr auto kFlushLimit = 100ms;
 constexpr auto kFirstPause = 100ms;
 constexpr auto kLongestPause = 500ms;
 
-// A wait without a limit is made of waits of this length: the end of time does not fit a 32-bit time_t.
+// An unlimited wait is a sequence of waits of this length: the clock's maximum does not fit a 32-bit time_t.
 constexpr auto kLongestWait = 1h;
 
-FileDescriptor makeWakeDescriptor() {
-    FileDescriptor descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (descriptor.get() < 0)
-        throw std::system_error(errno, std::generic_category(), "eventfd");
-    return descriptor;
-}
-
-// What a thread waits for in read(). Written by the thread that pumps, with the connection's mutex held.
+// The result that read() waits for. The thread that pumps writes it, with the connection's mutex held.
 struct ReadAnswer {
     bool arrived = false;
     int result = 0;
@@ -75,7 +67,7 @@ timespec toTimespec(nanoseconds duration) {
     return {.tv_sec = static_cast<time_t>(seconds.count()), .tv_nsec = static_cast<long>((duration - seconds).count())};
 }
 
-// When sd-bus wants to be called again without traffic; its clock is the steady clock's.
+// The deadline, or the time at which sd-bus has to be called even without traffic. Both are times of the steady clock.
 template <typename TimePoint>
 TimePoint earlierOf(TimePoint deadline, sd_bus* bus) {
     uint64_t microseconds = UINT64_MAX;
@@ -86,21 +78,22 @@ TimePoint earlierOf(TimePoint deadline, sd_bus* bus) {
 
 } // namespace
 
-BusConnection::BusConnection() : m_wake(makeWakeDescriptor()) {}
+BusConnection::BusConnection() : m_wake(makeEventDescriptor()) {}
 
 BusConnection::~BusConnection() {
-    Lock lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (isUsable())
-        pumpUntil(lock, Clock::now() + kFlushLimit, [this] { return (sd_bus_get_events(m_bus.get()) & POLLOUT) == 0; });
+        pumpUntil(Clock::now() + kFlushLimit,
+                  [this]() ZUV_REQUIRES(m_mutex) { return (sd_bus_get_events(m_bus.get()) & POLLOUT) == 0; });
 }
 
 int BusConnection::open(const std::string& topic) {
-    Lock lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_state != State::unopened)
         return -EALREADY;
     m_topic = topic;
     m_address = busAddress();
-    const int result = connect(lock);
+    const int result = connect();
     if (result < 0)
         desktopLog().error("no bus: error={}", std::strerror(-result));
     m_opened = result >= 0;
@@ -108,10 +101,10 @@ int BusConnection::open(const std::string& topic) {
 }
 
 bool BusConnection::reconnect() {
-    Lock lock(m_mutex);
+    const MutexLock lock(m_mutex);
     auto pause = kFirstPause;
-    while (!m_pumped.wait_for(lock, pause, [this] { return m_stopped; })) {
-        const int result = connect(lock);
+    while (!m_pumped.waitFor(m_mutex, pause, [this]() ZUV_REQUIRES(m_mutex) { return m_stopped; })) {
+        const int result = connect();
         if (result >= 0) {
             desktopLog().info("bus connection restored");
             return true;
@@ -122,27 +115,27 @@ bool BusConnection::reconnect() {
     return false;
 }
 
-int BusConnection::connect(Lock& lock) {
+int BusConnection::connect() {
     m_state = State::connecting;
-    const int result = establish(lock);
+    const int result = establish();
     m_state = result < 0 ? State::lost : State::connected;
     return std::min(result, 0);
 }
 
-// A new bus object each time: one whose connection has ended is of no further use. Nobody else uses it before
-// the state says that it is connected.
-int BusConnection::establish(Lock& lock) {
+// Makes a new bus object each time, because one whose connection has ended cannot be used again. Other threads do not
+// use it before the state is `connected`.
+int BusConnection::establish() {
     int result = openBus(m_bus, m_address);
     if (result >= 0)
-        result =
-            pumpUnlessStopped(lock, Clock::now() + kConnectLimit, [this] { return sd_bus_is_ready(m_bus.get()) > 0; });
+        result = pumpUnlessStopped(Clock::now() + kConnectLimit,
+                                   [this]() ZUV_REQUIRES(m_mutex) { return sd_bus_is_ready(m_bus.get()) > 0; });
     if (result >= 0)
         result = listen();
-    return result < 0 ? result : startKeeper(lock);
+    return result < 0 ? result : startKeeper();
 }
 
-// The bus answers in the order in which it was asked; whoever waits for a later answer has waited for this
-// one. Without a callback of ours, a refusal ends the connection.
+// The answer is not waited for: the bus answers requests in their order, so that the answer to a later one implies it.
+// Without a callback, sd-bus ends the connection when the request is refused.
 int BusConnection::listen() {
     const int result = sd_bus_add_filter(m_bus.get(), nullptr, &BusConnection::onAnyMessage, this);
     return result < 0 ? result
@@ -150,18 +143,18 @@ int BusConnection::listen() {
                                                &BusConnection::onPublished, nullptr, this);
 }
 
-// The keeper takes its name when it listens, and the bus answers when the name is taken.
-int BusConnection::startKeeper(Lock& lock) {
+// The keeper takes its name once it is subscribed, and the bus answers once the name is taken.
+int BusConnection::startKeeper() {
     bool answered = false;
     sd_bus_slot* slot = nullptr;
     const int result = sd_bus_call_method_async(m_bus.get(), &slot, kDaemonName, kDaemonPath, kDaemonName, kStartMethod,
                                                 onKeeperStarted, &answered, "su", kKeeperName, kStartFlags);
     const SlotPointer withdrawn(slot);
-    return result < 0 ? result : pumpUnlessStopped(lock, Clock::now() + kLongestWait, [&answered] { return answered; });
+    return result < 0 ? result : pumpUnlessStopped(Clock::now() + kLongestWait, [&answered] { return answered; });
 }
 
 int BusConnection::startService() {
-    const Lock lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (!isUsable())
         return -ENOTCONN;
     return afterSending(m_starter.begin(m_bus.get()));
@@ -170,7 +163,7 @@ int BusConnection::startService() {
 int BusConnection::read(const std::string& topic, std::vector<std::string>& values) {
     values.clear();
     const auto deadline = Clock::now() + kReadLimit;
-    Lock lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (!isUsable())
         return -ENOTCONN;
     ReadAnswer answer;
@@ -179,7 +172,7 @@ int BusConnection::read(const std::string& topic, std::vector<std::string>& valu
                                                        kReadMethod, onReadAnswered, &answer, "s", topic.c_str()));
     const SlotPointer withdrawn(slot);
     if (result >= 0)
-        result = pumpUntil(lock, deadline, [&answer] { return answer.arrived; });
+        result = pumpUntil(deadline, [&answer] { return answer.arrived; });
     if (result < 0)
         return result;
     values = std::move(answer.values);
@@ -187,16 +180,16 @@ int BusConnection::read(const std::string& topic, std::vector<std::string>& valu
 }
 
 int BusConnection::publish(const std::string& topic, const std::vector<std::string>& values) {
-    const Lock lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (!isUsable())
         return -ENOTCONN;
     return afterSending(sendTopicValue(m_bus.get(), topic, values));
 }
 
 std::optional<std::vector<std::string>> BusConnection::nextEvent() {
-    Lock lock(m_mutex);
-    const auto isReached = [this] { return m_stopped || !m_events.empty(); };
-    while (pumpUntil(lock, Clock::now() + kLongestWait, isReached) == -ETIMEDOUT) {
+    const MutexLock lock(m_mutex);
+    const auto isReached = [this]() ZUV_REQUIRES(m_mutex) { return m_stopped || !m_events.empty(); };
+    while (pumpUntil(Clock::now() + kLongestWait, isReached) == -ETIMEDOUT) {
     }
     if (m_stopped || m_events.empty())
         return std::nullopt;
@@ -206,65 +199,67 @@ std::optional<std::vector<std::string>> BusConnection::nextEvent() {
 }
 
 void BusConnection::stop() {
-    const Lock lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_stopped = true;
     wakePump();
-    m_pumped.notify_all();
+    m_pumped.notifyAll();
 }
 
 bool BusConnection::isStopped() const {
-    const Lock lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_stopped;
 }
 
 bool BusConnection::isOpened() const {
-    const Lock lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_opened;
 }
 
-// What the socket did not take waits in the connection, and a sleeping pump does not know of it.
+// A message that the socket did not take at once stays in the connection's queue. The thread that pumps may be asleep
+// without waiting for the socket to become writable, and is woken for that.
 int BusConnection::afterSending(int result) {
     if (result < 0 || (sd_bus_get_events(m_bus.get()) & POLLOUT) != 0)
         wakePump();
     return std::min(result, 0);
 }
 
-// Runs until isReached(), asked with the mutex held, says so: 0. -ENOTCONN when the connection is lost
-// before, -ETIMEDOUT at the deadline. Asks after every message: traffic without end keeps nobody here.
+// Pumps until the condition holds: 0. -ENOTCONN when the connection is lost before, -ETIMEDOUT at the deadline. The
+// condition is checked after every message, so that continuous traffic does not prolong the wait.
 template <typename Condition>
-int BusConnection::pumpUntil(Lock& lock, Clock::time_point deadline, Condition isReached) {
+int BusConnection::pumpUntil(Clock::time_point deadline, Condition isReached) {
     while (!isReached()) {
         if (m_state == State::lost)
             return -ENOTCONN;
         if (Clock::now() >= deadline)
             return -ETIMEDOUT;
         if (m_pumping)
-            m_pumped.wait_until(lock, deadline);
+            m_pumped.waitUntil(m_mutex, deadline);
         else
-            pump(lock, deadline);
+            pump(deadline);
     }
     return 0;
 }
 
 // -ECANCELED once stop() was called.
 template <typename Condition>
-int BusConnection::pumpUnlessStopped(Lock& lock, Clock::time_point deadline, Condition isReached) {
-    const int result = pumpUntil(lock, deadline, [this, &isReached] { return m_stopped || isReached(); });
+int BusConnection::pumpUnlessStopped(Clock::time_point deadline, Condition isReached) {
+    const int result =
+        pumpUntil(deadline, [this, &isReached]() ZUV_REQUIRES(m_mutex) { return m_stopped || isReached(); });
     return m_stopped ? -ECANCELED : result;
 }
 
-void BusConnection::pump(Lock& lock, Clock::time_point deadline) {
+void BusConnection::pump(Clock::time_point deadline) {
     m_pumping = true;
     int result = sd_bus_process(m_bus.get(), nullptr);
     if (result == 0)
-        result = waitForTraffic(lock, deadline);
+        result = waitForTraffic(deadline);
     m_pumping = false;
     if (result < 0)
         lose(result);
-    m_pumped.notify_all();
+    m_pumped.notifyAll();
 }
 
-int BusConnection::waitForTraffic(Lock& lock, Clock::time_point deadline) {
+int BusConnection::waitForTraffic(Clock::time_point deadline) {
     const int events = sd_bus_get_events(m_bus.get());
     if (events < 0)
         return events;
@@ -272,13 +267,12 @@ int BusConnection::waitForTraffic(Lock& lock, Clock::time_point deadline) {
         {{sd_bus_get_fd(m_bus.get()), static_cast<short>(events), 0}, {m_wake.get(), POLLIN, 0}}};
     const nanoseconds left = earlierOf(deadline, m_bus.get()) - Clock::now();
     const timespec limit = toTimespec(std::max(left, nanoseconds::zero()));
-    lock.unlock();
+    const MutexUnlock unlock(m_mutex);
     const int ready = ppoll(waited.data(), waited.size(), &limit, nullptr);
     const int error = errno;
     eventfd_t wakes = 0;
     if (waited[1].revents != 0)
         eventfd_read(m_wake.get(), &wakes);
-    lock.lock();
     return ready < 0 && error != EINTR ? -error : 0;
 }
 
@@ -294,18 +288,22 @@ void BusConnection::wakePump() {
     eventfd_write(m_wake.get(), 1);
 }
 
-// Sees every message before those do whom it concerns.
+// Called for every message, before the callbacks that it concerns. As all callbacks, it runs inside sd_bus_process() on
+// the thread that pumps, with the mutex held.
 int BusConnection::onAnyMessage(sd_bus_message* message, void* connection, sd_bus_error*) noexcept {
-    if (isForeign(message, static_cast<BusConnection*>(connection)->m_topic))
+    const auto& self = *static_cast<BusConnection*>(connection);
+    self.m_mutex.assertHeld();
+    if (isForeign(message, self.m_topic))
         desktopLog().error("foreign message dropped: {}", originOf(message));
     return 0;
 }
 
-// Runs on the thread that pumps, inside sd_bus_process(), with the mutex held.
 int BusConnection::onPublished(sd_bus_message* message, void* connection, sd_bus_error*) noexcept {
+    auto& self = *static_cast<BusConnection*>(connection);
+    self.m_mutex.assertHeld();
     auto published = readTopicValue(message);
     if (published)
-        static_cast<BusConnection*>(connection)->m_events.push_back(std::move(published->values));
+        self.m_events.push_back(std::move(published->values));
     else
         desktopLog().error("malformed publication dropped: {}", originOf(message));
     return 0;

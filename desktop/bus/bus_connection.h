@@ -3,92 +3,88 @@
 #define ZUV_DESKTOP_BUS_BUS_CONNECTION_H
 
 #include "base/file_descriptor.h"
+#include "base/mutex.h"
 #include "bus/sd_bus_pointers.h"
 #include "bus/service_starter.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace velmora::desktop {
 
-/// A connection that publishes, reads, starts the service and collects the publications of one topic as
-/// events.
+/// A connection that publishes, reads, starts the service and collects the publications of one topic as events.
 ///
-/// All operations but open() may be called from any thread at any time. sd-bus itself knows no threads: one
-/// mutex guards it, which is held neither while a thread sleeps nor while the user of an event runs. Whoever
-/// waits for something pumps the connection - sleeps until there is traffic and lets sd-bus process it -
-/// unless another thread does already; so a wait ends in time even while the thread that takes the events is
-/// busy with one.
+/// After open(), all operations may be called from any thread at any time. sd-bus is not thread-safe: a mutex guards
+/// it, which is released while a thread sleeps and while the caller handles an event. A thread that waits for something
+/// pumps the connection, that is, it sleeps until there is traffic and lets sd-bus process it, unless another thread is
+/// pumping already. A wait therefore ends in time even while the thread that takes the events is busy with one.
 ///
-/// Errors are negative errno values. When the bus goes away every operation fails with one at once, and what
-/// is published meanwhile is dropped, until reconnect() has found a bus at the same address again. Topics
-/// have no values on it before somebody publishes: the keeper that had them has gone with the bus.
+/// Errors are negative errno values. When the connection to the bus is lost, every operation fails at once, and what is
+/// published is dropped, until reconnect() has found a bus at the same address. Topics have no values on that bus until
+/// somebody publishes, because the keeper that had them ended with the old one.
 class BusConnection {
 public:
     BusConnection();
-    /// Gives what is still queued for sending up to 100 ms to leave. No other call may be under way.
+    /// Waits up to 100 ms for queued messages to be sent. No other call may be in progress.
     ~BusConnection();
 
-    /// Connects, listens to `topic` and sees to it that the keeper runs, so that a value read is never older
-    /// than one published before it on this connection. Called first, and once. Waits for up to two seconds
-    /// for a bus that does not answer, and for up to three for the keeper. A missing keeper is logged and
-    /// costs nothing but reading.
-    int open(const std::string& topic);
+    /// Connects, subscribes to `topic` and starts the keeper if necessary, so that read() never returns a value older
+    /// than one published before on this connection. Called once, before everything else. Waits up to two seconds for
+    /// a bus that does not answer, and up to three for the keeper. If the keeper cannot be started, that is logged and
+    /// only read() is affected.
+    int open(const std::string& topic) ZUV_EXCLUDES(m_mutex);
 
-    /// Does again what open() did, at the same address, and again until it succeeds: after 100 ms at first,
-    /// every 500 ms later. Called when nextEvent() tells of the loss, on the same thread; so the connection
-    /// returns after the event that is being handled when the bus is lost.
+    /// Repeats what open() did, at the same address, until it succeeds: after 100 ms at first, every 500 ms later. To
+    /// be called on the thread that calls nextEvent(), when that reports the loss. If the bus is lost while an event is
+    /// handled, the connection is therefore restored after that.
     /// @return true when the connection works again, false once stop() was called.
-    bool reconnect();
+    bool reconnect() ZUV_EXCLUDES(m_mutex);
 
-    /// Asks for the service and returns: one that does not run is started, one that hangs is killed and
-    /// started anew, one that answers is left alone. What becomes of it is logged. Only the first step is
-    /// taken here; the others are, as everything that arrives, a matter of whoever pumps.
-    int startService();
+    /// Requests the service without waiting: it is started if it does not run, killed and restarted if it hangs, and
+    /// left alone if it answers. The outcome is logged. Only the first request is sent here; a thread that pumps does
+    /// the rest.
+    int startService() ZUV_EXCLUDES(m_mutex);
 
-    /// Reads the last value of `topic`; waits for at most 100 ms. -ENODATA when there is none.
-    int read(const std::string& topic, std::vector<std::string>& values);
+    /// Reads the last value of `topic`. Waits at most 100 ms. -ENODATA when there is none.
+    int read(const std::string& topic, std::vector<std::string>& values) ZUV_EXCLUDES(m_mutex);
 
-    /// Publishes without waiting; while there is no bus the list is dropped. On the topic that is listened
-    /// to, the connection's own publications come back as events, as D-Bus has it.
-    int publish(const std::string& topic, const std::vector<std::string>& values);
+    /// Publishes without waiting. Without a bus, the list is dropped. As usual in D-Bus, the connection receives its
+    /// own publications on the topic that it is subscribed to.
+    int publish(const std::string& topic, const std::vector<std::string>& values) ZUV_EXCLUDES(m_mutex);
 
-    /// Waits for the next event, in the order of arrival. nullopt once stop() was called, or when the
-    /// connection is lost and every event that came before has been taken.
-    std::optional<std::vector<std::string>> nextEvent();
+    /// Waits for the next event, in the order of arrival. nullopt once stop() was called, or when the connection is
+    /// lost and all events that arrived before have been taken.
+    std::optional<std::vector<std::string>> nextEvent() ZUV_EXCLUDES(m_mutex);
 
-    /// Ends nextEvent(), now and for ever.
-    void stop();
-    bool isStopped() const;
+    /// Makes the current and all later calls of nextEvent() return.
+    void stop() ZUV_EXCLUDES(m_mutex);
+    bool isStopped() const ZUV_EXCLUDES(m_mutex);
 
     /// Whether open() has succeeded.
-    bool isOpened() const;
+    bool isOpened() const ZUV_EXCLUDES(m_mutex);
 
 private:
     using Clock = std::chrono::steady_clock;
-    using Lock = std::unique_lock<std::mutex>;
 
     enum class State { unopened, connecting, connected, lost };
 
-    int connect(Lock& lock);
-    int establish(Lock& lock);
-    int listen();
-    int startKeeper(Lock& lock);
-    bool isUsable() const { return m_state == State::connected; }
-    int afterSending(int result);
+    int connect() ZUV_REQUIRES(m_mutex);
+    int establish() ZUV_REQUIRES(m_mutex);
+    int listen() ZUV_REQUIRES(m_mutex);
+    int startKeeper() ZUV_REQUIRES(m_mutex);
+    bool isUsable() const ZUV_REQUIRES(m_mutex) { return m_state == State::connected; }
+    int afterSending(int result) ZUV_REQUIRES(m_mutex);
 
     template <typename Condition>
-    int pumpUntil(Lock& lock, Clock::time_point deadline, Condition isReached);
+    int pumpUntil(Clock::time_point deadline, Condition isReached) ZUV_REQUIRES(m_mutex);
     template <typename Condition>
-    int pumpUnlessStopped(Lock& lock, Clock::time_point deadline, Condition isReached);
-    void pump(Lock& lock, Clock::time_point deadline);
-    int waitForTraffic(Lock& lock, Clock::time_point deadline);
-    void lose(int error);
+    int pumpUnlessStopped(Clock::time_point deadline, Condition isReached) ZUV_REQUIRES(m_mutex);
+    void pump(Clock::time_point deadline) ZUV_REQUIRES(m_mutex);
+    int waitForTraffic(Clock::time_point deadline) ZUV_REQUIRES(m_mutex);
+    void lose(int error) ZUV_REQUIRES(m_mutex);
     void wakePump();
 
     static int onAnyMessage(sd_bus_message* message, void* connection, sd_bus_error*) noexcept;
@@ -97,19 +93,18 @@ private:
     /// Interrupts the sleep of the thread that pumps.
     const FileDescriptor m_wake;
 
-    mutable std::mutex m_mutex;
-    std::condition_variable m_pumped; ///< a thread has stopped pumping; used with m_mutex
+    mutable Mutex m_mutex;
+    ConditionVariable m_pumped; ///< a thread has stopped pumping
 
-    // Guarded by m_mutex.
-    std::string m_address; ///< of the bus that was found first, for as long as the connection lives
-    std::string m_topic;
-    State m_state = State::unopened;
-    BusPointer m_bus;
-    ServiceStarter m_starter;
-    bool m_opened = false;
-    bool m_pumping = false;
-    bool m_stopped = false;
-    std::deque<std::vector<std::string>> m_events;
+    std::string m_address ZUV_GUARDED_BY(m_mutex); ///< of the first bus; reconnect() looks for no other
+    std::string m_topic ZUV_GUARDED_BY(m_mutex);
+    State m_state ZUV_GUARDED_BY(m_mutex) = State::unopened;
+    BusPointer m_bus ZUV_GUARDED_BY(m_mutex);
+    ServiceStarter m_starter ZUV_GUARDED_BY(m_mutex);
+    bool m_opened ZUV_GUARDED_BY(m_mutex) = false;
+    bool m_pumping ZUV_GUARDED_BY(m_mutex) = false;
+    bool m_stopped ZUV_GUARDED_BY(m_mutex) = false;
+    std::deque<std::vector<std::string>> m_events ZUV_GUARDED_BY(m_mutex);
 };
 
 } // namespace velmora::desktop

@@ -1,4 +1,4 @@
-// What is asked of the bus daemon itself.
+// Names for calls to the bus daemon itself.
 #ifndef ZUV_DESKTOP_BUS_BUS_DAEMON_H
 #define ZUV_DESKTOP_BUS_BUS_DAEMON_H
 
@@ -11,7 +11,7 @@ inline constexpr const char* kDaemonPath = "/org/freedesktop/DBus";
 inline constexpr const char* kStartMethod = "StartServiceByName";
 inline constexpr uint32_t kStartFlags = 0;
 
-/// D-Bus leaves some of its texts out, and the log takes no null pointer.
+/// For the log, which does not accept null pointers: D-Bus omits some of its texts.
 inline const char* textOf(const char* text) {
     return text == nullptr ? "none" : text;
 }

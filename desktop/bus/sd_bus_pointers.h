@@ -1,5 +1,5 @@
-// Owning pointers to what sd-bus counts references of. The counts are plain numbers: a pointer is copied and
-// let go of by the thread that has the connection to itself.
+// Owning pointers to sd-bus's reference-counted objects. The counts are not atomic: references are taken and released
+// by the thread that uses the connection.
 #ifndef ZUV_DESKTOP_BUS_SD_BUS_POINTERS_H
 #define ZUV_DESKTOP_BUS_SD_BUS_POINTERS_H
 
@@ -15,10 +15,10 @@ struct SdBusRelease {
     void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
 };
 
-/// Closes the connection too: what it still has to send is lost.
+/// Also closes the connection; messages that are still queued for sending are lost.
 using BusPointer = std::unique_ptr<sd_bus, SdBusRelease>;
 using MessagePointer = std::unique_ptr<sd_bus_message, SdBusRelease>;
-/// Withdraws what the slot stands for: a match, an object, an answer that is waited for.
+/// Also removes what the slot represents: a match, an object or a pending call.
 using SlotPointer = std::unique_ptr<sd_bus_slot, SdBusRelease>;
 
 } // namespace velmora::desktop

@@ -8,7 +8,7 @@
 #include <csignal>
 #include <cstring>
 
-// glibc 2.36 declares these functions without saying that they are C.
+// glibc 2.36 declares these functions without extern "C".
 extern "C" {
 #include <sys/pidfd.h>
 }
@@ -61,7 +61,7 @@ void ServiceStarter::afterStart(sd_bus_message* answer) {
         desktopLog().debug("service runs: name={}", kServiceName);
 }
 
-// Before the ping: its silence is then the service's own, since the bus has just answered.
+// Asked before the ping. When the ping is not answered, it is then the service that hangs: the bus has just answered.
 void ServiceStarter::askForProcess() {
     const MessagePointer request = newCall(m_bus, kDaemonName, kDaemonPath, kDaemonName, "GetConnectionUnixProcessID");
     sd_bus_message_append(request.get(), "s", kServiceName);
@@ -77,13 +77,13 @@ void ServiceStarter::afterPing(sd_bus_message* answer) {
     if (sd_bus_message_is_method_error(answer, SD_BUS_ERROR_NO_REPLY) > 0)
         killService();
     else if (sd_bus_message_is_method_error(answer, nullptr) > 0)
-        startAnother(answer); // it has gone meanwhile
+        startAnother(answer); // it has ended meanwhile
     else
         desktopLog().debug("service answers: name={}", kServiceName);
 }
 
-// The second ping, which nobody answers any more, is one that the bus itself answers when the service's
-// connection ends and its name is free.
+// The service cannot answer the second ping. The bus answers it with an error when the service's connection has ended
+// and its name is free.
 void ServiceStarter::killService() {
     ping<&ServiceStarter::startAnother>(kEndMicroseconds);
     if (pidfd_send_signal(m_process.get(), SIGKILL, nullptr, 0) == 0)
@@ -116,8 +116,8 @@ int ServiceStarter::call(sd_bus_message* request, uint64_t timeout) {
     return result;
 }
 
-// A step that sends no call of its own is the last. A connection that ends answers every call itself, as if
-// nobody had answered in time: that says nothing of the service.
+// A step that does not make another call is the last. When the connection ends, sd-bus reports a timeout for every
+// call, which says nothing about the service.
 template <ServiceStarter::Step step>
 int ServiceStarter::onAnswer(sd_bus_message* answer, void* userdata, sd_bus_error*) noexcept {
     auto& starter = *static_cast<ServiceStarter*>(userdata);

@@ -1,3 +1,4 @@
+// Starting the service, and replacing one that hangs.
 #ifndef ZUV_DESKTOP_BUS_SERVICE_STARTER_H
 #define ZUV_DESKTOP_BUS_SERVICE_STARTER_H
 
@@ -8,22 +9,22 @@
 
 namespace velmora::desktop {
 
-/// Sees to it that a service runs that answers: the bus starts it when it does not run; one that does not
-/// answer a ping within 300 ms is killed, and started anew when the bus has noticed its end.
+/// Makes sure that a responsive service runs: the bus starts it if it does not run; one that does not answer a ping
+/// within 300 ms is killed, and restarted once the bus has noticed its end.
 ///
-/// Each step is a call whose answer leads to the next step while the connection is processed; nothing waits.
-/// A service that hangs before it took its name is the bus's to end: it does so after its
-/// service_start_timeout, and the next begin() starts another.
+/// Each step is an asynchronous call, whose answer triggers the next step while the connection is processed. A service
+/// that hangs before it takes its name is left to the bus, which gives it up after its service_start_timeout; the next
+/// begin() then starts another.
 ///
-/// Takes no lock: used and processed by one thread at a time, as the connection itself.
+/// Not thread-safe, as the connection itself: one thread at a time.
 class ServiceStarter {
 public:
-    /// Asks for the service on `bus`, which outlives the answers or is followed by cancel(). Joins what is
-    /// under way already. What becomes of it is logged.
-    /// @return 0 or more, or what the connection failed with.
+    /// Begins the first step, unless steps are in progress already. The outcome is logged.
+    /// @param bus must stay valid until the outcome is logged or cancel() is called.
+    /// @return 0 or more, or the connection's error.
     int begin(sd_bus* bus);
 
-    /// Forgets what is under way.
+    /// Abandons the step in progress.
     void cancel() { m_call.reset(); }
 
 private:
@@ -45,8 +46,8 @@ private:
     static int onAnswer(sd_bus_message* answer, void* userdata, sd_bus_error*) noexcept;
 
     sd_bus* m_bus = nullptr;
-    SlotPointer m_call;       ///< the call of the step under way
-    FileDescriptor m_process; ///< of the service that is pinged; a number might be another's by then
+    SlotPointer m_call;       ///< of the step in progress
+    FileDescriptor m_process; ///< pidfd of the pinged service: its number may be reused before it is killed
     bool m_replaced = false;
 };
 

@@ -10,10 +10,10 @@
 namespace velmora::desktop {
 namespace {
 
-// Longer than a daemon takes to give up on a program that it was asked to start.
+// Longer than a daemon takes to give up on a program that it starts.
 constexpr uint64_t kCallTimeoutMicroseconds = 3'000'000;
 
-// Of each array element in a message, besides its bytes: the length word and at most three bytes of padding.
+// Bytes that an array element takes in a message besides its content: the length and at most three bytes of padding.
 constexpr std::size_t kElementOverhead = 7;
 
 int appendBytes(sd_bus_message* message, const std::string& bytes) {
@@ -27,7 +27,7 @@ bool fitsMessage(const std::vector<std::string>& values) {
     return size <= kMaximumListBytes && values.size() <= kMaximumEntries;
 }
 
-// The bus itself, or sd-bus in its name.
+// The daemon, or sd-bus on its behalf.
 bool isFromTheBus(sd_bus_message* message) {
     const std::string_view sender = textOf(sd_bus_message_get_sender(message));
     return sender == kDaemonName || sender == "org.freedesktop.DBus.Local";
@@ -37,7 +37,7 @@ bool isPublication(sd_bus_message* message) {
     return sd_bus_message_is_signal(message, kTopicInterface, kPublishedSignal) > 0;
 }
 
-// Leaves the message as it was found.
+// Does not change the read position of the message.
 bool beginsWith(sd_bus_message* message, const std::string& topic) {
     const char* text = nullptr;
     const bool begins = sd_bus_message_read_basic(message, 's', &text) > 0 && topic == text;
@@ -50,7 +50,7 @@ bool beginsWith(sd_bus_message* message, const std::string& topic) {
 std::string busAddress() {
     constexpr std::string_view guid = ",guid=";
     std::string address;
-    if (const char* given = std::getenv("DBUS_SESSION_BUS_ADDRESS"))
+    if (const char* given = std::getenv(kBusAddressVariable))
         address = given;
     for (auto begin = address.find(guid); begin != std::string::npos; begin = address.find(guid, begin))
         address.erase(begin, address.find_first_of(",;", begin + 1) - begin);

@@ -7,10 +7,10 @@
 
 #include <cerrno>
 #include <csignal>
+#include <functional>
 #include <future>
 #include <system_error>
 #include <thread>
-#include <utility>
 
 namespace velmora {
 
@@ -23,8 +23,8 @@ void deliverEvents(BusConnection& bus, ZUVModelAccessClient& client) {
         client.onZUVEvent(*event);
 }
 
-// Tells of the loss of the bus and of its return, between which it looks for one. Nothing of the client is
-// touched once the connection is stopped: it may have gone.
+// Delivers events, and reports when the bus is lost and when it is back. The client is not used any more once the
+// connection is stopped, because it may have been destroyed.
 void deliver(const std::shared_ptr<BusConnection>& bus, ZUVModelAccessClient& client,
              const std::future<void>& started) {
     started.wait();
@@ -39,7 +39,7 @@ void deliver(const std::shared_ptr<BusConnection>& bus, ZUVModelAccessClient& cl
     }
 }
 
-// The host's signals are for the host's own threads: a new thread inherits the mask of its creator.
+// Blocks all signals, so that a thread created meanwhile inherits the mask and leaves signals to the host's threads.
 class SignalsBlocked {
 public:
     SignalsBlocked() {
@@ -59,8 +59,8 @@ private:
 
 IZuvModelAccess::~IZuvModelAccess() = default;
 
-// The delivery thread shares the connection: a client that destroys its ZUVModelAccess from inside a callback
-// leaves the thread with a connection to finish on.
+// The delivery thread shares ownership of the connection: when a client destroys its ZUVModelAccess inside a callback,
+// the thread still has a valid connection until it ends.
 struct ZUVModelAccess::Impl {
     ZUVModelAccessClient* client = nullptr;
     std::shared_ptr<BusConnection> bus = std::make_shared<BusConnection>();
@@ -91,7 +91,7 @@ int ZUVModelAccess::start() {
     if (!m_impl->bus->isOpened())
         return -ENOTCONN;
     const SignalsBlocked inDeliveryThread;
-    std::promise<void> started; // a client may destroy this inside its first callback
+    std::promise<void> started; // delivery waits for it: a client may destroy this object in its first callback
     try {
         m_impl->delivery = std::thread(deliver, m_impl->bus, std::ref(*m_impl->client), started.get_future());
     } catch (const std::system_error& error) {

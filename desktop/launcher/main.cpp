@@ -1,8 +1,10 @@
 // zuv-desktop: runs a command with the desktop platform around it.
+#include "bus/topic_message.h"
 #include "launcher/private_bus.h"
 #include "launcher/supervision.h"
 #include "log/desktop_log.h"
 #include "service/scenario/scenario_files.h"
+#include "service/service_options.h"
 
 #include <CLI/CLI.hpp>
 #include <spdlog/spdlog.h>
@@ -45,15 +47,15 @@ int runCommand(const CommandLine& command, const Supervision& supervision) {
     return supervision.untilEndOf(process);
 }
 
-/// The bus starts the service without arguments: what is to be told to it goes by the environment.
+/// Passes the options in the environment, because the bus starts the service without arguments.
 void tellService(const RunOptions& options) {
     if (!options.engine.empty())
-        setenv("ZUV_SERVICE_ENGINE", options.engine.c_str(), 1);
+        setenv(kEngineVariable, options.engine.c_str(), 1);
     if (options.scenario.empty())
         return;
     const std::filesystem::path file = scenarioFile(options.scenario);
-    loadScenario(file); // what is wrong with it is said now, and not when the service is first asked for
-    setenv("ZUV_SERVICE_SCENARIO", file.c_str(), 1);
+    loadScenario(file); // reports errors now instead of when the bus starts the service
+    setenv(kScenarioVariable, file.c_str(), 1);
 }
 
 int listScenarios() {
@@ -68,14 +70,14 @@ int listScenarios() {
 int run(const RunOptions& options) {
     try {
         tellService(options);
-        // Asked before the mounts are unshared: in a chroot, its path is another one afterwards.
+        // Read before the mounts are unshared, which changes the path in a chroot.
         const auto programs = std::filesystem::read_symlink("/proc/self/exe").parent_path();
         if (options.privateShm)
             enterPrivateShm();
         const Supervision supervision;
         const PrivateBus bus(programs);
         spdlog::debug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
-        setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
+        setenv(kBusAddressVariable, bus.address().c_str(), 1);
         return runCommand(options.command, supervision);
     } catch (const std::exception& error) {
         return complain(error, kOwnFailure);
@@ -85,7 +87,7 @@ int run(const RunOptions& options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // What is behind "--" is the command's: CLI11 would take a "[...]" or a second "--" in it apart.
+    // CLI11 gets the arguments before "--" only: it would interpret a "[...]" or a second "--" in the command.
     char** const end = argv + argc;
     char** const separator = std::find(argv, end, std::string_view("--"));
 
@@ -101,7 +103,7 @@ int main(int argc, char** argv) {
         ->add_option("--engine", options.engine,
                      "What plays the service's media: gstreamer, or simulated, which plays whatever exists "
                      "without looking at it")
-        ->check(CLI::IsMember({"gstreamer", "simulated"}));
+        ->check(CLI::IsMember({kGstreamerEngine, kSimulatedEngine}));
     runApp->add_option("--scenario", options.scenario,
                        "Have the service misbehave on purpose: a scenario's file, or the name of one of "
                        "--list-scenarios");

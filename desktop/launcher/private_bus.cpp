@@ -1,5 +1,6 @@
 #include "launcher/private_bus.h"
 
+#include "base/system_error.h"
 #include "bus/topic_message.h"
 
 #include <poll.h>
@@ -10,8 +11,6 @@
 #include <cerrno>
 #include <fstream>
 #include <stdexcept>
-#include <system_error>
-#include <utility>
 
 namespace velmora::desktop {
 namespace {
@@ -20,13 +19,12 @@ namespace fs = std::filesystem;
 
 constexpr int kReadyLimitMilliseconds = 5000;
 
-// - Users: without a rule that admits others, the daemon takes connections of its own user only.
+// - Users: without a rule that admits others, the daemon only accepts connections of its own user.
 // - Policies: without receive_sender nothing arrives, not even the answer to a connection's first call.
-// - service_start_timeout (ms): a program that does not come up is given up while its caller still waits.
-// - max_outgoing_bytes bounds what the daemon keeps for a reader that hangs: beyond it, publications are
-//   dropped for that reader alone. The daemon looks at what it already keeps before it adds a message, so a
-//   message of any length reaches a reader that keeps up. 16 MiB let a burst of a dozen strings of 1 MiB, or
-//   tens of thousands of events, wait for a reader that is only late.
+// - service_start_timeout (ms): the daemon gives up on a program that does not start before its caller gives up.
+// - max_outgoing_bytes limits the queue for a reader that hangs: beyond it, publications are dropped for that reader
+//   only. The daemon compares the queue before it adds a message, so a reader that keeps up receives messages of any
+//   length. 16 MiB let a burst of a dozen strings of 1 MiB, or tens of thousands of events, wait for a slow reader.
 std::string configuration(const fs::path& folder) {
     return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -52,7 +50,7 @@ void writeFile(const fs::path& path, const std::string& text) {
     std::ofstream file(path);
     file << text << std::flush;
     if (!file)
-        throw std::system_error(errno, std::generic_category(), path.string());
+        throw systemError(errno, path.string());
 }
 
 void keepToOwner(const fs::path& path) {
@@ -64,8 +62,8 @@ void writePrivateFile(const fs::path& path, const std::string& text) {
     keepToOwner(path);
 }
 
-// The daemon splits the command line of a service file as a shell does; a link in the folder spares the
-// quoting of whatever the programs' own path is made of.
+// The daemon splits the command line of a service file like a shell. It names a link in the folder, because the path of
+// the program itself might need quoting.
 void makeActivatable(const fs::path& folder, const std::string& name, const fs::path& program) {
     const fs::path link = folder / program.filename();
     fs::create_symlink(fs::absolute(program), link);
@@ -77,12 +75,13 @@ CommandLine daemonCommand(const fs::path& folder, const fs::path& programs, cons
     writePrivateFile(configurationFile, configuration(folder));
     makeActivatable(folder, kServiceName, programs / "zuv-service");
     makeActivatable(folder, kKeeperName, programs / "zuv-keeper");
-    return {"dbus-daemon", "--config-file=" + configurationFile.string(), "--nofork", "--nopidfile",
-            // Its own chatter ("Activating service ...") stays off stderr, which it shares with what it starts.
-            "--syslog-only", "--print-address=" + std::to_string(readiness.get())};
+    return {
+        "dbus-daemon", "--config-file=" + configurationFile.string(), "--nofork", "--nopidfile",
+        // Keeps its own messages ("Activating service ...") off stderr, which it shares with the programs it starts.
+        "--syslog-only", "--print-address=" + std::to_string(readiness.get())};
 }
 
-// The daemon writes its address, a line, when it listens.
+// The daemon writes its address as a line once it listens.
 std::string readAddress(const FileDescriptor& readiness) {
     std::string address;
     while (address.empty() || address.back() != '\n') {
@@ -99,12 +98,12 @@ std::string readAddress(const FileDescriptor& readiness) {
     return address;
 }
 
-// Maps the caller's own user and group onto themselves: D-Bus knows its peers by them.
+// Maps the caller's user and group to themselves, because D-Bus authenticates its peers by them.
 void enterUserNamespace() {
     const std::string user = std::to_string(geteuid());
     const std::string group = std::to_string(getegid());
     if (unshare(CLONE_NEWUSER | CLONE_NEWNS) < 0)
-        throw std::system_error(errno, std::generic_category(), "cannot have a /dev/shm of its own");
+        throw systemError(errno, "cannot have a /dev/shm of its own");
     writeFile("/proc/self/uid_map", user + " " + user + " 1\n");
     writeFile("/proc/self/setgroups", "deny");
     writeFile("/proc/self/gid_map", group + " " + group + " 1\n");
@@ -118,16 +117,16 @@ PrivateBus::PrivateBus(const fs::path& programs, Pipe readiness)
     : m_daemon(daemonCommand(m_folder.path(), programs, readiness.writeEnd), readiness.writeEnd.get()) {
     readiness.writeEnd = FileDescriptor();
     m_address = readAddress(readiness.readEnd);
-    keepToOwner(m_folder.path() / "bus"); // the daemon lets everybody in and relies on the handshake
+    keepToOwner(m_folder.path() / "bus"); // the daemon creates it open to everybody and relies on authentication
 }
 
 void enterPrivateShm() {
     if (unshare(CLONE_NEWNS) < 0)
         enterUserNamespace();
-    // What is mounted from here on stays invisible outside.
+    // Keeps the mounts from here on invisible outside.
     if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) < 0 ||
         mount("tmpfs", "/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777") < 0)
-        throw std::system_error(errno, std::generic_category(), "cannot have a /dev/shm of its own");
+        throw systemError(errno, "cannot have a /dev/shm of its own");
 }
 
 } // namespace velmora::desktop

@@ -1,5 +1,5 @@
-// What keeps a run of the desktop platform apart from everything else on the machine: a bus of its own, and a
-// /dev/shm of its own for the region of fixed name that the service leaves its events in.
+// Isolates a run of the desktop platform from the rest of the machine: with a bus of its own, and a /dev/shm of its own
+// for the service's event region, whose name is fixed.
 #ifndef ZUV_DESKTOP_LAUNCHER_PRIVATE_BUS_H
 #define ZUV_DESKTOP_LAUNCHER_PRIVATE_BUS_H
 
@@ -14,17 +14,17 @@
 
 namespace velmora::desktop {
 
-/// A bus daemon with a socket of its own, any number of them side by side. Its folder (mode 0700), the socket
-/// and the files in it (0600) are the user's alone, and the daemon turns other users away besides. Programs
-/// reach it with DBUS_SESSION_BUS_ADDRESS=address(). The daemon starts the service and the keeper when they
-/// are first asked for, with the environment that the creator of the bus has.
+/// A bus daemon with a socket of its own; any number of them can run at the same time. Only the user has access to its
+/// folder (mode 0700) and to the socket and files in it (0600), and the daemon rejects other users as well. Programs
+/// use the bus with DBUS_SESSION_BUS_ADDRESS=address(). The daemon starts the service and the keeper on demand, with
+/// the environment of the process that created the bus.
 ///
-/// When the object goes, so do the daemon, what the daemon has started, and the temporary folder. The daemon
-/// is killed when the thread that created the object ends, so that not even a killed owner leaves it behind.
+/// The destructor ends the daemon and the programs that it has started, and removes the temporary folder. The daemon is
+/// also killed when the thread that created the object ends, so that it does not survive an owner that is killed.
 class PrivateBus {
 public:
-    /// Returns when the bus takes connections.
-    /// @param programs the folder in which zuv-service and zuv-keeper lie.
+    /// Returns when the bus accepts connections.
+    /// @param programs the folder of zuv-service and zuv-keeper.
     /// @throws std::system_error, std::runtime_error when the bus cannot be started.
     explicit PrivateBus(const std::filesystem::path& programs);
 
@@ -39,9 +39,9 @@ private:
     std::string m_address;
 };
 
-/// Gives the calling process, and what it starts from now on, an empty /dev/shm. Without the right to mount,
-/// the process moves into a user namespace in which it has it, under the user and group it has now. Called
-/// while the process has one thread.
+/// Gives the calling process, and the programs that it starts afterwards, an empty /dev/shm. A process that may not
+/// mount enters a user namespace in which it may, with the same user and group. Called while the process has one
+/// thread.
 /// @throws std::system_error when the machine does not allow it.
 void enterPrivateShm();
 

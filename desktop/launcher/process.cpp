@@ -1,5 +1,6 @@
 #include "launcher/process.h"
 
+#include "base/system_error.h"
 #include "launcher/pipe.h"
 
 #include <fcntl.h>
@@ -10,7 +11,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <system_error>
 #include <thread>
 
 namespace velmora::desktop {
@@ -19,28 +19,24 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kTimeToEnd = 2s;
-constexpr auto kPollInterval = 1ms; // the end of a process group has no event to wait for
+constexpr auto kPollInterval = 1ms; // no event reports the end of a process group
 constexpr int kNothingInherited = -1;
 
 enum class Group { callers, own };
 
-std::system_error systemError(int error, const std::string& what) {
-    return {error, std::generic_category(), what};
-}
-
 std::vector<char*> argumentsOf(const CommandLine& command) {
     std::vector<char*> arguments;
     for (const std::string& argument : command)
-        arguments.push_back(const_cast<char*>(argument.c_str())); // execvp takes them so and changes nothing
+        arguments.push_back(const_cast<char*>(argument.c_str())); // execvp does not change them
     arguments.push_back(nullptr);
     return arguments;
 }
 
-// In the new process, whose parent may have threads: system calls only.
+// Runs in the new process. Makes system calls only, because the parent may have threads.
 [[noreturn]] void becomeProgram(char* const* arguments, pid_t parent, Group group, int inherited, int errorPipe) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent)
-        _exit(1); // the parent ended before it could be watched
+        _exit(1); // the parent has ended before the prctl()
     if (group == Group::own)
         setpgid(0, 0);
     if (inherited != kNothingInherited)
@@ -54,7 +50,7 @@ std::vector<char*> argumentsOf(const CommandLine& command) {
     _exit(1);
 }
 
-// The pipe closes unwritten when the program takes over, and carries the error when it cannot.
+// The pipe is closed without data when the program starts, and carries the error otherwise.
 void awaitProgram(pid_t process, int errorPipe, const std::string& name) {
     int error = 0;
     ssize_t size = 0;

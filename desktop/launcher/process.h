@@ -1,4 +1,4 @@
-// Starting programs such that none of them is left behind.
+// Starts programs that do not outlive this process.
 #ifndef ZUV_DESKTOP_LAUNCHER_PROCESS_H
 #define ZUV_DESKTOP_LAUNCHER_PROCESS_H
 
@@ -12,21 +12,21 @@ namespace velmora::desktop {
 /// A program and its arguments; the program is searched for in PATH.
 using CommandLine = std::vector<std::string>;
 
-/// Starts a program in the caller's process group and returns when it runs. No signal is blocked in it. It is
-/// killed when the calling thread ends, however that comes about.
+/// Starts a program in the caller's process group, with no signal blocked, and returns when it runs. The program is
+/// killed when the calling thread ends, in whatever way.
 /// @return the process, for the caller to wait for.
-/// @throws std::system_error when it cannot be started.
+/// @throws std::system_error when the program cannot be started.
 pid_t startProgram(const CommandLine& command);
 
-/// A program in a process group of its own, together with whatever it starts and leaves in that group. The
-/// calling process becomes the parent of those whose parent ends (a "child subreaper", for good).
+/// A program in a process group of its own, together with the processes that it starts in that group. The calling
+/// process permanently becomes a child subreaper, that is, the parent of processes whose own parent ends.
 class ProcessGroup {
 public:
-    /// As startProgram(); the program inherits `inherited` under the same number.
+    /// Starts the program as startProgram() does.
+    /// @param inherited a file descriptor that the program inherits under the same number.
     ProcessGroup(const CommandLine& command, int inherited);
 
-    /// Asks the program to terminate, gives the others two seconds to notice, kills who is still there, and
-    /// waits for every one of them.
+    /// Sends SIGTERM to the program, gives the whole group two seconds to end, kills the rest of it, and waits for all.
     ~ProcessGroup();
     ProcessGroup(const ProcessGroup&) = delete;
     ProcessGroup& operator=(const ProcessGroup&) = delete;

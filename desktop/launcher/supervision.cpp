@@ -1,5 +1,7 @@
 #include "launcher/supervision.h"
 
+#include "base/system_error.h"
+
 #include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -7,7 +9,6 @@
 #include <cerrno>
 #include <csignal>
 #include <optional>
-#include <system_error>
 
 namespace velmora::desktop {
 namespace {
@@ -34,7 +35,7 @@ std::optional<int> exitStatusOf(pid_t command) {
 
 Supervision::Supervision() : m_signals(openSignals()) {
     if (m_signals.get() < 0)
-        throw std::system_error(errno, std::generic_category(), "signalfd");
+        throw systemError(errno, "signalfd");
 }
 
 int Supervision::untilEndOf(pid_t command) const {

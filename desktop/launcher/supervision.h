@@ -1,3 +1,4 @@
+// Runs a command to its end, on behalf of whoever signals this process.
 #ifndef ZUV_DESKTOP_LAUNCHER_SUPERVISION_H
 #define ZUV_DESKTOP_LAUNCHER_SUPERVISION_H
 
@@ -7,17 +8,17 @@
 
 namespace velmora::desktop {
 
-/// Stands between the signals that this process gets and a command that it runs. While the object lives,
-/// SIGINT, SIGTERM and SIGHUP do not end the process.
+/// Passes the signals that this process receives on to a command that it runs. While the object exists, SIGINT, SIGTERM
+/// and SIGHUP do not end the process.
 class Supervision {
 public:
-    /// Called while the process has one thread, before the command is started.
-    /// @throws std::system_error when signals cannot be received.
+    /// Created while the process has one thread, before the command is started.
+    /// @throws std::system_error
     Supervision();
 
-    /// Waits for `command` to end and passes on to it what asks this process to end. A signal from the
-    /// terminal is not passed on: the terminal gives it to the command itself.
-    /// @return the command's exit status, 128 + n when signal n killed it.
+    /// Waits for `command` to end, and meanwhile passes on SIGINT, SIGTERM and SIGHUP. Signals from the terminal are
+    /// not passed on, because the terminal sends them to the command as well.
+    /// @return the command's exit status, or 128 + n when signal n killed it.
     int untilEndOf(pid_t command) const;
 
 private:

@@ -1,5 +1,7 @@
 #include "launcher/temporary_folder.h"
 
+#include "base/system_error.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <system_error>
@@ -9,7 +11,7 @@ namespace velmora::desktop {
 TemporaryFolder::TemporaryFolder() {
     std::string path = "/tmp/zuv-desktop-XXXXXX";
     if (mkdtemp(path.data()) == nullptr)
-        throw std::system_error(errno, std::generic_category(), path);
+        throw systemError(errno, path);
     m_path = path;
 }
 

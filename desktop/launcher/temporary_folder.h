@@ -1,3 +1,4 @@
+// A folder that is removed when it is no longer needed.
 #ifndef ZUV_DESKTOP_LAUNCHER_TEMPORARY_FOLDER_H
 #define ZUV_DESKTOP_LAUNCHER_TEMPORARY_FOLDER_H
 
@@ -6,11 +7,11 @@
 
 namespace velmora::desktop {
 
-/// A folder of its owner's own (mode 0700) under /tmp, removed with all that is in it. Not under TMPDIR: the
-/// path of a socket in it has to fit 107 bytes.
+/// A folder under /tmp that only its owner can access (mode 0700). The destructor removes it with its content. TMPDIR
+/// is not used, because the path of a socket in the folder must not exceed 107 bytes.
 class TemporaryFolder {
 public:
-    /// @throws std::system_error when it cannot be made.
+    /// @throws std::system_error
     TemporaryFolder();
     ~TemporaryFolder();
     TemporaryFolder(const TemporaryFolder&) = delete;

@@ -11,7 +11,7 @@ namespace {
 
 constexpr uint32_t kLevelBits = 0xFFFFU;
 
-// A format that vsnprintf refuses is put out as it stands, so that the line is not lost.
+// A format that vsnprintf rejects is written unchanged, so that the line is not lost.
 [[gnu::format(printf, 1, 0)]] std::string formatLine(const char* format, va_list arguments) {
     va_list measured;
     va_copy(measured, arguments);

@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* kVariable = "ZUV_LOG_LEVEL";
 
-// Time to the microsecond: a whole round trip over the bus takes about a hundred of them.
+// With microseconds: a round trip over the bus takes about a hundred.
 constexpr const char* kPattern = "[%Y-%m-%d %H:%M:%S.%f] [%n] %v";
 
 constexpr std::array<std::pair<std::string_view, int>, 5> kLimitNames = {{{"off", kLogOff},
@@ -65,8 +65,8 @@ int levelOf(spdlog::level::level_enum level) {
     }
 }
 
-// spdlog counts a failure as more important than a milestone, ZUV_LOG_LEVEL the other way round, so a level
-// of spdlog's own cannot be the limit.
+// The limit is applied here and not with spdlog's levels: for spdlog a failure is more important than a milestone, for
+// ZUV_LOG_LEVEL it is the other way round.
 class LimitedSink final : public spdlog::sinks::stderr_sink_mt {
 public:
     void log(const spdlog::details::log_msg& message) override {
@@ -83,7 +83,7 @@ std::shared_ptr<spdlog::logger> makeLogger() {
     return logger;
 }
 
-// Never destroyed: threads of the host may log until the process is gone.
+// Never destroyed, because threads of the host may log until the process ends.
 const std::shared_ptr<spdlog::logger>& sharedLog() {
     static const auto& logger = *new std::shared_ptr(makeLogger<LimitedSink>());
     return logger;

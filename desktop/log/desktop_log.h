@@ -1,5 +1,5 @@
-// The log of the desktop platform: lines on stderr through spdlog, each with a time stamp and the program's
-// name, as many as the environment variable ZUV_LOG_LEVEL asks for.
+// The log of the desktop platform: lines on stderr, each with a time stamp and the program's name, up to the level in
+// the environment variable ZUV_LOG_LEVEL. Written with spdlog.
 #ifndef ZUV_DESKTOP_LOG_DESKTOP_LOG_H
 #define ZUV_DESKTOP_LOG_DESKTOP_LOG_H
 
@@ -9,9 +9,9 @@
 
 namespace velmora::desktop {
 
-/// Levels of lines, as ZUV_LOG_LEVEL names and counts them: a line is put out when its level is at most the
-/// limit. The platform's own lines take theirs from spdlog's: critical, error and warn are failures, info is
-/// a milestone, debug is progress, trace is a dump.
+/// Levels of lines, as in ZUV_LOG_LEVEL: a line is written when its level is at most the limit. spdlog's levels, which
+/// the platform's own code uses, correspond to them: critical, error and warn to failures, info to milestones, debug to
+/// progress, trace to dump.
 enum LogLevel : int {
     kLogOff = -1,
     kLogMilestones = 1,
@@ -20,22 +20,19 @@ enum LogLevel : int {
     kLogDump = 5000,
 };
 
-/// Understands a value of ZUV_LOG_LEVEL: off, milestones, failures, progress, dump, or a decimal number.
-/// @return false, with `limit` left alone, for anything else.
-bool parseLogLimit(std::string_view text, int& limit);
-
-/// Whether a line of this level is wanted. ZUV_LOG_LEVEL is read once in a process; a value that nobody
-/// understands is complained about on stderr, once, and counts as `failures`, the default.
+/// Whether lines of this level are written. ZUV_LOG_LEVEL (off, milestones, failures, progress, dump or a decimal
+/// number; failures by default) is read once in a process. An invalid value is reported on stderr once, and the default
+/// applies.
 bool isLogged(int level);
 
-/// The logger of the platform's own lines. Any thread, also while the process exits: it is never destroyed.
+/// The logger of the platform's own lines. Any thread, also while the process exits, because it is never destroyed.
 spdlog::logger& desktopLog();
 
-/// Makes desktopLog() the logger of spdlog::info() and its like. For programs only: in a library that other
-/// programs load, spdlog's default logger is the program's.
+/// Makes desktopLog() the logger of spdlog::info() and the like. For programs only: a library leaves spdlog's default
+/// logger to the program that loads it.
 void useDesktopLogAsDefault();
 
-/// Puts `line` out whatever its level; the caller has asked isLogged(). Line ends at its end are dropped.
+/// Writes `line` unconditionally, for callers that have asked isLogged(). Newlines at its end are removed.
 void writeLogLine(std::string_view line);
 
 } // namespace velmora::desktop

@@ -1,7 +1,5 @@
 #include "service/event_publisher.h"
 
-#include "service/scenario/delivery.h"
-
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
@@ -10,37 +8,45 @@
 
 namespace velmora::desktop {
 
-EventPublisher::EventPublisher(sd_event* loop, EventRegion& region, Send send, Scenario scenario, Perform perform)
-    : m_region(region), m_send(std::move(send)), m_player(loop, std::move(scenario),
-                                                          {[this](const Event& answer, const Delivery& delivery) {
-                                                               deliver(answer, delivery);
-                                                               m_lastAnswer = Clock::now();
-                                                           },
-                                                           std::move(perform)}),
-      m_tasks(loop) {
+namespace {
+
+std::vector<std::string> fittedValues(const Event& event) {
+    return toValues(fitted(event, EventRegion::kLongestText));
+}
+
+EventOutput outputOf(const Event& event) {
+    const std::vector<std::string> values = fittedValues(event);
+    return {toJson(values), values};
+}
+
+} // namespace
+
+EventPublisher::EventPublisher(sd_event* loop, EventRegion& region, Send send)
+    : m_region(region), m_send(std::move(send)) {
     sd_event_source* timer = nullptr;
     requireSuccess(sd_event_add_time(loop, &timer, CLOCK_MONOTONIC, 0, 1, onTimer, this), "cannot make a timer");
     m_timer.reset(timer);
     requireSuccess(sd_event_source_set_enabled(timer, SD_EVENT_OFF), "cannot stop a timer");
 }
 
-void EventPublisher::publish(Event event) {
-    m_tasks.post([this, event = std::move(event)] { m_player.play(event); });
+void EventPublisher::publishAnswer(CommandName, Event answer) {
+    logEvent(answer);
+    sendAnswer(outputOf(answer));
 }
 
-void EventPublisher::publishOnBusOnly(Event event) {
-    m_tasks.post([this, event = std::move(event)] {
-        Delivery delivery;
-        delivery.channels = Channels::Bus;
-        deliver(event, delivery);
-    });
+void EventPublisher::publishRefusal(Event refusal) {
+    logEvent(refusal);
+    send({std::nullopt, fittedValues(refusal)});
 }
 
-void EventPublisher::publishLater(Event event, std::weak_ptr<const void> subject) {
-    m_tasks.post([this, event = std::move(event), subject = std::move(subject)] {
-        m_news.push_back({event, subject, Clock::now() + kNewsDelay});
-        setTimer();
-    });
+void EventPublisher::publishNews(Event news, std::weak_ptr<const void> subject) {
+    m_news.push_back({std::move(news), std::move(subject), Clock::now() + kNewsDelay});
+    setTimer();
+}
+
+void EventPublisher::sendAnswer(const EventOutput& output) {
+    send(output);
+    m_lastAnswer = Clock::now();
 }
 
 int EventPublisher::onTimer(sd_event_source*, uint64_t, void* publisher) {
@@ -50,10 +56,13 @@ int EventPublisher::onTimer(sd_event_source*, uint64_t, void* publisher) {
 
 void EventPublisher::publishDueNews() {
     const Clock::time_point now = Clock::now();
-    while (!m_news.empty() && std::max(m_news.front().due, m_lastAnswer + kAnswerHold) <= now) {
-        if (!m_news.front().subject.expired())
-            deliver(m_news.front().event, {});
+    while (!m_news.empty() && nextNewsTime() <= now) {
+        const News news = std::move(m_news.front());
         m_news.pop_front();
+        if (news.subject.expired())
+            continue;
+        logEvent(news.event);
+        send(outputOf(news.event));
     }
     setTimer();
 }
@@ -61,34 +70,31 @@ void EventPublisher::publishDueNews() {
 void EventPublisher::setTimer() {
     if (m_news.empty())
         return;
-    const Clock::duration wait = std::max(m_news.front().due, m_lastAnswer + kAnswerHold) - Clock::now();
-    const auto microseconds = std::chrono::ceil<std::chrono::microseconds>(std::max(wait, Clock::duration::zero()));
+    const Clock::duration wait = std::max(nextNewsTime() - Clock::now(), Clock::duration::zero());
+    const auto microseconds = std::chrono::ceil<std::chrono::microseconds>(wait);
     sd_event_source_set_time_relative(m_timer.get(), static_cast<uint64_t>(microseconds.count()));
     sd_event_source_set_enabled(m_timer.get(), SD_EVENT_ONESHOT);
 }
 
-void EventPublisher::deliver(const Event& event, const Delivery& delivery) {
-    const std::vector<std::string> values = deliveredValues(toValues(fitted(event, EventRegion::kSize - 1)), delivery);
-    spdlog::log(event.code == ResultCode::Ok ? spdlog::level::debug : spdlog::level::warn,
-                "event name={} code={} session={:?} object={:?} kind={:?} detail={:?}", event.name,
-                static_cast<int>(event.code), event.session, event.objectId, event.kind, event.detail);
-    for (int i = 0; i < delivery.times; ++i) {
-        if (delivery.channels != Channels::Bus)
-            writeRegion(values, delivery.form);
-        if (delivery.channels != Channels::Memory)
-            m_send(values);
-    }
+EventPublisher::Clock::time_point EventPublisher::nextNewsTime() const {
+    return std::max(m_news.front().due, m_lastAnswer + kAnswerHold);
 }
 
-void EventPublisher::writeRegion(const std::vector<std::string>& values, MemoryForm form) {
-    const std::string text = memoryText(values, form, EventRegion::kSize);
+void EventPublisher::send(const EventOutput& output) {
+    if (output.memory)
+        writeRegion(*output.memory);
+    if (output.bus)
+        m_send(*output.bus);
+}
+
+void EventPublisher::writeRegion(const std::string& text) {
     try {
         if (text.size() == EventRegion::kSize)
             m_region.fill(text);
         else
             m_region.write(text);
     } catch (const std::exception& error) {
-        spdlog::error("event not in shared memory: {}", error.what()); // the bus still brings it
+        spdlog::error("event not in shared memory: {}", error.what()); // the bus still carries it
     }
 }
 

@@ -1,3 +1,4 @@
+// The interface through which the parts of the service publish events.
 #ifndef ZUV_DESKTOP_SERVICE_EVENT_SINK_H
 #define ZUV_DESKTOP_SERVICE_EVENT_SINK_H
 
@@ -7,20 +8,21 @@
 
 namespace velmora::desktop {
 
-/// Where events go. Any thread; never blocks; events keep their order.
+/// Takes events to publish. Never blocks; events keep their order. Each class says on which threads it may be called.
 class EventSink {
 public:
     virtual ~EventSink() = default;
 
-    virtual void publish(Event event) = 0;
+    /// Publishes the answer to a command.
+    virtual void publishAnswer(CommandName command, Event answer) = 0;
 
-    /// For what must not replace the answer in shared memory for which a client still polls, and cannot wait.
-    virtual void publishOnBusOnly(Event event) = 0;
+    /// Publishes the refusal of a list that is not a command: on the bus only, where it does not replace the answer in
+    /// shared memory that a client may be polling for.
+    virtual void publishRefusal(Event refusal) = 0;
 
-    /// For news that can wait, so that it does not replace an answer in shared memory for which a client
-    /// still polls.
-    /// @param subject what the news is about; when it is gone before its turn, so is the news.
-    virtual void publishLater(Event event, std::weak_ptr<const void> subject) = 0;
+    /// Publishes news, delayed so that it does not replace an answer in shared memory that a client may be polling for.
+    /// @param subject what the news is about. News whose subject no longer exists when its time comes is dropped.
+    virtual void publishNews(Event news, std::weak_ptr<const void> subject) = 0;
 };
 
 } // namespace velmora::desktop

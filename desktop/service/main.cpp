@@ -1,26 +1,30 @@
 // zuv-service: plays the media of the bus's clients.
 //
 // THREADS
-//   The main thread runs the event loop: it reads commands, answers pings, looks after the objects
-//   (MediaService) and writes every event (EventPublisher). It never waits for media, HTTP or another
-//   process. Each object with work to do has a thread of its own (MediaObject), which opens, seeks and ends
-//   its pipelines; one more ends the objects of clients that left. GStreamer's threads decode, and report to
-//   the object's thread through the pipeline's message queue. The HTTP server has one thread for all readers
-//   and all foreign servers (MediaServer); the objects' threads share the map of what is served with it,
-//   under its mutex. From any thread to the loop: EventSink, by way of
-//   LoopTasks. From the loop to an object: Worker::post().
+//   The main thread runs the event loop. It receives commands, answers pings, manages the objects (MediaService) and
+//   publishes every event (EventPublisher, with a scenario behind a ScenarioPlayer). It never waits for media, HTTP or
+//   another process.
+//   Each object that has received a command has a thread (MediaObject), which opens, seeks and ends its media. One more
+//   thread (MediaService) destroys the objects of clients that have left.
+//   GStreamer's threads decode, and report to the object's thread through the pipeline's message queue.
+//   The HTTP server has one thread for all readers and all upstream servers (MediaServer).
+//   Objects reach the loop through EventQueue, and the loop reaches an object through Worker::post().
 // LOCKS
-//   None is held while another is taken, nor while an event is handled or media are worked on.
+//   LoopTasks and Worker each guard their queue with a mutex, and MediaServer the set of served media. No two are held
+//   at the same time, and none while a task runs. Everything else belongs to one thread, as its class says.
 #include "bus/topic_message.h"
 #include "log/desktop_log.h"
 #include "service/event_publisher.h"
+#include "service/event_queue.h"
 #include "service/http/media_server.h"
 #include "service/ipc/service_bus.h"
 #include "service/media/gstreamer_engine.h"
 #include "service/media/simulated_engine.h"
 #include "service/media_service.h"
 #include "service/scenario/scenario_files.h"
+#include "service/scenario/scenario_player.h"
 #include "service/scenario/service_action.h"
+#include "service/service_options.h"
 
 #include <CLI/CLI.hpp>
 #include <gst/gst.h>
@@ -32,35 +36,33 @@
 #include <cstdlib>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace {
 
 using namespace velmora::desktop;
 
-constexpr const char* kGstreamer = "gstreamer";
-constexpr const char* kSimulated = "simulated";
-constexpr const char* kScenarioVariable = "ZUV_SERVICE_SCENARIO";
-
 struct ServiceOptions {
-    std::string engine = kGstreamer;
+    std::string engine = kGstreamerEngine;
     double openTimeout = 5;
     std::string scenario;
     bool listScenarios = false;
 };
 
-/// Signals that end the service arrive in the event loop. Before any thread begins: each inherits the mask.
+/// Leaves the signals that end the service to the event loop. Called before any thread starts, because threads inherit
+/// the mask.
 void blockSignals() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    std::signal(SIGPIPE, SIG_IGN); // an HTTP reader that left is no reason to end
+    std::signal(SIGPIPE, SIG_IGN); // writing to an HTTP reader that has left must not end the process
 }
 
-/// A reader takes two of the files that the process may have open, and may pause for as long as it likes. The limit that a
-/// shell sets is for programs that call select(), which this one does not.
+/// Raises the limit of open files to the maximum: each reader needs two, and may pause for any length of time. The
+/// lower default is for programs that call select(), which this one does not.
 void allowManyReaders() {
     rlimit files{};
     getrlimit(RLIMIT_NOFILE, &files);
@@ -68,43 +70,52 @@ void allowManyReaders() {
     setrlimit(RLIMIT_NOFILE, &files);
 }
 
-EventLoop makeLoop() {
-    sd_event* loop = nullptr;
-    requireSuccess(sd_event_new(&loop), "cannot make an event loop");
-    EventLoop owned(loop);
-    // Without a handler, the signal ends the loop.
-    requireSuccess(sd_event_add_signal(loop, nullptr, SIGTERM, nullptr, nullptr), "cannot watch SIGTERM");
-    requireSuccess(sd_event_add_signal(loop, nullptr, SIGINT, nullptr, nullptr), "cannot watch SIGINT");
-    return owned;
+/// A loop that ends on SIGTERM and SIGINT, which is what sd-event does for a signal without a handler.
+EventLoop makeSignalledLoop() {
+    EventLoop loop = makeEventLoop();
+    requireSuccess(sd_event_add_signal(loop.get(), nullptr, SIGTERM, nullptr, nullptr), "cannot watch SIGTERM");
+    requireSuccess(sd_event_add_signal(loop.get(), nullptr, SIGINT, nullptr, nullptr), "cannot watch SIGINT");
+    return loop;
 }
 
 std::unique_ptr<MediaEngine> makeEngine(const ServiceOptions& options) {
-    if (options.engine == kSimulated)
+    if (options.engine == kSimulatedEngine)
         return std::make_unique<SimulatedEngine>();
     gst_init(nullptr, nullptr);
     const std::chrono::milliseconds openTimeout(static_cast<long>(options.openTimeout * 1000));
     return std::make_unique<GstreamerEngine>(openTimeout);
 }
 
-/// @return when SIGTERM or SIGINT arrives or the bus goes away; the media have ended then.
+std::optional<Scenario> chosenScenario(const ServiceOptions& options) {
+    if (options.scenario.empty())
+        return std::nullopt;
+    return loadScenario(scenarioFile(options.scenario));
+}
+
+std::unique_ptr<ScenarioPlayer> makePlayer(const Scenario& scenario, sd_event* loop, EventPublisher& publisher,
+                                           ServiceBus& bus, EventRegion& region) {
+    if (scenario.once)
+        bus.setActivationVariable(kScenarioVariable, "");
+    return std::make_unique<ScenarioPlayer>(loop, scenario, publisher, [&bus, &region](ServiceAction action) {
+        bus.flush(); // an action can end the process: the earlier events are sent before
+        perform(action, region);
+    });
+}
+
+/// Returns when SIGTERM or SIGINT arrives or the bus connection is lost, after the media have ended.
 void serve(const ServiceOptions& options) {
-    const Scenario scenario = options.scenario.empty() ? Scenario{} : loadScenario(scenarioFile(options.scenario));
+    const std::optional<Scenario> scenario = chosenScenario(options);
     EventRegion region("/ZUV_PROXY");
     MediaServer server;
     const std::unique_ptr<MediaEngine> engine = makeEngine(options);
-    // From here on in this order, so that at the end the media go first, then the name on the bus, and the
-    // server last.
-    const EventLoop loop = makeLoop();
+    // The order matters at the end: first the media end, then the name on the bus is released, and the server ends
+    // last.
+    const EventLoop loop = makeSignalledLoop();
     ServiceBus bus(loop.get());
-    if (scenario.once)
-        bus.setActivationVariable(kScenarioVariable, "");
-    EventPublisher publisher(
-        loop.get(), region, [&bus](const auto& values) { bus.sendEvent(values); }, scenario,
-        [&bus, &region](ServiceAction action) {
-            bus.flush(); // what came before has gone
-            perform(action, region);
-        });
-    MediaService service({*engine, server, publisher});
+    EventPublisher publisher(loop.get(), region, [&bus](const auto& values) { bus.sendEvent(values); });
+    const auto player = scenario ? makePlayer(*scenario, loop.get(), publisher, bus, region) : nullptr;
+    EventQueue events(loop.get(), player ? static_cast<EventSink&>(*player) : publisher);
+    MediaService service({*engine, server, events});
     bus.serve({[&service](const auto& values, const auto& client) { service.onCommand(values, client); },
                [&service](const auto& client) { service.onClientLeft(client); }});
     spdlog::info("ready name={} engine={} scenario={:?}", kServiceName, options.engine, options.scenario);
@@ -121,8 +132,8 @@ int main(int argc, char** argv) {
     app.add_option("--engine", options.engine,
                    "What plays the media: gstreamer, or simulated, which plays whatever exists without "
                    "looking at it")
-        ->envname("ZUV_SERVICE_ENGINE")
-        ->check(CLI::IsMember({kGstreamer, kSimulated}))
+        ->envname(kEngineVariable)
+        ->check(CLI::IsMember({kGstreamerEngine, kSimulatedEngine}))
         ->capture_default_str();
     app.add_option("--open-timeout", options.openTimeout,
                    "Seconds after which a medium that is not ready counts as unplayable")

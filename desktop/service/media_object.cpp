@@ -19,8 +19,8 @@ struct MediaObject::StartedMedium {
     MediaLocation location;
     std::unique_ptr<MediaPlayback> playback;
     std::list<ServedMedium> served;          ///< the medium itself, then its other qualities
-    std::string definitions;                 ///< empty until they are first asked for
-    std::optional<std::string> preloadedUrl; ///< as it was given; none once it is started
+    std::string definitions;                 ///< empty until they are first needed
+    std::optional<std::string> preloadedUrl; ///< as the client gave it; without a value once started
 };
 
 MediaObject::MediaObject(std::string id, const MediaServices& services) : m_id(std::move(id)), m_services(services) {}
@@ -35,7 +35,7 @@ void MediaObject::execute(const Command& command, const std::stop_token& stop) {
     try {
         carryOut(command, stop);
     } catch (const std::exception& failure) {
-        m_services.events.publish(failureOf(command, failure));
+        m_services.events.publishAnswer(command.name, failureOf(command, failure));
     }
 }
 
@@ -60,15 +60,15 @@ void MediaObject::start(const Command& command, const std::stop_token& stop) {
     Event answer = answerTo(command);
     answer.localUrl = medium->url();
     spdlog::info("started object={} kind={} url={:?} local={}", m_id, command.kind, command.url, answer.localUrl);
-    // Clients take every definitions text for the main video's.
+    // Clients apply every definitions text to the main video.
     if (mediaKind(command.kind) == MediaKind::Advertisement)
-        return m_services.events.publish(answer);
+        return m_services.events.publishAnswer(command.name, answer);
     const Event news = definitionsOf(*medium, command.kind);
-    m_services.events.publish(answer);
-    m_services.events.publishLater(news, medium);
+    m_services.events.publishAnswer(command.name, answer);
+    m_services.events.publishNews(news, medium);
 }
 
-/// The pipeline of what was started before ends at once.
+/// Ends the previous pipeline at once.
 void MediaObject::replace(std::shared_ptr<StartedMedium>& medium, std::shared_ptr<StartedMedium> next) {
     m_replaced = medium ? std::move(medium->served) : std::list<ServedMedium>();
     medium = std::move(next);
@@ -79,28 +79,28 @@ void MediaObject::stop(const Command& command) {
     slot(command).reset();
     m_replaced.clear();
     spdlog::info("stopped object={} kind={}", m_id, command.kind);
-    m_services.events.publish(answerTo(command));
+    m_services.events.publishAnswer(command.name, answerTo(command));
 }
 
 void MediaObject::seek(const Command& command, const std::stop_token& stop) {
     const double position = positionSeconds(command.position);
     started(command).playback->seek(position, stop);
     m_replaced.clear();
-    m_services.events.publish(answerTo(command));
+    m_services.events.publishAnswer(command.name, answerTo(command));
 }
 
 Event MediaObject::definitionsOf(StartedMedium& medium, const std::string& kind) {
     if (medium.definitions.empty())
         medium.definitions = definitionsText(serveQualities(medium));
     Event news;
-    news.name = "definition";
+    news.name = kDefinitionEvent;
     news.objectId = m_id;
     news.definitions = medium.definitions;
     news.kind = kind;
     return news;
 }
 
-/// The other qualities are served for as long as the medium is.
+/// Serves the other qualities for as long as the medium itself.
 std::vector<Definition> MediaObject::serveQualities(StartedMedium& medium) {
     std::vector<Definition> definitions;
     for (const QualityFile& quality : qualityFiles(medium.location.file)) {
@@ -114,7 +114,7 @@ std::vector<Definition> MediaObject::serveQualities(StartedMedium& medium) {
 }
 
 std::shared_ptr<MediaObject::StartedMedium>& MediaObject::slot(const Command& command) {
-    return m_media.at(static_cast<std::size_t>(mediaKind(command.kind)));
+    return m_media[mediaKind(command.kind)];
 }
 
 MediaObject::StartedMedium& MediaObject::started(const Command& command) {

@@ -1,3 +1,4 @@
+// The object that a client plays its media with.
 #ifndef ZUV_DESKTOP_SERVICE_MEDIA_OBJECT_H
 #define ZUV_DESKTOP_SERVICE_MEDIA_OBJECT_H
 
@@ -8,40 +9,39 @@
 #include "service/media/media_engine.h"
 #include "service/protocol/command.h"
 
-#include <array>
 #include <list>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace velmora::desktop {
 
-/// What media objects need to do their work. All of it outlives them.
+/// The parts of the service that media objects use. They outlive the objects.
 struct MediaServices {
     MediaEngine& engine;
     MediaServer& server;
-    EventSink& events;
+    EventSink& events; ///< called on any thread
 };
 
 /// A client's media object: a main video and an advertisement, each idle or started.
 ///
-/// Commands are carried out on a thread of the object's own, one after the other; one that fails changes
-/// nothing. A start of the URL that was preloaded last goes on with what the preload opened; any other replaces what is
-/// started already. A medium that plays to its end stays started, ready for
-/// a seek, until it is stopped or replaced. What was replaced is served until the next command succeeds: a page may still
-/// read it.
+/// Commands are carried out one after the other on the object's own thread; one that fails changes nothing. A start of
+/// the URL that was preloaded last continues with the medium that the preload opened; any other start replaces the
+/// started medium. A medium that plays to its end stays started, ready for a seek, until it is stopped or replaced. A
+/// replaced medium is served until the next command succeeds, because a page may still be reading it.
 class MediaObject {
 public:
     MediaObject(std::string id, const MediaServices& services);
-    /// Drops the commands that wait, interrupts the one that is carried out, and ends the media. Can block
-    /// while a pipeline ends.
+    /// Drops the waiting commands, interrupts the current one and ends the media. Can block while a pipeline ends.
     ~MediaObject();
     MediaObject(const MediaObject&) = delete;
     MediaObject& operator=(const MediaObject&) = delete;
 
     const std::string& id() const { return m_id; }
 
-    /// Has the command carried out and answered; start, stop, seek or preload. Never blocks. Any thread.
+    /// Carries out and answers a start, stop, seek or preload command, later and on another thread. Never blocks. Any
+    /// thread.
     void post(Command command);
 
 private:
@@ -60,9 +60,9 @@ private:
 
     const std::string m_id;
     const MediaServices m_services;
-    std::array<std::shared_ptr<StartedMedium>, 2> m_media; ///< by MediaKind; the worker's alone
-    std::list<ServedMedium> m_replaced;                    ///< by the command before; the worker's alone
-    Worker m_worker;                                       ///< last: ends before what it uses does
+    std::map<MediaKind, std::shared_ptr<StartedMedium>> m_media; ///< used by the worker only
+    std::list<ServedMedium> m_replaced; ///< by the latest successful command; used by the worker only
+    Worker m_worker;                    ///< last, so that it ends before what it uses
 };
 
 } // namespace velmora::desktop

@@ -15,7 +15,7 @@ void MediaService::onCommand(const std::vector<std::string>& values, const std::
     try {
         carryOut(decodeCommand(values), client);
     } catch (const CommandFailure& failure) {
-        m_services.events.publishOnBusOnly(refusalOf(values, failure));
+        m_services.events.publishRefusal(refusalOf(values, failure));
     }
 }
 
@@ -40,7 +40,7 @@ void MediaService::carryOut(const Command& command, const std::string& client) {
         else
             forward(command);
     } catch (const std::exception& failure) {
-        m_services.events.publish(failureOf(command, failure));
+        m_services.events.publishAnswer(command.name, failureOf(command, failure));
     }
 }
 
@@ -49,13 +49,13 @@ void MediaService::create(const Command& command, const std::string& client) {
         throw CommandFailure(ResultCode::BadCommand, "A create command needs a session identifier");
     Event answer = answerTo(command);
     answer.objectId = entryFor(command, client).object->id();
-    m_services.events.publish(answer);
+    m_services.events.publishAnswer(command.name, answer);
 }
 
 void MediaService::inspect(const Command& command) {
     Event answer = answerTo(command);
     answer.detail = fmt::format("objects={}", m_objects.size());
-    m_services.events.publish(answer);
+    m_services.events.publishAnswer(command.name, answer);
 }
 
 void MediaService::forward(const Command& command) {
@@ -65,11 +65,11 @@ void MediaService::forward(const Command& command) {
     entry->second.object->post(command);
 }
 
-/// A client that creates synchronously sends the same command twice, and means one object.
+/// A client that creates synchronously sends the same command twice but expects one object.
 MediaService::Entry& MediaService::entryFor(const Command& create, const std::string& client) {
     if (Entry* known = findSession(create.session))
         return *known;
-    // Random, so that an identifier from before a restart never names a new object.
+    // Random, so that an identifier from before a restart of the service never matches a new object.
     auto object = std::make_shared<MediaObject>("obj-" + randomToken(), m_services);
     spdlog::info("object created id={} client={} session={:?}", object->id(), client, create.session);
     const std::string id = object->id();

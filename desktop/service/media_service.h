@@ -1,3 +1,4 @@
+// The objects of all clients.
 #ifndef ZUV_DESKTOP_SERVICE_MEDIA_SERVICE_H
 #define ZUV_DESKTOP_SERVICE_MEDIA_SERVICE_H
 
@@ -10,14 +11,14 @@
 
 namespace velmora::desktop {
 
-/// The objects of all clients, and the way of a command to its object. One thread, which never waits for
+/// Creates and ends the objects of all clients, and hands each command to its object. One thread, which never waits for
 /// media.
 class MediaService {
 public:
     explicit MediaService(const MediaServices& services);
 
-    /// @param values as they came; whatever they are, they do no harm.
-    /// @param client the sender's name on the bus; objects that it creates end when it leaves.
+    /// @param values a command, or any other list, which is refused.
+    /// @param client the sender's name on the bus; the objects that it creates end when it leaves the bus.
     void onCommand(const std::vector<std::string>& values, const std::string& client);
 
     void onClientLeft(const std::string& client);
@@ -38,7 +39,7 @@ private:
 
     const MediaServices m_services;
     std::map<std::string, Entry> m_objects; ///< by object identifier
-    Worker m_disposer;                      ///< ends objects, which can take long
+    Worker m_disposer;                      ///< destroys objects, which can take long
 };
 
 } // namespace velmora::desktop

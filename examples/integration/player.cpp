@@ -1,5 +1,5 @@
-// sample-player: starts a medium and prints the local URL under which its bytes can be fetched. In asynchronous
-// mode: commands return at once, and what became of them arrives by callback.
+// sample-player: starts a medium and prints the local URL under which its bytes can be fetched. It uses asynchronous
+// mode: commands return at once, and callbacks report their results.
 #include <zuv_media_proxy.h>
 
 #include <chrono>
@@ -16,56 +16,56 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A medium that cannot be played brings no callback at all, only a line in the log.
+// If a medium cannot be played there is no callback, only a line in the log.
 constexpr std::chrono::seconds kPatience{5};
 
-struct News {
+struct Notification {
     std::string proxyId;
     std::string changed;
     std::string value;
 };
 
-/// The way out of a callback, which runs on a thread of the bus and with its proxy's lock held: it leaves its
-/// news here and returns. The player's own thread takes it, and may call everything then.
-class Mailbox {
+/// Hands notifications from the callbacks to the player's thread. A callback runs on a thread of the bus and with its
+/// proxy's lock held, so it only puts its notification here and returns. The player's thread may call everything.
+class NotificationQueue {
 public:
-    void put(News news) {
+    void put(Notification notification) {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_news.push_back(std::move(news));
+        m_notifications.push_back(std::move(notification));
         m_arrived.notify_one();
     }
 
-    /// The oldest news, waited for until `deadline`.
-    std::optional<News> take(Clock::time_point deadline) {
+    /// Takes the oldest notification; waits for one until `deadline`.
+    std::optional<Notification> take(Clock::time_point deadline) {
         std::unique_lock<std::mutex> lock(m_mutex);
-        if (!m_arrived.wait_until(lock, deadline, [this] { return !m_news.empty(); }))
+        if (!m_arrived.wait_until(lock, deadline, [this] { return !m_notifications.empty(); }))
             return std::nullopt;
-        News news = std::move(m_news.front());
-        m_news.pop_front();
-        return news;
+        Notification notification = std::move(m_notifications.front());
+        m_notifications.pop_front();
+        return notification;
     }
 
 private:
-    std::mutex m_mutex; // guards m_news
+    std::mutex m_mutex; // guards m_notifications
     std::condition_variable m_arrived;
-    std::deque<News> m_news;
+    std::deque<Notification> m_notifications;
 };
 
-/// Never destroyed: a callback may come until the process has ended.
-Mailbox& mailbox() {
-    static auto* const instance = new Mailbox;
+/// Never destroyed, because callbacks may run until the process has ended.
+NotificationQueue& notifications() {
+    static auto* const instance = new NotificationQueue;
     return *instance;
 }
 
-void onMainVideoNews(std::string proxyId, std::string changed, std::string value) {
-    mailbox().put({std::move(proxyId), std::move(changed), std::move(value)});
+void onMainVideoChanged(std::string proxyId, std::string changed, std::string value) {
+    notifications().put({std::move(proxyId), std::move(changed), std::move(value)});
 }
 
 std::optional<std::string> awaitLocalUrl(const std::string& proxyId) {
     const auto deadline = Clock::now() + kPatience;
-    while (const auto news = mailbox().take(deadline)) {
-        if (news->proxyId == proxyId && news->changed == "url")
-            return news->value;
+    while (const auto notification = notifications().take(deadline)) {
+        if (notification->proxyId == proxyId && notification->changed == "url")
+            return notification->value;
     }
     return std::nullopt;
 }
@@ -80,11 +80,11 @@ int fail(const char* reason) {
 int main(int argc, char** argv) {
     if (argc != 2)
         return fail("usage: sample-player FILE");
-    // The service is another process with another working folder.
+    // The service is another process with its own working directory.
     const std::string medium = std::filesystem::absolute(argv[1]).string();
 
     auto* const manager = requestZUVMediaProxy();
-    manager->setZUVCallback(onMainVideoNews);
+    manager->setZUVCallback(onMainVideoChanged);
     const auto proxy = manager->createNewZUVMediaProxy();
     if (!proxy || proxy->id().empty())
         return fail("the media service does not answer; is there a bus?");
@@ -94,7 +94,7 @@ int main(int argc, char** argv) {
     if (!url)
         return fail("the medium was not started; the log says why");
     std::puts(url->c_str());
-    // Here a player fetches the URL and shows what it gets.
+    // A real player now fetches the URL and shows the video.
     proxy->stop();
     return 0;
 }

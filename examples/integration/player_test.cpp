@@ -1,5 +1,6 @@
-// sample-player-test PLAYER MEDIUM: runs the player, listens to the bus meanwhile, and compares what the player prints
-// with what the media service announced. Any program on the bus can listen: events go out to everybody.
+// sample-player-test PLAYER MEDIUM: runs the player while it listens on the bus, and compares what the player prints
+// with what the media service announced. Any program on the bus can listen, because every connection receives every
+// event.
 #include <zuv_model_access.h>
 
 #include <chrono>
@@ -32,7 +33,7 @@ public:
         m_arrived.notify_one();
     }
 
-    /// The local URL of what was started last.
+    /// Waits for a start; returns the local URL of the medium that was started last, if there was one in time.
     std::optional<std::string> awaitUrl() {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_arrived.wait_for(lock, kPatience, [this] { return m_url.has_value(); });
@@ -71,7 +72,7 @@ int fail(const std::string& reason) {
 int main(int argc, char** argv) {
     if (argc != 3)
         return fail("usage: sample-player-test PLAYER MEDIUM");
-    StartRecord record; // outlives the connection that delivers to it
+    StartRecord record; // declared first: it must outlive the connection that delivers to it
     velmora::ZUVModelAccess bus(&record);
     if (bus.initialize() < 0 || bus.start() < 0)
         return fail("there is no bus");

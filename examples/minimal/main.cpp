@@ -5,8 +5,8 @@
 
 #include <cstdio>
 
-static void onNews(std::string id, std::string changed,
-                   std::string value) { // a callback hands on and returns
+// Runs on a thread of the library's bus connection: it must return soon, and must not call the proxy.
+static void onChanged(std::string id, std::string changed, std::string value) {
     std::printf("%s: %s %s\n", id.c_str(), changed.c_str(), value.c_str());
 }
 
@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
         return 1;
     auto request = reinterpret_cast<decltype(&requestZUVMediaProxy)>(dlsym(library, "requestZUVMediaProxy"));
     auto* manager = request();
-    manager->setZUVCallback(onNews);
+    manager->setZUVCallback(onChanged);
     auto proxy = manager->createNewZUVMediaProxy();
     proxy->start(argv[1], 1);
     sleep(2);

@@ -1,6 +1,6 @@
-// What the conformance suite must know of this platform. No part of the platform's library: the suite compiles
-// it, as its ZUV_PLATFORM_DESCRIPTION.
-#include "platform_under_test.h"
+// Describes this platform to the conformance suite, which compiles this file as its ZUV_PLATFORM_DESCRIPTION. It is not
+// part of the platform's library.
+#include "platform/platform_under_test.h"
 
 namespace velmora::platform_test {
 

@@ -15,7 +15,7 @@ int cspDebugCheckLevelGetFrameAndChunk(const CspDebugLevel* descriptor) {
     return (descriptor->words[0] & kLevelBits) <= kHighestLevel ? 1 : 0;
 }
 
-// One call for one line: stdio keeps the lines of several threads apart.
+// One stdio call for each line, so that lines of several threads do not mix.
 void cspDebugOutput0(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);

@@ -30,7 +30,7 @@ void Inbox::close() {
     m_changed.notify_one();
 }
 
-// Never destroyed: connections may live until the process has ended.
+// Never destroyed, because connections may exist until the process has ended.
 InProcessBus& InProcessBus::instance() {
     static auto* const bus = new InProcessBus;
     return *bus;

@@ -1,3 +1,4 @@
+// A bus within one process: keeps the current value of each topic, and hands events to the connections.
 #ifndef ZUV_EXAMPLES_PLATFORM_IN_PROCESS_BUS_H
 #define ZUV_EXAMPLES_PLATFORM_IN_PROCESS_BUS_H
 
@@ -12,13 +13,12 @@
 
 using Values = std::vector<std::string>;
 
-/// The events that wait for one connection. Shared by the bus, the connection and its delivery thread;
-/// whoever needs it last keeps it alive.
+/// The queue of events for one connection. The bus, the connection and its delivery thread share ownership of it.
 class Inbox {
 public:
     void put(const Values& event);
 
-    /// Waits for the next event. None once the inbox is closed, whatever is still in it.
+    /// Waits for the next event. Returns none once the inbox is closed, even if events are left in it.
     std::optional<Values> take();
     void close();
 
@@ -29,8 +29,8 @@ private:
     bool m_closed = false;
 };
 
-/// The bus: what each topic last carried, and who gets what is published on the event topic. No operation
-/// waits for a client.
+/// The bus: the current value of each topic, and an inbox for each connection that receives events. No operation waits
+/// for a client.
 class InProcessBus {
 public:
     static InProcessBus& instance();
@@ -42,7 +42,7 @@ public:
     void publish(const std::string& topic, const Values& values);
 
 private:
-    // Guards everything below, and is held while an event goes into the inboxes: they all have one order.
+    // Guards everything below. Held while an event is put into the inboxes, so that all have the same order of events.
     std::mutex m_mutex;
     std::map<std::string, Values> m_values;
     std::vector<std::shared_ptr<Inbox>> m_inboxes;

@@ -12,7 +12,7 @@
 namespace velmora {
 namespace {
 
-// The application's signals are for its own threads: a new thread inherits the mask of its creator.
+// Blocks all signals, so that the application's handlers run on its own threads: a new thread inherits this mask.
 class SignalsBlocked {
 public:
     SignalsBlocked() {
@@ -35,7 +35,7 @@ void deliver(Inbox& inbox, ZUVModelAccessClient& client) {
 
 } // namespace
 
-// Every platform's library has to define it: the class's vtable goes with it.
+// Every platform's library has to define it, because the vtable of the class is emitted with it.
 IZuvModelAccess::~IZuvModelAccess() = default;
 
 struct ZUVModelAccess::Impl {
@@ -46,8 +46,8 @@ struct ZUVModelAccess::Impl {
 
 ZUVModelAccess::ZUVModelAccess(ZUVModelAccessClient* client) : m_impl(new Impl{.client = client}) {}
 
-// Called from inside a callback, it leaves the delivery thread to finish on the inbox, which the thread
-// shares.
+// When called from inside a callback, the delivery thread finishes after this returns. It shares ownership of the
+// inbox.
 ZUVModelAccess::~ZUVModelAccess() {
     InProcessBus::instance().remove(m_impl->inbox);
     m_impl->inbox->close();
@@ -57,7 +57,7 @@ ZUVModelAccess::~ZUVModelAccess() {
         m_impl->delivery.join();
 }
 
-// The bus is the process itself: nothing to connect to.
+// The bus is in the process itself, so there is nothing to connect to.
 int ZUVModelAccess::initialize() {
     return 0;
 }
@@ -73,7 +73,7 @@ int ZUVModelAccess::start() {
     return 0;
 }
 
-// There is no process that could be started; whoever plays the service is in this one.
+// There is no process to start: the service is part of this process.
 int ZUVModelAccess::startService() {
     return -ENOSYS;
 }

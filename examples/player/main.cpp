@@ -13,7 +13,7 @@
 
 namespace {
 
-/// The service is another process with another working folder: it needs absolute paths.
+/// Makes a path absolute, because the service is another process with its own working directory.
 std::string resolveMedium(const std::string& medium) {
     if (medium.rfind("http://", 0) == 0)
         return medium;

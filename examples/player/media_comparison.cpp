@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Takes one piece of a download; false ends it.
+/// Receives a download piece by piece; returns false to end it.
 using Sink = std::function<bool(const char* data, std::size_t size)>;
 
 constexpr long kPatience = 5; // seconds
@@ -61,7 +61,7 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-/// The medium itself, open for reading; a temporary copy where it is an http or https URL.
+/// Opens the medium for reading; an http or https URL is downloaded to a temporary file.
 File openMedium(const std::string& medium) {
     if (medium.rfind("http://", 0) != 0 && medium.rfind("https://", 0) != 0) {
         File file(std::fopen(medium.c_str(), "rb"));

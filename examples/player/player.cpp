@@ -15,7 +15,7 @@ namespace State = velmora::ZUVMediaProxyState;
 
 namespace {
 
-// A medium on a slow network may take a second; a medium that cannot be played gives no news at all.
+// A medium on a slow network may take a second. If a medium cannot be played, there is no notification at all.
 constexpr std::chrono::seconds kAnswerLimit{5};
 constexpr std::chrono::milliseconds kPlayAWhile{500}; // definitions follow a start after 400 ms
 constexpr std::chrono::milliseconds kPollInterval{5};
@@ -31,8 +31,8 @@ std::string stateName(int state) {
     }
 }
 
-const char* nameOf(News::Medium medium) {
-    return medium == News::Medium::MainVideo ? "main video" : "advertisement";
+const char* nameOf(Notification::Medium medium) {
+    return medium == Notification::Medium::MainVideo ? "main video" : "advertisement";
 }
 
 std::shared_ptr<ZUVMediaProxyInterface> createProxy(ZUVMediaProxyManagerInterface& manager, bool synchronous) {
@@ -46,8 +46,8 @@ std::shared_ptr<ZUVMediaProxyInterface> createProxy(ZUVMediaProxyManagerInterfac
 
 Player::Player(ZUVMediaProxyManagerInterface& manager, const Timeline& timeline, bool synchronous)
     : m_timeline(timeline) {
-    manager.setZUVCallback(&NewsQueue::onMainVideoNews);
-    manager.setZUVAdCallback(&NewsQueue::onAdvertisementNews);
+    manager.setZUVCallback(&NotificationQueue::onMainVideoChanged);
+    manager.setZUVAdCallback(&NotificationQueue::onAdvertisementChanged);
     say(synchronous ? "creates a proxy, synchronously" : "creates a proxy");
     m_proxy = createProxy(manager, synchronous);
     m_timeline.show("library", "proxy " + m_proxy->id());
@@ -66,15 +66,15 @@ void Player::play(const Programme& programme) {
 void Player::playMainVideo(const std::string& medium) {
     say("starts the main video " + medium);
     m_proxy->start(medium, 1);
-    const News url = awaitNews(News::Medium::MainVideo, "url", medium);
+    const Notification url = awaitNotification(Notification::Medium::MainVideo, "url", medium);
     verify(url.value, medium);
-    awaitNews(News::Medium::MainVideo, "definitions", medium);
+    awaitNotification(Notification::Medium::MainVideo, "definitions", medium);
 }
 
 void Player::playAdvertisement(const std::string& medium) {
     say("advertisement break: starts " + medium);
     m_proxy->startAd(medium, 1);
-    const News url = awaitNews(News::Medium::Advertisement, "url", medium);
+    const Notification url = awaitNotification(Notification::Medium::Advertisement, "url", medium);
     verify(url.value, medium);
     playAWhile();
     m_proxy->stopAd();
@@ -94,7 +94,7 @@ void Player::stop() {
     say("stopped the main video; state " + stateName(m_proxy->getState()));
 }
 
-// The answer to a preload is no news: it shows as a local URL only.
+// The answer to a preload makes no callback; it only sets the local URL.
 void Player::preload(const std::string& medium) {
     say("preloads the next title " + medium);
     m_proxy->preload(0.0, medium, "", "");
@@ -110,48 +110,51 @@ void Player::preload(const std::string& medium) {
 void Player::startPreloaded(const std::string& medium) {
     say("starts what was preloaded (option 0)");
     m_proxy->start("", 0);
-    const News url = awaitNews(News::Medium::MainVideo, "url", medium);
-    awaitNews(News::Medium::MainVideo, "definitions", medium);
+    const Notification url = awaitNotification(Notification::Medium::MainVideo, "url", medium);
+    awaitNotification(Notification::Medium::MainVideo, "definitions", medium);
     verify(url.value, medium);
     playAWhile();
 }
 
-News Player::awaitNews(News::Medium medium, const std::string& changed, const std::string& subject) {
-    const auto isAwaited = [&](const News& news) {
-        return news.proxyId == m_proxy->id() && news.medium == medium && news.changed == changed;
+Notification Player::awaitNotification(Notification::Medium medium, const std::string& changed,
+                                       const std::string& subject) {
+    const auto isAwaited = [&](const Notification& notification) {
+        return notification.proxyId == m_proxy->id() && notification.medium == medium &&
+               notification.changed == changed;
     };
     const auto deadline = Timeline::Clock::now() + kAnswerLimit;
-    auto news = std::find_if(m_shown.begin(), m_shown.end(), isAwaited);
-    while (news == m_shown.end()) {
-        if (!showNextNews(deadline))
+    auto notification = std::find_if(m_shown.begin(), m_shown.end(), isAwaited);
+    while (notification == m_shown.end()) {
+        if (!showNextNotification(deadline))
             throw std::runtime_error("no " + changed + " for " + subject +
                                      ": the service could not play it; the log above has the reason");
-        news = std::find_if(m_shown.begin(), m_shown.end(), isAwaited);
+        notification = std::find_if(m_shown.begin(), m_shown.end(), isAwaited);
     }
-    News awaited = std::move(*news);
-    m_shown.erase(news);
+    Notification awaited = std::move(*notification);
+    m_shown.erase(notification);
     return awaited;
 }
 
-bool Player::showNextNews(Timeline::Clock::time_point deadline) {
-    auto news = NewsQueue::instance().take(deadline);
-    if (!news)
+bool Player::showNextNotification(Timeline::Clock::time_point deadline) {
+    auto notification = NotificationQueue::instance().take(deadline);
+    if (!notification)
         return false;
-    m_timeline.show(news->when, "service",
-                    std::string(nameOf(news->medium)) + ": " + news->changed + " " + news->value);
-    m_shown.push_back(std::move(*news));
+    m_timeline.show(notification->when, "service",
+                    std::string(nameOf(notification->medium)) + ": " + notification->changed + " " +
+                        notification->value);
+    m_shown.push_back(std::move(*notification));
     return true;
 }
 
 void Player::playAWhile() {
     const auto end = Timeline::Clock::now() + kPlayAWhile;
-    while (showNextNews(end)) {
+    while (showNextNotification(end)) {
     }
 }
 
 void Player::say(const std::string& what) {
     const auto now = Timeline::Clock::now();
-    while (showNextNews(now)) {
+    while (showNextNotification(now)) {
     }
     m_timeline.show(now, "player", what);
 }

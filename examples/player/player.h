@@ -1,9 +1,8 @@
-// The player's main job: a main video, an advertisement break, a seek, and the next title by way of a
-// preload.
+// The player's programme: a main video, an advertisement break, a seek, and a preloaded next title.
 #ifndef ZUV_EXAMPLES_PLAYER_PLAYER_H
 #define ZUV_EXAMPLES_PLAYER_PLAYER_H
 
-#include "news.h"
+#include "notifications.h"
 #include "timeline.h"
 #include "zuv_media_proxy.h"
 
@@ -12,23 +11,25 @@
 #include <string>
 
 struct Programme {
-    std::string mainVideo; ///< a file's absolute path, or an http URL; so are the next two
+    std::string mainVideo; ///< the absolute path of a file, or an http URL; likewise the next two
     std::string advertisement;
     std::string nextTitle;
     double seekSeconds = 0.0;
-    bool synchronous = false; ///< create the proxy synchronously, which makes every request wait for its answer
+    bool synchronous = false; ///< create the proxy synchronously; every request then waits for its answer
 };
 
-/// Plays a programme on one proxy and shows it on a timeline. Everything runs on the calling thread; the
-/// library's callbacks only queue their news.
+/// Plays a programme on one proxy and shows it on a timeline. Everything runs on the calling thread; the library's
+/// callbacks only queue their notifications.
 class Player {
 public:
-    /// Registers the callbacks and creates the proxy, which blocks for up to four seconds without a service.
-    /// @throws std::runtime_error when the service does not answer.
+    /// Registers the callbacks and creates the proxy. Blocks for up to four seconds if the service does not answer.
+    ///
+    /// @throws std::runtime_error if the service does not answer.
     Player(velmora::ZUVMediaProxyManagerInterface& manager, const Timeline& timeline, bool synchronous);
 
-    /// Plays everything and stops. Every wait is bounded.
-    /// @throws std::runtime_error that says what did not happen.
+    /// Plays the whole programme and stops. Every wait has a time limit.
+    ///
+    /// @throws std::runtime_error with what did not happen in time.
     void play(const Programme& programme);
 
 private:
@@ -39,18 +40,19 @@ private:
     void preload(const std::string& medium);
     void startPreloaded(const std::string& medium);
 
-    /// Waits for one piece of news about `subject`, also such as was shown before.
-    News awaitNews(News::Medium medium, const std::string& changed, const std::string& subject);
-    /// Puts the oldest news on the timeline, waiting for it until `deadline`; false when there is none by
+    /// Waits for one notification about `subject`, which may be one that was already shown.
+    Notification awaitNotification(Notification::Medium medium, const std::string& changed, const std::string& subject);
+
+    /// Puts the oldest notification on the timeline. Waits for one until `deadline`; returns false if there is none by
     /// then.
-    bool showNextNews(Timeline::Clock::time_point deadline);
+    bool showNextNotification(Timeline::Clock::time_point deadline);
     void playAWhile();
     void verify(const std::string& localUrl, const std::string& medium);
     void say(const std::string& what);
 
     const Timeline& m_timeline;
     std::shared_ptr<velmora::ZUVMediaProxyInterface> m_proxy;
-    std::deque<News> m_shown; ///< news on the timeline that nobody has waited for yet
+    std::deque<Notification> m_shown; ///< notifications on the timeline that were not awaited yet
 };
 
 #endif // ZUV_EXAMPLES_PLAYER_PLAYER_H

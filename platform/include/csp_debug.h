@@ -1,14 +1,14 @@
 /*
  * The platform's logging facility, as the client library sees it. Plain C, so that C code can log as well.
  *
- * A line is put out in two steps, so that a switched-off line costs one call and no formatting:
+ * A line is logged in two steps, so that a line of a disabled level costs one call and no formatting:
  *
  *     static const struct CspDebugLevel level = {{0x005F03E8u, 0u, 0u}};
  *     if (cspDebugCheckLevelGetFrameAndChunk(&level))
  *         cspDebugOutput0("%s: failed\n", blog_base_name(__FILE__));
  *
- * All three operations may be called from any thread, at the same time, and with any lock held: they take no
- * lock that a caller could hold and call nothing back.
+ * All three functions may be called from any thread, concurrently, and with any lock held: they take no lock that a
+ * caller could hold, and they make no callbacks.
  */
 #ifndef ZUV_CSP_DEBUG_H
 #define ZUV_CSP_DEBUG_H
@@ -19,23 +19,23 @@
 extern "C" {
 #endif
 
-/* Says what kind of line is about to be put out. */
+/* The module and the level of a line. */
 struct CspDebugLevel {
-    /* words[0]: module number in the upper 16 bits, level in the lower 16 (lower level: more important line);
+    /* words[0]: the module number in the upper 16 bits, the level in the lower 16 (the lower, the more important);
        words[1] and words[2]: 0. */
     uint32_t words[3];
 };
 
-/* Non-zero when a line of this module and level is wanted, 0 when it is to be left out. */
+/* Returns non-zero if lines of this module and level are to be logged, 0 if not. */
 int cspDebugCheckLevelGetFrameAndChunk(const struct CspDebugLevel* descriptor);
 
-/* Puts one line out. `format` and its arguments are those of printf; a line end belongs to the format. */
+/* Logs one line, whatever its level. `format` and its arguments are those of printf; the format ends with "\n". */
 #if defined(__GNUC__)
 __attribute__((format(printf, 1, 2)))
 #endif
 void cspDebugOutput0(const char* format, ...);
 
-/* The part of `path` behind its last '/', or all of it when there is none: a pointer into `path` itself. */
+/* Returns the part of `path` after its last '/', or all of it if there is none: a pointer into `path` itself. */
 const char* blog_base_name(const char* path);
 
 #ifdef __cplusplus

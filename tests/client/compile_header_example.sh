@@ -14,8 +14,8 @@ esac
 "$@" -std=c++11 -fsyntax-only -Wall -Wextra -Werror -I"$(dirname "$header")" -x c++ - <<END
 #include "zuv_media_proxy.h"
 #include <dlfcn.h>
-void onMainVideoNews(std::string id, std::string changed, std::string value);
-void onAdvertisementNews(std::string id, std::string changed, std::string value);
+void onMainVideoChanged(std::string id, std::string changed, std::string value);
+void onAdvertisementChanged(std::string id, std::string changed, std::string value);
 void example() {
 $example
 }

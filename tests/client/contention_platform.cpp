@@ -1,7 +1,7 @@
 #include "client/contention_platform.h"
 
-#include "client/topics.h"
 #include "csp_debug.h"
+#include "support/service_protocol.h"
 
 #include <fcntl.h>
 #include <sched.h>
@@ -54,7 +54,7 @@ int ZUVModelAccess::read(const std::string&, Strings& values) {
 }
 
 int ZUVModelAccess::publish(std::string topic, Strings values) {
-    if (topic == test::kEventTopic) {
+    if (topic == kEventTopic) {
         ++ownRecord().neutralEvents;
         return 0;
     }
@@ -73,20 +73,12 @@ constexpr std::size_t kMemorySize = 4096;
 constexpr uint32_t kLevelMask = 0xFFFF;
 constexpr uint32_t kFailureLevel = 1000;
 
-/// The open descriptor of what stands for the service's shared memory; negative: it does not exist yet. One
-/// thread leaves events in it.
+/// The descriptor of the service's shared memory; negative before it exists. One thread writes it.
 std::atomic<int> eventMemory = -1;
 
 template <typename T>
 void append(std::vector<T>& all, const std::vector<T>& more) {
     all.insert(all.end(), more.begin(), more.end());
-}
-
-std::string jsonText(const Strings& event) {
-    std::string text = "{";
-    for (std::size_t i = 0; i < event.size(); ++i)
-        text += (i == 0 ? "\"" : ",\"") + std::to_string(i) + "\":\"" + event[i] + "\"";
-    return text + "}";
 }
 
 } // namespace
@@ -101,9 +93,9 @@ std::size_t ThreadRecord::commandsNamed(const std::string& name) const {
         std::ranges::count_if(commands, [&](const Strings& command) { return command.front() == name; }));
 }
 
-std::size_t ThreadRecord::newsOf(const std::string& callback, const std::string& changed) const {
-    return static_cast<std::size_t>(
-        std::ranges::count_if(news, [&](const Strings& call) { return call[0] == callback && call[2] == changed; }));
+std::size_t ThreadRecord::notificationsOf(const std::string& callback, const std::string& changed) const {
+    return static_cast<std::size_t>(std::ranges::count_if(
+        notifications, [&](const Strings& call) { return call[0] == callback && call[2] == changed; }));
 }
 
 std::size_t ThreadRecord::failuresWith(const std::string& text) const {
@@ -158,7 +150,7 @@ ThreadRecord total(const std::vector<ThreadRecord>& records) {
     for (const ThreadRecord& record : records) {
         append(sum.commands, record.commands);
         sum.neutralEvents += record.neutralEvents;
-        append(sum.news, record.news);
+        append(sum.notifications, record.notifications);
         append(sum.failures, record.failures);
     }
     return sum;
@@ -177,20 +169,20 @@ void leaveInMemory(const Strings& event) {
     int memory = eventMemory.load(std::memory_order_relaxed);
     if (memory < 0)
         memory = memfd_create("event memory", MFD_CLOEXEC);
-    std::string content = jsonText(event);
+    std::string content = eventText(event);
     content.resize(kMemorySize);
     if (pwrite(memory, content.data(), content.size(), 0) != static_cast<ssize_t>(kMemorySize))
         throw std::runtime_error("the event memory cannot be written");
     eventMemory.store(memory, std::memory_order_relaxed);
 }
 
-void recordMainNews(std::string id, std::string changed, std::string value) {
-    ownRecord().news.push_back({"main", id, changed, value});
+void recordMainNotification(std::string id, std::string changed, std::string value) {
+    ownRecord().notifications.push_back({"main", id, changed, value});
     platform().duringCallback(id);
 }
 
-void recordAdNews(std::string id, std::string changed, std::string value) {
-    ownRecord().news.push_back({"ad", id, changed, value});
+void recordAdNotification(std::string id, std::string changed, std::string value) {
+    ownRecord().notifications.push_back({"ad", id, changed, value});
     platform().duringCallback(id);
 }
 

@@ -1,6 +1,6 @@
-// A platform for tests in which threads really contend. It puts no thread in an order with another: what
-// happens goes into a record of the thread that it happens on, and threads tell each other by relaxed atomics
-// alone. A lock in here would hide from ThreadSanitizer every lock that the library forgets.
+// A platform for tests in which threads really contend. It synchronises no two threads: each thread has a record of
+// its own, and threads signal each other by relaxed atomics alone. A lock in here would hide from ThreadSanitizer
+// every lock that the library forgets.
 #ifndef ZUV_TESTS_CLIENT_CONTENTION_PLATFORM_H
 #define ZUV_TESTS_CLIENT_CONTENTION_PLATFORM_H
 
@@ -16,22 +16,23 @@ namespace velmora::test {
 
 using Strings = std::vector<std::string>;
 
-/// What one thread did, and what was done to it.
+/// What the library did on one thread.
 struct ThreadRecord {
     std::vector<Strings> commands; ///< published on the command topic
     std::size_t neutralEvents = 0; ///< published on the event topic
-    std::vector<Strings> news;     ///< calls of the callbacks: "main" or "ad", identifier, what changed, value
-    Strings failures;              ///< lines of the log at the level of failures
+    /// Calls of the callbacks: "main" or "ad", identifier, what changed, value.
+    std::vector<Strings> notifications;
+    Strings failures; ///< lines of the log at the level of failures
 
     std::size_t commandsNamed(const std::string& name) const;
-    std::size_t newsOf(const std::string& callback, const std::string& changed) const;
+    std::size_t notificationsOf(const std::string& callback, const std::string& changed) const;
     std::size_t failuresWith(const std::string& text) const;
 };
 
 /// The record of the calling thread.
 ThreadRecord& ownRecord();
 
-/// Counts, and orders nothing else between the threads that count and those that wait.
+/// A count that threads wait for, without synchronising with those that count.
 class Counter {
 public:
     void add() { __atomic_fetch_add(&m_count, 1, __ATOMIC_RELAXED); }
@@ -50,8 +51,8 @@ using Action = std::function<void()>;
 /// all at once, and returns their records: the delivery thread's first.
 std::vector<ThreadRecord> runTogether(const Action& delivery, const std::vector<Action>& applications);
 
-/// The same for `rounds` rounds: each round begins for all of them at once. So they meet in every round, on a
-/// machine with one processor to spare as well.
+/// The same for `rounds` rounds, each of which begins for all threads at once, so that they contend in every round,
+/// even on a machine with few processors.
 using RoundAction = std::function<void(int round)>;
 std::vector<ThreadRecord> runRounds(int rounds, const RoundAction& delivery,
                                     const std::vector<RoundAction>& applications);
@@ -59,7 +60,7 @@ std::vector<ThreadRecord> runRounds(int rounds, const RoundAction& delivery,
 /// The sum of several threads' records.
 ThreadRecord total(const std::vector<ThreadRecord>& records);
 
-/// What happens meanwhile. Every action runs on the thread that called the platform; set before threads run.
+/// Actions of the test within calls of the platform, on the calling thread. Set before threads run.
 struct ContentionPlatform {
     ZUVModelAccessClient* client = nullptr;
     std::function<void(const Strings& command)> onCommand = [](const Strings&) {};
@@ -74,12 +75,12 @@ ContentionPlatform& platform();
 /// Hands an event to the client, as the delivery thread does.
 void deliver(Strings event);
 
-/// The service's shared memory, which does not exist before the first event is left in it.
+/// Writes an event to the service's shared memory, which the first one creates.
 void leaveInMemory(const Strings& event);
 
 // The application's callbacks: they record their calls.
-void recordMainNews(std::string id, std::string changed, std::string value);
-void recordAdNews(std::string id, std::string changed, std::string value);
+void recordMainNotification(std::string id, std::string changed, std::string value);
+void recordAdNotification(std::string id, std::string changed, std::string value);
 
 // The service's events.
 Strings createdEvent(const std::string& id, const std::string& sessionId = "", const std::string& code = "200");

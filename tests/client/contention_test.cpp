@@ -1,5 +1,5 @@
-// Threads that contend for the library's state: nobody but the library orders them. Each test holds what must
-// be true in every order; under ThreadSanitizer it also holds that there is an order.
+// Threads that contend for the library's state, synchronised by the library alone. Each test checks what must be true
+// in any order of execution; ThreadSanitizer also checks that they are synchronised.
 #include "client/contention_platform.h"
 #include "zuv_media_proxy_manager.h"
 #include "zuv_media_proxy_object.h"
@@ -19,7 +19,7 @@ using Proxy = std::shared_ptr<ZUVMediaProxyInterface>;
 constexpr int kRounds = 100;
 constexpr std::size_t kRoundCount = kRounds;
 
-/// Too long for the space inside a string object, so that a torn one shows.
+/// Too long for the buffer inside a std::string, so that a torn value shows.
 std::string longText(const std::string& what, int number) {
     return what + " " + std::to_string(number) + std::string(static_cast<std::size_t>(100 + number % 50), '.');
 }
@@ -41,8 +41,8 @@ std::set<std::string> sessionsOf(const std::vector<Strings>& commands) {
 class Contention : public ::testing::Test {
 protected:
     Contention() : manager(*ZUVMediaProxyManager::getInstance()) {
-        manager.setZUVCallback(recordMainNews);
-        manager.setZUVAdCallback(recordAdNews);
+        manager.setZUVCallback(recordMainNotification);
+        manager.setZUVAdCallback(recordAdNotification);
     }
 
     Proxy startedProxy(const std::string& id) {
@@ -89,7 +89,7 @@ TEST_F(Contention, OneProxySendsEveryCommandOfEveryThreadWhileItsEventsArrive) {
     EXPECT_EQ(proxy->getAdState(), ZUVMediaProxyState::Starting);
 }
 
-// A thread that does one thing only is ordered with the others by that one thing's lock or not at all.
+// A thread that does one thing only is synchronised with the others by the lock of that one thing, or not at all.
 TEST_F(Contention, OneProxyIsReadByThreadsThatDoNothingElseWhileItsEventsArrive) {
     const Proxy proxy = startedProxy("movie");
     proxy->startAd("url", 1);
@@ -141,8 +141,8 @@ TEST_F(Contention, OneProxyIsNotifiedOfWholeURLsAndOnceForEachStartAtMost) {
 
     const ThreadRecord all = total(runRounds(kRounds, deliverEvents, {use, use}));
 
-    EXPECT_LE(all.newsOf("main", "url"), 2 * kRoundCount);
-    for (const Strings& call : all.news)
+    EXPECT_LE(all.notificationsOf("main", "url"), 2 * kRoundCount);
+    for (const Strings& call : all.notifications)
         EXPECT_TRUE(whole.contains(call[3])) << call[3];
     EXPECT_EQ(all.failures, Strings());
     EXPECT_EQ(all.commandsNamed("stop"), 2 * kRoundCount);
@@ -151,7 +151,7 @@ TEST_F(Contention, OneProxyIsNotifiedOfWholeURLsAndOnceForEachStartAtMost) {
     EXPECT_EQ(proxy->localURL(), "");
 }
 
-TEST_F(Contention, OneProxyTakesEveryDefinitionAsNewsOrAsToldTooEarly) {
+TEST_F(Contention, OneProxyTakesEveryDefinitionAsNotificationOrAsToldTooEarly) {
     const Proxy proxy = manager.createNewZUVMediaProxy("movie");
     const auto deliverEvents = [](int i) { deliver(definitionEvent("movie", longText("definitions", i))); };
     const auto use = [&](int) {
@@ -161,7 +161,7 @@ TEST_F(Contention, OneProxyTakesEveryDefinitionAsNewsOrAsToldTooEarly) {
 
     const ThreadRecord all = total(runRounds(kRounds, deliverEvents, {use, use}));
 
-    EXPECT_EQ(all.newsOf("main", "definitions") + all.failuresWith("Invalid state:"), kRoundCount);
+    EXPECT_EQ(all.notificationsOf("main", "definitions") + all.failuresWith("Invalid state:"), kRoundCount);
 }
 
 // Several proxies
@@ -191,8 +191,8 @@ TEST_F(Contention, ProxiesOfDifferentThreadsAreNotifiedExactlyOnceForEachStart) 
         total(runTogether(deliverEvents, {[&] { play(ids[0]); }, [&] { play(ids[1]); }, [&] { play(ids[2]); }}));
 
     for (const std::string& id : ids)
-        EXPECT_EQ(std::ranges::count(all.news, Strings{"main", id, "url", longText(id, 0)}), kRounds) << id;
-    EXPECT_EQ(all.news.size(), ids.size() * kRoundCount);
+        EXPECT_EQ(std::ranges::count(all.notifications, Strings{"main", id, "url", longText(id, 0)}), kRounds) << id;
+    EXPECT_EQ(all.notifications.size(), ids.size() * kRoundCount);
     EXPECT_EQ(all.commandsNamed("stop"), ids.size() * kRoundCount);
 }
 
@@ -205,7 +205,7 @@ TEST_F(Contention, CallbacksFindOtherProxiesWhileProxiesAreCreatedAndPlayed) {
             found.add();
     };
     const auto deliverEvents = [&](int) {
-        deliver(startedEvent("movie", "url", "advertisement")); // news under the proxy's lock
+        deliver(startedEvent("movie", "url", "advertisement")); // notified under the proxy's lock
         deliver(definitionEvent("movie", "definitions"));       // and without
     };
     const auto create = [&](int i) { manager.createNewZUVMediaProxy(longText("new", i)); };
@@ -214,8 +214,8 @@ TEST_F(Contention, CallbacksFindOtherProxiesWhileProxiesAreCreatedAndPlayed) {
 
     const ThreadRecord all = total(runRounds(kRounds, deliverEvents, {create, play}));
 
-    EXPECT_EQ(all.newsOf("ad", "url"), kRoundCount);
-    EXPECT_EQ(all.newsOf("main", "definitions"), kRoundCount);
+    EXPECT_EQ(all.notificationsOf("ad", "url"), kRoundCount);
+    EXPECT_EQ(all.notificationsOf("main", "definitions"), kRoundCount);
     EXPECT_EQ(found.count(), 2 * kRounds);
     for (int i = 0; i < kRounds; ++i)
         EXPECT_NE(manager.findObjectById(longText("new", i)), nullptr);
@@ -242,7 +242,7 @@ TEST_F(Contention, AProxyCreatedForAnIdentifierMayLookItselfUpInItsCallback) {
 TEST_F(Contention, AProxyThatIsReplacedLosesNoEventUnnoticedAndEnds) {
     std::vector<std::weak_ptr<ZUVMediaProxyObject>> replaced;
     std::shared_ptr<ZUVMediaProxyObject> last = manager.createNewZUVMediaProxy("movie");
-    // The look-up of a stranger passes by the proxy without ever owning a share of it.
+    // The look-up of an unknown identifier never holds a reference to the proxy.
     const auto deliverEvents = [](int i) {
         deliver(definitionEvent("movie", longText("definitions", i)));
         deliver(definitionEvent("a stranger", ""));
@@ -294,7 +294,7 @@ TEST_F(Contention, AnnouncementsReachTheCreationThatWaitsWhateverElseArrives) {
 
 // Set-up and liveness
 
-TEST_F(Contention, EveryPieceOfNewsReachesOneOfTheCallbacksThatAreBeingExchanged) {
+TEST_F(Contention, EveryNotificationReachesOneOfTheCallbacksThatAreBeingExchanged) {
     const Proxy movie = startedProxy("movie");
     movie->startAd("url", 1);
     const auto deliverEvents = [](int) {
@@ -302,16 +302,16 @@ TEST_F(Contention, EveryPieceOfNewsReachesOneOfTheCallbacksThatAreBeingExchanged
         deliver(startedEvent("movie", "url", "advertisement"));
     };
     const auto exchange = [&](int) {
-        manager.setZUVCallback(recordAdNews);
-        manager.setZUVAdCallback(recordMainNews);
-        manager.setZUVCallback(recordMainNews);
-        manager.setZUVAdCallback(recordAdNews);
+        manager.setZUVCallback(recordAdNotification);
+        manager.setZUVAdCallback(recordMainNotification);
+        manager.setZUVCallback(recordMainNotification);
+        manager.setZUVAdCallback(recordAdNotification);
     };
 
     const ThreadRecord all = total(runRounds(kRounds, deliverEvents, {exchange}));
 
-    EXPECT_EQ(all.newsOf("main", "definitions") + all.newsOf("ad", "definitions"), kRoundCount);
-    EXPECT_EQ(all.newsOf("main", "url") + all.newsOf("ad", "url"), kRoundCount);
+    EXPECT_EQ(all.notificationsOf("main", "definitions") + all.notificationsOf("ad", "definitions"), kRoundCount);
+    EXPECT_EQ(all.notificationsOf("main", "url") + all.notificationsOf("ad", "url"), kRoundCount);
 }
 
 TEST_F(Contention, TheServiceIsFoundAliveByEveryThreadThatAsksWhileEventsArrive) {
@@ -359,7 +359,7 @@ TEST_F(Contention, APreloadsAnswerReadAndDeliveredAtOnceIsNotifiedOnce) {
             },
             {[&] { proxy->start("", 0); }}));
 
-        ASSERT_EQ(all.news, (std::vector<Strings>{{"main", id, "url", "url"}}));
+        ASSERT_EQ(all.notifications, (std::vector<Strings>{{"main", id, "url", "url"}}));
         ASSERT_EQ(proxy->getState(), ZUVMediaProxyState::Started);
     }
 }
@@ -374,9 +374,9 @@ TEST_F(Contention, APreloadsAnswerDeliveredAroundItsStartIsNotifiedWithTheStateT
             runTogether([&] { deliver(startedEvent(id, "url")); }, {[&] { proxy->start("", 0); }});
 
         // Delivered before the start, the answer calls nobody and leaves the state as the start sets it.
-        const std::size_t delivered = records[0].newsOf("main", "url");
-        const std::size_t started = records[1].newsOf("main", "url");
-        if (records[1].newsOf("main", "definitions") == 1) {
+        const std::size_t delivered = records[0].notificationsOf("main", "url");
+        const std::size_t started = records[1].notificationsOf("main", "url");
+        if (records[1].notificationsOf("main", "definitions") == 1) {
             ASSERT_EQ(started, 1u);
             ASSERT_EQ(proxy->getState(), delivered == 0 ? ZUVMediaProxyState::Starting : ZUVMediaProxyState::Started);
         } else {
@@ -393,7 +393,7 @@ TEST_F(Contention, DefinitionsThatArriveBetweenTheNotificationsOfAPreloadAreTold
     Counter urlTold;
     Counter delivered;
     platform().duringCallback = [&](const std::string&) {
-        if (ownRecord().news.back()[2] != "url")
+        if (ownRecord().notifications.back()[2] != "url")
             return;
         urlTold.add();
         delivered.await(1);
@@ -407,8 +407,8 @@ TEST_F(Contention, DefinitionsThatArriveBetweenTheNotificationsOfAPreloadAreTold
         },
         {[&] { proxy->start("", 0); }});
 
-    EXPECT_EQ(records[1].news, (std::vector<Strings>{{"main", "movie", "url", "url"},
-                                                     {"main", "movie", "definitions", longText("late", 0)}}));
+    EXPECT_EQ(records[1].notifications, (std::vector<Strings>{{"main", "movie", "url", "url"},
+                                                              {"main", "movie", "definitions", longText("late", 0)}}));
 }
 
 TEST_F(Contention, DefinitionsReadAndDeliveredAtOnceAreToldFromBothSides) {
@@ -419,8 +419,8 @@ TEST_F(Contention, DefinitionsReadAndDeliveredAtOnceAreToldFromBothSides) {
 
     const std::vector<ThreadRecord> records = runRounds(kRounds, deliverEvents, {read});
 
-    EXPECT_EQ(records[0].newsOf("main", "definitions"), kRoundCount);
-    EXPECT_EQ(records[1].newsOf("main", "definitions"), kRoundCount);
+    EXPECT_EQ(records[0].notificationsOf("main", "definitions"), kRoundCount);
+    EXPECT_EQ(records[1].notificationsOf("main", "definitions"), kRoundCount);
 }
 
 // Synchronous mode
@@ -458,7 +458,7 @@ TEST_F(SynchronousContention, EveryRequestIsAnsweredAndNotifiedOnceWhileTheSameA
 
     const ThreadRecord all = total(runRounds(kRounds, deliverEvents, {play}));
 
-    EXPECT_EQ(all.newsOf("main", "url"), kRoundCount);
+    EXPECT_EQ(all.notificationsOf("main", "url"), kRoundCount);
     EXPECT_EQ(all.failures, Strings()); // no "Task timeout"
     for (const char* name : {"start", "seek", "stop", "inspect"})
         EXPECT_EQ(all.commandsNamed(name), kRoundCount) << name;
@@ -472,7 +472,7 @@ TEST_F(SynchronousContention, AnAdvertisementIsNotifiedOnceForEachAnswerFromEith
 
     const ThreadRecord all = total(runRounds(kRounds, deliverEvents, {play}));
 
-    EXPECT_EQ(all.newsOf("ad", "url"), 2 * kRoundCount);
+    EXPECT_EQ(all.notificationsOf("ad", "url"), 2 * kRoundCount);
     EXPECT_EQ(movie->getAdState(), ZUVMediaProxyState::Starting);
     EXPECT_EQ(movie->getState(), ZUVMediaProxyState::Started);
 }

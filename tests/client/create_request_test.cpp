@@ -1,5 +1,5 @@
 // The "create" command, asynchronous and synchronous.
-#include "client/creation_fixture.h"
+#include "client/client_test.h"
 
 namespace velmora::test {
 namespace {

@@ -11,7 +11,7 @@ namespace {
 
 class EntryInterface : public PlatformTest {
 protected:
-    /// The interface, made without a trace in the journal.
+    /// The interface; its construction leaves nothing in the journal.
     static ZUVMediaProxyManagerInterface& readyInterface() {
         ZUVMediaProxyManagerInterface* interface = requestZUVMediaProxy();
         journal().clear();

@@ -7,9 +7,6 @@ namespace {
 class EventDispatch : public ManagerTest {
 protected:
     void dispatch(Strings event) { manager.onZUVEvent(event); }
-    static std::string noObjectFor(const char* name, const char* code, const char* id) {
-        return managerLog(1000, "onZUVEvent", "unable to find object for event: %s, %s,%s\n", name, code, id);
-    }
 };
 
 // "created"
@@ -78,15 +75,6 @@ TEST_F(CreatedEvent, IsNotRoutedToAnObject) {
     EXPECT_JOURNAL(newCreatedObject("session", "movie"), notifiedAll());
 }
 
-TEST_F(CreatedEvent, IsHandledWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-
-    dispatch({"created", "200", "session", "movie"});
-
-    EXPECT_EQ(manager.m_createdObjectIds, Strings{"movie"});
-    EXPECT_JOURNAL(notifiedAll());
-}
-
 class FailedCreatedEvent : public EventDispatch, public ::testing::WithParamInterface<const char*> {};
 
 TEST_P(FailedCreatedEvent, IsOnlyLogged) {
@@ -120,7 +108,7 @@ TEST_P(StatusEvent, WakesEveryWaiterAndChangesNothingElse) {
     dispatch({"status", GetParam(), "session", "movie"});
 
     EXPECT_TRUE(manager.m_createdObjectIds.empty());
-    EXPECT_EQ(object->m_state, 0);
+    EXPECT_EQ(object->m_state, State::Idle);
     EXPECT_JOURNAL(managerLog(4000, "onZUVEvent", "zuv service alive: %s - %s\n", "session", "movie"),
                    locked("manager"), notifiedAll(), unlocked("manager"));
 }
@@ -131,14 +119,6 @@ TEST_F(EventDispatch, StatusMayBeTheNameAlone) {
     dispatch({"status"});
 
     EXPECT_JOURNAL(managerLog(4000, "onZUVEvent", "zuv service alive: %s - %s\n", "", ""), notifiedAll());
-}
-
-TEST_F(EventDispatch, StatusWakesWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-
-    dispatch({"status", "200", "session", "movie"});
-
-    EXPECT_JOURNAL(notifiedAll());
 }
 
 // Everything else goes to an object.
@@ -155,7 +135,7 @@ TEST_F(EventDispatch, RoutesByTheObjectIdentifier) {
 
 TEST_F(EventDispatch, RoutesWithoutTheManagersLock) {
     const auto object = registeredObject("movie");
-    object->m_state = 1;
+    object->m_state = State::Starting;
     watch(manager.m_mutex, "manager");
     bool heldDuringCallback = true;
     duringCallback = [&] { heldDuringCallback = isHeld(manager.m_mutex); };
@@ -176,7 +156,7 @@ TEST_F(EventDispatch, LooksTheObjectUpUnderTheLock) {
 
 TEST_F(EventDispatch, CallsBackOnTheDeliveringThread) {
     const auto object = registeredObject("movie");
-    object->m_state = 1;
+    object->m_state = State::Starting;
 
     bus().deliver({"started", "200", "session", "movie", "", "", "url"});
 
@@ -198,14 +178,6 @@ TEST_F(EventDispatch, DropsAnEventForARemovedObject) {
     dispatch({"stopped", "500", "session", "movie"});
 
     EXPECT_JOURNAL(noObjectFor("stopped", "500", "movie"));
-}
-
-TEST_F(EventDispatch, DropsSilentlyWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 999;
-
-    dispatch({"started", "200", "session", "movie"});
-
-    EXPECT_JOURNAL();
 }
 
 TEST_F(EventDispatch, TellsIdentifiersApartByCase) {
@@ -286,7 +258,7 @@ TEST_F(EventDispatch, GivesAnEmptyListToTheObjectWithoutIdentifier) {
 
 TEST_F(EventDispatch, KeepsTheObjectAliveWhileItHandlesItsEvent) {
     auto object = registeredObject("movie");
-    object->m_state = 1;
+    object->m_state = State::Starting;
     duringCallback = [&] {
         manager.m_proxyObjects.clear();
         object.reset();
@@ -299,7 +271,7 @@ TEST_F(EventDispatch, KeepsTheObjectAliveWhileItHandlesItsEvent) {
 
 TEST_F(EventDispatch, LeavesEveryLockFreeWhenTheApplicationThrows) {
     const auto object = registeredObject("movie");
-    object->m_state = 1;
+    object->m_state = State::Starting;
     duringCallback = [] { throw 1; };
 
     EXPECT_THROW(dispatch({"started", "200", "session", "movie", "", "", "url"}), int);

@@ -120,14 +120,6 @@ TEST_F(EventMemoryCheck, MapsAnewEachTimeAndNeverUnmaps) {
     EXPECT_EQ(std::string(first), "text");
 }
 
-TEST_F(EventMemoryCheck, PutsOutNothingWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 3999;
-
-    EXPECT_EQ(manager.checkZUVEventMemory(), -1);
-
-    EXPECT_JOURNAL(opened());
-}
-
 // readZUVEventMemory
 
 class EventMemoryRead : public ManagerTest {
@@ -140,7 +132,7 @@ TEST_F(EventMemoryRead, IsEmptyBeforeTheRegionIsMapped) {
 
     EXPECT_TRUE(manager.readZUVEventMemory().empty());
 
-    EXPECT_JOURNAL(managerLog(4000, "readZUVEventMemory", "memory NULL.\n"));
+    EXPECT_JOURNAL(regionNotMapped());
 }
 
 TEST_F(EventMemoryRead, FillsMissingMembersWithEmptyTexts) {
@@ -155,25 +147,6 @@ TEST_F(EventMemoryRead, LogsTheTextAndThenEveryParameter) {
     manager.readZUVEventMemory();
 
     EXPECT_JOURNAL_LINES(regionRead(kFourParameters));
-}
-
-TEST_F(EventMemoryRead, LogsNothingWhileLevelsAreOff) {
-    eventRegion().writeEvent(kFourParameters);
-    recordingLog().wantedUpTo = 0;
-
-    EXPECT_EQ(manager.readZUVEventMemory(), eleven(kFourParameters));
-
-    EXPECT_JOURNAL();
-}
-
-TEST_F(EventMemoryRead, LeavesOutTheParametersAloneWhileTheirLevelIsOff) {
-    eventRegion().writeEvent(kFourParameters);
-    recordingLog().wantedUpTo = 4999;
-
-    manager.readZUVEventMemory();
-
-    EXPECT_JOURNAL(managerLog(4000, "readZUVEventMemory", "buf: %s\n", eventText(kFourParameters).c_str()),
-                   managerLog(4000, "readZUVEventMemory", "updateParameters\n"));
 }
 
 TEST_F(EventMemoryRead, GivesAllElevenParameters) {
@@ -302,15 +275,6 @@ TEST_P(InvalidEventText, GivesAnEmptyListAndOneFailureLine) {
                    managerLog(1000, "readZUVEventMemory", "Fail to parse json string:%s.\n", text.c_str()));
 }
 
-TEST_P(InvalidEventText, GivesAnEmptyListWhileLevelsAreOffToo) {
-    eventRegion().write(GetParam().text);
-    recordingLog().wantedUpTo = 0;
-
-    EXPECT_TRUE(manager.readZUVEventMemory().empty());
-
-    EXPECT_JOURNAL();
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Texts, InvalidEventText,
     ::testing::Values(InvalidText{"AllZero", ""}, InvalidText{"Blank", " "}, InvalidText{"Words", "not json at all"},
@@ -384,7 +348,7 @@ TEST_F(EventRead, AsksTheBusWhileTheRegionIsNotMapped) {
 
     EXPECT_EQ(manager.readZUVEvent(), (Strings{"started", "200"}));
 
-    EXPECT_JOURNAL(managerLog(4000, "readZUVEventMemory", "memory NULL.\n"), askedTheBus(),
+    EXPECT_JOURNAL(regionNotMapped(), askedTheBus(),
                    managerLog(5000, "readZUVEvent", "parameter %d: %s \n", 0, "started"),
                    managerLog(5000, "readZUVEvent", "parameter %d: %s \n", 1, "200"));
 }
@@ -404,7 +368,7 @@ TEST_F(EventRead, AsksTheBusWhenTheTextIsNotJson) {
 TEST_F(EventRead, IsEmptyWithoutALineWhenTheBusHasNothingEither) {
     EXPECT_TRUE(manager.readZUVEvent().empty());
 
-    EXPECT_JOURNAL(managerLog(4000, "readZUVEventMemory", "memory NULL.\n"), askedTheBus());
+    EXPECT_JOURNAL(regionNotMapped(), askedTheBus());
 }
 
 TEST_F(EventRead, GivesAListOfTheBusInItsWholeLength) {

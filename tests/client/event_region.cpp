@@ -1,6 +1,7 @@
 #include "client/event_region.h"
 
-#include "client/failing_calls.h"
+#include "client/replaced_runtime.h"
+#include "support/service_protocol.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -58,58 +59,6 @@ int EventRegion::open(const char* name, int flags, unsigned mode, bool fails) {
 EventRegion& eventRegion() {
     static EventRegion instance;
     return instance;
-}
-
-std::string eventText(const Strings& parameters) {
-    std::string text = "{";
-    for (std::size_t i = 0; i < parameters.size(); ++i)
-        text += (i == 0 ? "\"" : ",\"") + std::to_string(i) + "\":\"" + parameters[i] + "\"";
-    return text + "}";
-}
-
-std::string opened() {
-    return "shm_open \"/ZUV_PROXY\" O_RDWR 0666";
-}
-
-std::string resized() {
-    return "ftruncate 4096";
-}
-
-std::string mapped() {
-    return "mmap null 4096 PROT_READ MAP_SHARED 0";
-}
-
-std::string closed() {
-    return "close";
-}
-
-std::string unlinked() {
-    return "shm_unlink \"/ZUV_PROXY\"";
-}
-
-std::vector<std::string> regionChecked() {
-    return {opened(), resized(), mapped(), closed()};
-}
-
-std::vector<std::string> regionMissing() {
-    return {opened(), managerLog(4000, "checkZUVEventMemory", "Failed to allocate shared memory\n\n")};
-}
-
-std::vector<std::string> regionRead(const std::string& text, const Strings& elevenParameters) {
-    std::vector<std::string> lines = {
-        managerLog(4000, "readZUVEventMemory", "buf: %s\n", text.c_str()),
-        managerLog(4000, "readZUVEventMemory", "updateParameters\n"),
-    };
-    for (std::size_t i = 0; i < 11; ++i)
-        lines.push_back(managerLog(5000, "readZUVEventMemory", "parameter %d:   %s \n", static_cast<int>(i),
-                                   elevenParameters.at(i).c_str()));
-    return lines;
-}
-
-std::vector<std::string> regionRead(const Strings& parameters) {
-    Strings eleven = parameters;
-    eleven.resize(11);
-    return regionRead(eventText(parameters), eleven);
 }
 
 } // namespace velmora::test

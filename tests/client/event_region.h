@@ -1,6 +1,6 @@
-// The shared-memory object "/ZUV_PROXY" of a test: a private one, so that tests run in parallel and never
-// touch the machine's own. Replaces shm_open, shm_unlink, ftruncate, mmap and close at link time; the last
-// three concern the descriptors of this object only.
+// The shared-memory object "/ZUV_PROXY", private to each test, so that tests run in parallel and leave the machine's
+// own alone. Replaces shm_open, shm_unlink, ftruncate, mmap and close at link time, the last three for this object's
+// descriptors only.
 #ifndef ZUV_TESTS_CLIENT_EVENT_REGION_H
 #define ZUV_TESTS_CLIENT_EVENT_REGION_H
 
@@ -16,19 +16,19 @@ inline constexpr std::size_t kRegionSize = 4096;
 
 class EventRegion {
 public:
-    // The service's side.
+    // What the service does.
 
-    /// From here on the object exists, all zero.
+    /// Creates the object, all zero.
     void create();
-    /// From here on it does not exist, and opening it fails.
+    /// Removes the object: opening it fails.
     void remove() { m_exists = false; }
-    /// Replaces the whole content; what `text` leaves over is zero.
+    /// Replaces the whole content by `text` and zeros.
     void write(const std::string& text);
     /// Writes the JSON text of an event with these parameters, which need no escaping.
     void writeEvent(const Strings& parameters);
     std::size_t size() const;
 
-    // What the script makes of the calls.
+    // Actions of the test, within the calls.
 
     std::function<void()> onOpen = [] {};
     std::function<void()> onUnlink = [] {};
@@ -48,26 +48,6 @@ private:
 };
 
 EventRegion& eventRegion();
-
-/// The JSON text of an event.
-std::string eventText(const Strings& parameters);
-
-// Expected lines.
-
-std::string opened();
-std::string resized();
-std::string mapped();
-std::string closed();
-std::string unlinked();
-
-/// All of a successful checkZUVEventMemory().
-std::vector<std::string> regionChecked();
-/// All of a checkZUVEventMemory() without the object.
-std::vector<std::string> regionMissing();
-/// All of a successful readZUVEventMemory() of a region that holds this text.
-std::vector<std::string> regionRead(const std::string& text, const Strings& elevenParameters);
-/// The same for a text that eventText() makes.
-std::vector<std::string> regionRead(const Strings& parameters);
 
 } // namespace velmora::test
 

@@ -1,7 +1,7 @@
-// Every allocation that an operation makes, in the client and in the libraries that it uses, failing once.
+// Each allocation of each operation, in the client and in the libraries that it uses, fails once.
 //
-// The scope trace's way out is passed by each failure of a traced operation. As an exception there would end
-// the process, these tests show as well that it allocates nothing.
+// Each failure in a traced operation runs the destructor of its scope trace. An exception there would end the process,
+// so these tests also show that the destructor allocates nothing.
 #include "client/operation_under_test.h"
 
 #include <new>

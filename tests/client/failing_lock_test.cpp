@@ -1,5 +1,5 @@
-// Every lock that an operation takes, the manager's and the proxies', failing once. A wait on the condition
-// variable cannot be among them: when it cannot lock again, the C++ standard ends the process.
+// Each lock that an operation takes, the manager's and the proxies', fails once. The lock after a wait on the condition
+// variable is not among them: when it fails, the C++ standard ends the process.
 #include "client/operation_under_test.h"
 
 #include <system_error>

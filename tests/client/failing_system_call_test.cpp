@@ -1,5 +1,4 @@
-// Every system call of the client failing once: what comes of it, and that the next call works.
-#include "client/creation_fixture.h"
+// Each system call of the client fails once: what the operation then does, and that the next one works.
 #include "client/operation_under_test.h"
 
 #include <sys/mman.h>
@@ -18,7 +17,7 @@ struct FailingCheck {
     std::vector<std::string> journal;
     int result;
     std::size_t openDescriptors;
-    /// What becomes of the mapping that there was.
+    /// What happens to the earlier mapping.
     bool keepsMapping;
     char* newMapping;
 };
@@ -42,7 +41,7 @@ class FailingRegionCall : public Creation, public ::testing::WithParamInterface<
 protected:
     FailingRegionCall() { eventRegion().create(); }
 
-    /// The service answers the first create in the region, and the repeat of it too.
+    /// The service answers the first "create" and its repetition in the region.
     static void answerBothInMemory() {
         answerInMemory(1, "movie");
         answerInMemory(2, "movie");
@@ -56,15 +55,12 @@ protected:
     static std::vector<std::string> created(const std::string& session) {
         return joined({answeredSyncCreate(session, "movie"),
                        answeredSyncCreate(session, "movie"),
-                       {managerLog(4000, "createNewZUVMediaProxySync", "id :%s\n", "movie"),
-                        objectLog(4000, "ZUVMediaProxyObject", "new ProxyObject id:%s\n", "movie")}});
+                       {managerLog(4000, "createNewZUVMediaProxySync", "id :%s\n", "movie"), objectMade("movie")}});
     }
     static std::vector<std::string> enteredForId() {
         return {managerLog(4000, "createNewZUVMediaProxySync", "Enter, id:%s\n", "movie")};
     }
-    static std::vector<std::string> madeForId() {
-        return {objectLog(4000, "ZUVMediaProxyObject", "new ProxyObject id:%s\n", "movie")};
-    }
+    static std::vector<std::string> madeForId() { return {objectMade("movie")}; }
     /// A creation with nothing failing.
     void expectNextCreationToWork() {
         bus() = RecordingBus();
@@ -184,18 +180,6 @@ struct FailingReading {
 
 class FailingClock : public Creation, public ::testing::WithParamInterface<FailingReading> {
 protected:
-    static std::string session(int attempt) { return sessionId(attempt + 1); }
-    static std::string restarting(int attempt) {
-        return managerLog(1000, "createNewProxyId", "Wait response timeout for id:%s, restart zuv service.\n",
-                          session(attempt).c_str());
-    }
-    static std::string givingUp(int attempt) {
-        return managerLog(1000, "createNewProxyId", "Wait response total timeout for id:%s, just return.\n",
-                          session(attempt).c_str());
-    }
-    static std::vector<std::string> attempt(int nth) {
-        return {managerLog(4000, "createNewProxyId", "enter\n"), asyncCreateLogged(), createCommand(session(nth))};
-    }
     /// A search for an identifier that the service never announces.
     static std::vector<std::string> search(int commands, int restartingAttempt) {
         std::vector<std::string> lines = {managerLog(4000, "createNewProxyId", "Enter\n")};
@@ -211,8 +195,7 @@ protected:
 };
 
 TEST_P(FailingClock, ShiftsTheLimitsOfTheSearch) {
-    // Every publish takes a millisecond, so that elapsed times lie clearly on one side of a limit.
-    bus().onPublish = [](const std::string&, const Strings&) { virtualTime().advance(milliseconds(1)); };
+    letPublishesTakeAMillisecond();
     failNth(Call::ReadClock, GetParam().nth);
 
     EXPECT_EQ(manager.createNewProxyId(), "");

@@ -1,20 +1,38 @@
 #include "client/journal.h"
 
-#include "client/log_line.h"
-#include "client/topics.h"
+#include "support/service_protocol.h"
+#include "support/text.h"
 
 #include <algorithm>
 #include <cstdarg>
 
 namespace velmora::test {
 
+namespace {
+
+thread_local int ownWork = 0;
+
+} // namespace
+
+OwnWork::OwnWork() {
+    ++ownWork;
+}
+
+OwnWork::~OwnWork() {
+    --ownWork;
+}
+
+bool isOwnWork() {
+    return ownWork > 0;
+}
+
 void Journal::add(std::string line) {
-    std::lock_guard lock(m_mutex);
+    const desktop::MutexLock lock(m_mutex);
     m_lines.emplace_back(std::move(line), std::this_thread::get_id());
 }
 
 void Journal::clear() {
-    std::lock_guard lock(m_mutex);
+    const desktop::MutexLock lock(m_mutex);
     m_lines.clear();
 }
 
@@ -23,7 +41,7 @@ std::vector<std::string> Journal::lines() const {
 }
 
 std::vector<std::string> Journal::linesOf(const std::string& beginning) const {
-    std::lock_guard lock(m_mutex);
+    const desktop::MutexLock lock(m_mutex);
     std::vector<std::string> result;
     for (const auto& [line, thread] : m_lines)
         if (line.starts_with(beginning))
@@ -37,7 +55,7 @@ std::size_t Journal::count(const std::string& line) const {
 }
 
 std::thread::id Journal::threadOf(const std::string& line) const {
-    std::lock_guard lock(m_mutex);
+    const desktop::MutexLock lock(m_mutex);
     const auto found =
         std::find_if(m_lines.begin(), m_lines.end(), [&](const auto& entry) { return entry.first == line; });
     return found == m_lines.end() ? std::thread::id() : found->second;
@@ -73,6 +91,23 @@ std::string listed(const Strings& values) {
     for (std::size_t i = 0; i < values.size(); ++i)
         result += (i == 0 ? "" : ", ") + quoted(values[i]);
     return result + "]";
+}
+
+std::string describeLevel(std::uint32_t word0, std::uint32_t word1, std::uint32_t word2) {
+    if (word0 >> 16 == 0x5F && word1 == 0 && word2 == 0)
+        return "level " + std::to_string(word0 & 0xFFFF);
+    return "words " + std::to_string(word0) + " " + std::to_string(word1) + " " + std::to_string(word2);
+}
+
+std::string describeOrdinaryLine(const std::string& level, const std::string& tag, const std::string& file,
+                                 const std::string& function, const std::string& format, const std::string& text) {
+    return "log " + level + " [" + tag + "] " + file + " " + function + "() " + quoted(format) + " gives " +
+           quoted(text);
+}
+
+std::string describeTraceLine(const std::string& level, const std::string& file, const std::string& first,
+                              const std::string& last, const std::string& format) {
+    return "log " + level + " trace " + file + " " + first + " " + last + "() " + quoted(format);
 }
 
 namespace {
@@ -134,7 +169,7 @@ std::string published(const std::string& topic, const Strings& values) {
     return busLine("publish on " + topic + " " + listed(values));
 }
 
-std::string command(const std::vector<std::pair<std::size_t, std::string>>& entries) {
+std::string command(const Fields& entries) {
     Strings values(11);
     for (const auto& [index, value] : entries)
         values.at(index) = value;

@@ -1,12 +1,13 @@
-// The one ordered journal of a test: what the client put out, asked of its platform and told the application,
-// line by line, in the order in which it happened. A test compares the journal as text, so that a failure
-// shows as a diff.
+// The journal of a test: every log line, platform call and callback of the client, a line each, in the order in which
+// they happened. Tests compare it as text, so that a failure shows as a diff.
 #ifndef ZUV_TESTS_CLIENT_JOURNAL_H
 #define ZUV_TESTS_CLIENT_JOURNAL_H
 
+#include "base/mutex.h"
+
 #include <chrono>
 #include <cstddef>
-#include <mutex>
+#include <cstdint>
 #include <string>
 #include <thread>
 #include <utility>
@@ -16,7 +17,17 @@ namespace velmora::test {
 
 using Strings = std::vector<std::string>;
 
-/// May be written from any thread; takes a lock of its own for each call.
+/// Marks work of the test itself within an operation of the client: no call on this thread fails or counts meanwhile.
+class OwnWork {
+public:
+    OwnWork();
+    ~OwnWork();
+    OwnWork(const OwnWork&) = delete;
+    OwnWork& operator=(const OwnWork&) = delete;
+};
+bool isOwnWork();
+
+/// Any thread; each call takes the journal's own lock.
 class Journal {
 public:
     void add(std::string line);
@@ -26,24 +37,39 @@ public:
     /// The lines that begin with `beginning`, e.g. "bus: publish".
     std::vector<std::string> linesOf(const std::string& beginning) const;
     std::size_t count(const std::string& line) const;
-    /// The thread that first wrote `line`; no thread when nobody did.
+    /// The thread that wrote `line` first; no thread when it is not there.
     std::thread::id threadOf(const std::string& line) const;
 
 private:
-    mutable std::mutex m_mutex;
-    std::vector<std::pair<std::string, std::thread::id>> m_lines;
+    mutable desktop::Mutex m_mutex;
+    std::vector<std::pair<std::string, std::thread::id>> m_lines ZUV_GUARDED_BY(m_mutex);
 };
 
 Journal& journal();
 
-/// Lines one below the other.
+/// The lines, each with a line end.
 std::string asText(const std::vector<std::string>& lines);
 
-/// The text in quotation marks, all of it on one line.
+/// The text in quotation marks, with line ends and quotation marks escaped.
 std::string quoted(const std::string& text);
 std::string listed(const Strings& values);
 
-// Expected lines. `format` is the message without the common beginning "[%s] %s:%d:%s(): ".
+// ---- How a log line is written in the journal
+
+/// "level 1000" for a descriptor of the client's module, otherwise the three words as they are.
+std::string describeLevel(std::uint32_t word0, std::uint32_t word1, std::uint32_t word2);
+
+/// A line with the common beginning; `format` and `text` are without it.
+std::string describeOrdinaryLine(const std::string& level, const std::string& tag, const std::string& file,
+                                 const std::string& function, const std::string& format, const std::string& text);
+
+/// A line of a scope trace, whose format has the name of the function twice.
+std::string describeTraceLine(const std::string& level, const std::string& file, const std::string& first,
+                              const std::string& last, const std::string& format);
+
+// ---- Expected lines
+
+// `format` is the message without the common beginning "[%s] %s:%d:%s(): ".
 
 /// A line of zuv_media_manager_interface_impl.cpp.
 __attribute__((format(printf, 3, 4))) std::string entryLog(int level, const char* function, const char* format, ...);
@@ -56,8 +82,10 @@ std::string traceOut(const std::string& function);
 
 std::string busLine(const std::string& operation);
 std::string published(const std::string& topic, const Strings& values);
-/// A command vector on the command topic: the given entries, every other one of the eleven empty.
-std::string command(const std::vector<std::pair<std::size_t, std::string>>& entries);
+/// Entries of a command or event by their position.
+using Fields = std::vector<std::pair<std::size_t, std::string>>;
+/// A command on the command topic with these entries; the others of its eleven are empty.
+std::string command(const Fields& entries);
 /// All of initializeZUVEvent(): its line, and the neutral list on the event topic.
 std::vector<std::string> neutralEventPublished();
 std::string slept(std::chrono::microseconds duration);
@@ -68,7 +96,7 @@ std::string unlocked(const std::string& mutex);
 std::string calledBack(const std::string& callback, const std::string& id, const std::string& key,
                        const std::string& value);
 
-/// The lines put together, for expectations that share a run of lines.
+/// The lists one after another.
 std::vector<std::string> joined(const std::vector<std::vector<std::string>>& parts);
 
 } // namespace velmora::test

@@ -1,6 +1,5 @@
 // The inspect command and the quick question whether the service is alive.
 #include "client/client_test.h"
-#include "client/completion_wait.h"
 
 #include <exception>
 #include <new>
@@ -256,15 +255,6 @@ TEST_F(Liveness, ReleasesTheLockWhenThePublishThrows) {
     EXPECT_THROW(manager.checkZUVServiceAlive(), std::bad_alloc);
 
     EXPECT_FALSE(isHeld(manager.m_mutex));
-}
-
-TEST_F(Liveness, AnswersWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-    deliverAfter(milliseconds(50), statusEvent(1));
-
-    EXPECT_TRUE(manager.checkZUVServiceAlive());
-
-    EXPECT_JOURNAL(inspectCommand(1), waited(milliseconds(200)), notifiedAll());
 }
 
 TEST_F(Liveness, RestartsNothing) {

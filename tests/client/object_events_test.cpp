@@ -7,20 +7,9 @@
 namespace velmora::test {
 namespace {
 
-class ObjectEvents : public ManagerTest {
+class ObjectEvents : public ObjectTest {
 protected:
-    ObjectEvents() : object(registeredObject("movie")) {}
-    ~ObjectEvents() override { EXPECT_FALSE(isHeld(object->m_mutex)); }
-
     void receive(Strings event) { object->onZUVEvent(event); }
-    static std::string startedLogged(const char* code, const char* detail, const char* url) {
-        return objectLog(1, "onZUVEvent", "ZUV Media Proxy stated : %s ( %s) ,  %s\n", code, detail, url);
-    }
-    static std::string currentState(const char* handler, int state) {
-        return objectLog(4000, handler, "the current state : %d\n", state);
-    }
-
-    const std::shared_ptr<ZUVMediaProxyObject> object;
 };
 
 struct Decoding {
@@ -33,28 +22,12 @@ Strings fullEvent(const char* name, const char* code, const char* kind) {
     return {name, code, "session", "movie", "4", "5", "url", "definitions", "detail", kind, "10"};
 }
 
-std::string startedLine(const char* code, const char* detail, const char* url) {
-    return objectLog(1, "onZUVEvent", "ZUV Media Proxy stated : %s ( %s) ,  %s\n", code, detail, url);
-}
-
-std::string startFailed(const char* handler) {
-    return objectLog(1000, handler, "Start failed when current state is :%d \n", 0);
-}
-
-std::string stopFailed(const char* handler, const char* code, const char* detail) {
-    return objectLog(1000, handler, "Stopped Failed:  %s, %s ,%s\n", "movie", code, detail);
-}
-
 std::string seekDone() {
     return objectLog(1, "onMediaSeeked", "Seek Done. %s\n", "movie");
 }
 
 std::string seekFailed() {
     return objectLog(1000, "onMediaSeekedFailed", "Seek failed : %s\n", "movie");
-}
-
-std::string stateLine(const char* handler) {
-    return objectLog(4000, handler, "the current state : %d\n", 0);
 }
 
 class DecodedEvent : public ObjectEvents, public ::testing::WithParamInterface<Decoding> {};
@@ -65,61 +38,54 @@ TEST_P(DecodedEvent, ReachesItsHandler) {
     EXPECT_JOURNAL_LINES(GetParam().lines);
 }
 
-TEST_P(DecodedEvent, IsHandledSilentlyWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-
-    receive(GetParam().event);
-
-    EXPECT_JOURNAL();
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Events, DecodedEvent,
-    ::testing::Values(Decoding{"Started",
-                               fullEvent("started", "200", "main_video"),
-                               {startedLine("200", "detail", "url"), stateLine("onMediaStarted")}},
-                      Decoding{"StartedOfAnAd",
-                               fullEvent("started", "200", "advertisement"),
-                               {startedLine("200", "detail", "url"), stateLine("onAdMediaStarted")}},
-                      Decoding{"StartedOfAnUnknownKind",
-                               fullEvent("started", "200", "Advertisement"),
-                               {startedLine("200", "detail", "url"), stateLine("onMediaStarted")}},
-                      Decoding{"StartedWithoutKind",
-                               {"started", "200", "session", "movie", "", "", "url", "", "detail"},
-                               {startedLine("200", "detail", "url"), stateLine("onMediaStarted")}},
-                      Decoding{"StartedWithoutUrl",
-                               {"started", "200", "session", "movie"},
-                               {startedLine("200", "", ""), stateLine("onMediaStarted")}},
-                      Decoding{"StartFailed",
-                               fullEvent("started", "500", "main_video"),
-                               {startedLine("500", "detail", "url"), startFailed("onMediaStartedFailed")}},
-                      Decoding{"StartOfAnAdFailed",
-                               fullEvent("started", "500", "advertisement"),
-                               {startedLine("500", "detail", "url"), startFailed("onAdMediaStartedFailed")}},
-                      Decoding{"StartedWithoutCode",
-                               fullEvent("started", "", "main_video"),
-                               {startedLine("", "detail", "url"), startFailed("onMediaStartedFailed")}},
-                      Decoding{"StartedWithALongerCode",
-                               fullEvent("started", "2000", "main_video"),
-                               {startedLine("2000", "detail", "url"), startFailed("onMediaStartedFailed")}},
-                      Decoding{"StartedWithABlankInTheCode",
-                               fullEvent("started", "200 ", "advertisement"),
-                               {startedLine("200 ", "detail", "url"), startFailed("onAdMediaStartedFailed")}},
-                      Decoding{"Stopped", fullEvent("stopped", "200", "main_video"), {}},
-                      Decoding{"StoppedOfAnAd", fullEvent("stopped", "200", "advertisement"), {}},
-                      Decoding{"StopFailed",
-                               fullEvent("stopped", "404", "main_video"),
-                               {stopFailed("onMediaStoppedFailed", "404", "detail")}},
-                      Decoding{"StopOfAnAdFailed",
-                               fullEvent("stopped", "404", "advertisement"),
-                               {stopFailed("onAdMediaStoppedFailed", "404", "detail")}},
-                      Decoding{"StopFailedWithoutDetail",
-                               {"stopped", "404", "session", "movie"},
-                               {stopFailed("onMediaStoppedFailed", "404", "")}},
-                      Decoding{"Seeked", fullEvent("seeked", "200", "main_video"), {seekDone()}},
-                      Decoding{"SeekedOfAnAd", fullEvent("seeked", "200", "advertisement"), {seekDone()}},
-                      Decoding{"SeekFailed", fullEvent("seeked", "500", "main_video"), {seekFailed()}},
-                      Decoding{"SeekOfAnAdFailed", fullEvent("seeked", "500", "advertisement"), {seekFailed()}}),
+    ::testing::Values(
+        Decoding{"Started",
+                 fullEvent("started", "200", "main_video"),
+                 {startedLogged("200", "detail", "url"), currentState("onMediaStarted", State::Idle)}},
+        Decoding{"StartedOfAnAd",
+                 fullEvent("started", "200", "advertisement"),
+                 {startedLogged("200", "detail", "url"), currentState("onAdMediaStarted", State::Idle)}},
+        Decoding{"StartedOfAnUnknownKind",
+                 fullEvent("started", "200", "Advertisement"),
+                 {startedLogged("200", "detail", "url"), currentState("onMediaStarted", State::Idle)}},
+        Decoding{"StartedWithoutKind",
+                 {"started", "200", "session", "movie", "", "", "url", "", "detail"},
+                 {startedLogged("200", "detail", "url"), currentState("onMediaStarted", State::Idle)}},
+        Decoding{"StartedWithoutUrl",
+                 {"started", "200", "session", "movie"},
+                 {startedLogged("200", "", ""), currentState("onMediaStarted", State::Idle)}},
+        Decoding{"StartFailed",
+                 fullEvent("started", "500", "main_video"),
+                 {startedLogged("500", "detail", "url"), startFailed("onMediaStartedFailed", State::Idle)}},
+        Decoding{"StartOfAnAdFailed",
+                 fullEvent("started", "500", "advertisement"),
+                 {startedLogged("500", "detail", "url"), startFailed("onAdMediaStartedFailed", State::Idle)}},
+        Decoding{"StartedWithoutCode",
+                 fullEvent("started", "", "main_video"),
+                 {startedLogged("", "detail", "url"), startFailed("onMediaStartedFailed", State::Idle)}},
+        Decoding{"StartedWithALongerCode",
+                 fullEvent("started", "2000", "main_video"),
+                 {startedLogged("2000", "detail", "url"), startFailed("onMediaStartedFailed", State::Idle)}},
+        Decoding{"StartedWithABlankInTheCode",
+                 fullEvent("started", "200 ", "advertisement"),
+                 {startedLogged("200 ", "detail", "url"), startFailed("onAdMediaStartedFailed", State::Idle)}},
+        Decoding{"Stopped", fullEvent("stopped", "200", "main_video"), {}},
+        Decoding{"StoppedOfAnAd", fullEvent("stopped", "200", "advertisement"), {}},
+        Decoding{"StopFailed",
+                 fullEvent("stopped", "404", "main_video"),
+                 {stopFailed("onMediaStoppedFailed", "404", "detail")}},
+        Decoding{"StopOfAnAdFailed",
+                 fullEvent("stopped", "404", "advertisement"),
+                 {stopFailed("onAdMediaStoppedFailed", "404", "detail")}},
+        Decoding{"StopFailedWithoutDetail",
+                 {"stopped", "404", "session", "movie"},
+                 {stopFailed("onMediaStoppedFailed", "404", "")}},
+        Decoding{"Seeked", fullEvent("seeked", "200", "main_video"), {seekDone()}},
+        Decoding{"SeekedOfAnAd", fullEvent("seeked", "200", "advertisement"), {seekDone()}},
+        Decoding{"SeekFailed", fullEvent("seeked", "500", "main_video"), {seekFailed()}},
+        Decoding{"SeekOfAnAdFailed", fullEvent("seeked", "500", "advertisement"), {seekFailed()}}),
     caseName);
 
 struct IgnoredEvent {
@@ -130,13 +96,13 @@ struct IgnoredEvent {
 class Ignored : public ObjectEvents, public ::testing::WithParamInterface<IgnoredEvent> {};
 
 TEST_P(Ignored, ChangesAndLogsNothing) {
-    object->m_state = 1;
-    object->m_adState = 1;
+    object->m_state = State::Starting;
+    object->m_adState = State::Starting;
     watch(object->m_mutex, "object");
 
     receive(GetParam().event);
 
-    EXPECT_EQ(object->m_state, 1);
+    EXPECT_EQ(object->m_state, State::Starting);
     EXPECT_EQ(object->m_localURL, "");
     EXPECT_EQ(object->m_localAdURL, "");
     EXPECT_EQ(object->m_definitions, "");
@@ -172,7 +138,7 @@ TEST_F(ObjectEvents, ForAnObjectWithoutIdentifierNeedNone) {
 
     nameless->onZUVEvent(event);
 
-    EXPECT_JOURNAL(startedLogged("", "", ""), startFailed("onMediaStartedFailed"));
+    EXPECT_JOURNAL(startedLogged("", "", ""), startFailed("onMediaStartedFailed", State::Idle));
 }
 
 TEST_F(ObjectEvents, AreOnlyRead) {
@@ -184,25 +150,25 @@ TEST_F(ObjectEvents, AreOnlyRead) {
 }
 
 TEST_F(ObjectEvents, StartedAnswerStoresTheUrlAndCallsBackWhileStarting) {
-    object->m_state = 1;
+    object->m_state = State::Starting;
 
     receive(fullEvent("started", "200", "main_video"));
 
     EXPECT_EQ(object->localURL(), "url");
-    EXPECT_EQ(object->getState(), 2);
-    EXPECT_JOURNAL(startedLogged("200", "detail", "url"), currentState("onMediaStarted", 1),
+    EXPECT_EQ(object->getState(), State::Started);
+    EXPECT_JOURNAL(startedLogged("200", "detail", "url"), currentState("onMediaStarted", State::Starting),
                    objectLog(4000, "onMediaStarted", "notify\n"), calledBack("main", "movie", "url", "url"));
 }
 
 TEST_F(ObjectEvents, StartedAnswerOfAnAdStoresItsUrlAndTheMainState) {
-    object->m_adState = 1;
+    object->m_adState = State::Starting;
 
     receive(fullEvent("started", "200", "advertisement"));
 
     EXPECT_EQ(object->localAdURL(), "url");
     EXPECT_EQ(object->localURL(), "");
-    EXPECT_EQ(object->getState(), 2);
-    EXPECT_EQ(object->getAdState(), 1);
+    EXPECT_EQ(object->getState(), State::Started);
+    EXPECT_EQ(object->getAdState(), State::Starting);
     EXPECT_EQ(journal().linesOf("callback"), Strings{calledBack("ad", "movie", "url", "url")});
 }
 
@@ -231,7 +197,7 @@ TEST_F(Definitions, WhileIdleAreKeptWithoutACallback) {
     receive(fullEvent("definition", "200", "main_video"));
 
     EXPECT_EQ(object->m_definitions, "definitions");
-    EXPECT_JOURNAL(invalidState(0), newText("definitions"));
+    EXPECT_JOURNAL(invalidState(State::Idle), newText("definitions"));
 }
 
 class DefinitionsNotified : public Definitions, public ::testing::WithParamInterface<int> {};
@@ -246,13 +212,13 @@ TEST_P(DefinitionsNotified, AreKeptAndPassedOn) {
     EXPECT_JOURNAL(notifying(), calledBack("main", "movie", "definitions", "definitions"), newText("definitions"));
 }
 
-INSTANTIATE_TEST_SUITE_P(States, DefinitionsNotified, ::testing::Values(1, 2));
+INSTANTIATE_TEST_SUITE_P(States, DefinitionsNotified, ::testing::Values(State::Starting, State::Started));
 
 class DefinitionsInvalid : public Definitions, public ::testing::WithParamInterface<int> {};
 
 TEST_P(DefinitionsInvalid, AreKeptOnly) {
     object->m_state = GetParam();
-    object->m_adState = 1;
+    object->m_adState = State::Starting;
 
     object->onDefinitionsChanged("text");
 
@@ -260,11 +226,11 @@ TEST_P(DefinitionsInvalid, AreKeptOnly) {
     EXPECT_JOURNAL(invalidState(GetParam()), newText("text"));
 }
 
-INSTANTIATE_TEST_SUITE_P(States, DefinitionsInvalid, ::testing::Values(0, 3, -1));
+INSTANTIATE_TEST_SUITE_P(States, DefinitionsInvalid, ::testing::Values(State::Idle, 3, -1));
 
 TEST_F(Definitions, ReplaceEarlierOnes) {
     object->m_definitions = "earlier";
-    object->m_state = 2;
+    object->m_state = State::Started;
 
     receive({"definition", "200", "session", "movie", "", "", ""});
 
@@ -273,7 +239,7 @@ TEST_F(Definitions, ReplaceEarlierOnes) {
 }
 
 TEST_F(Definitions, CallBackWithoutTheLockAndAreStoredBefore) {
-    object->m_state = 2;
+    object->m_state = State::Started;
     bool held = true;
     std::string stored;
     duringCallback = [&] {
@@ -288,7 +254,7 @@ TEST_F(Definitions, CallBackWithoutTheLockAndAreStoredBefore) {
 }
 
 TEST_F(Definitions, LookAtTheStateAfterTheyAreStored) {
-    afterNextUnlock(object->m_mutex, [this] { object->m_state = 1; });
+    afterNextUnlock(object->m_mutex, [this] { object->m_state = State::Starting; });
 
     object->onDefinitionsChanged("text");
 
@@ -300,31 +266,22 @@ TEST_F(Definitions, TakeTheLockForTheTextAndForTheStateAndLogWithoutIt) {
 
     object->onDefinitionsChanged("text");
 
-    EXPECT_JOURNAL(locked("object"), unlocked("object"), locked("object"), unlocked("object"), invalidState(0),
-                   newText("text"));
+    EXPECT_JOURNAL(locked("object"), unlocked("object"), locked("object"), unlocked("object"),
+                   invalidState(State::Idle), newText("text"));
 }
 
 TEST_F(Definitions, WithoutCallbackAreNotifiedInVain) {
     manager.setZUVCallback(nullptr);
-    object->m_state = 2;
+    object->m_state = State::Started;
 
     object->onDefinitionsChanged("text");
 
     EXPECT_JOURNAL(notifying(), managerLog(4000, "notifyDefinitionsChanged", "notify error\n"), newText("text"));
 }
 
-TEST_F(Definitions, WhileLevelsAreOffArePassedOn) {
-    object->m_state = 2;
-    recordingLog().wantedUpTo = 0;
-
-    object->onDefinitionsChanged("text");
-
-    EXPECT_JOURNAL(calledBack("main", "movie", "definitions", "text"));
-}
-
 TEST_F(Definitions, LookAtTheStateBehindTheirOwnLock) {
-    object->m_state = 0;
-    afterNextUnlock(object->m_mutex, [this] { object->m_state = 1; });
+    object->m_state = State::Idle;
+    afterNextUnlock(object->m_mutex, [this] { object->m_state = State::Starting; });
 
     object->onDefinitionsChanged("text");
 
@@ -339,7 +296,7 @@ TEST_F(Definitions, LetALockFailureOut) {
 
 TEST_F(Definitions, ThatArrivedWhileIdleAreDeliveredByAttaching) {
     receive(fullEvent("started", "200", "main_video"));
-    object->m_state = 0;
+    object->m_state = State::Idle;
     receive(fullEvent("definition", "200", "main_video"));
     journal().clear();
 

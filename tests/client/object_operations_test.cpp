@@ -1,6 +1,5 @@
 // The application's calls on a proxy object.
 #include "client/client_test.h"
-#include "client/completion_wait.h"
 
 #include <new>
 #include <system_error>
@@ -9,13 +8,8 @@
 namespace velmora::test {
 namespace {
 
-using Fields = std::vector<std::pair<std::size_t, std::string>>;
-
-class ObjectOperations : public ManagerTest {
+class ObjectOperations : public ObjectTest {
 protected:
-    ObjectOperations() : object(registeredObject("movie")) {}
-    ~ObjectOperations() override { EXPECT_FALSE(isHeld(object->m_mutex)); }
-
     /// The first command of the test.
     static std::string sent(Fields fields) {
         fields.emplace_back(2, sessionId(1));
@@ -26,8 +20,6 @@ protected:
     static Strings started(const char* id, const char* kind) {
         return {"started", "200", sessionId(1), id, "", "", "local", "", "", kind, ""};
     }
-
-    const std::shared_ptr<ZUVMediaProxyObject> object;
 };
 
 // What every operation does: trace, send without the lock, trace.
@@ -83,7 +75,7 @@ const Operation operations[] = {
 class ObjectOperation : public ObjectOperations, public ::testing::WithParamInterface<Operation> {
 protected:
     // A seek needs a state that is not idle.
-    ObjectOperation() { object->m_state = 2; }
+    ObjectOperation() { object->m_state = State::Started; }
     void call() { GetParam().call(*object); }
     static std::vector<std::string> commandOrOther() {
         return GetParam().fields.empty() ? GetParam().insteadOfCommand
@@ -96,14 +88,6 @@ TEST_P(ObjectOperation, IsTracedAndSendsOneCommand) {
 
     EXPECT_JOURNAL_LINES(joined(
         {{traceIn(GetParam().function)}, GetParam().beforeCommand, commandOrOther(), {traceOut(GetParam().function)}}));
-}
-
-TEST_P(ObjectOperation, PutsOutNoTraceWhileItsLevelIsOff) {
-    recordingLog().wantedUpTo = 4999;
-
-    call();
-
-    EXPECT_JOURNAL_LINES(joined({GetParam().beforeCommand, commandOrOther()}));
 }
 
 TEST_P(ObjectOperation, TellsTheManagerWithoutTheLock) {
@@ -126,16 +110,16 @@ TEST_P(ObjectOperation, TracesTheWayOutWhenTheLockFails) {
 }
 
 TEST_P(ObjectOperation, ChangesNoStateAndNoUrlWhenTheLockFails) {
-    object->m_state = 2;
-    object->m_adState = 2;
+    object->m_state = State::Started;
+    object->m_adState = State::Started;
     object->m_localURL = "url";
     object->m_localAdURL = "ad url";
     failNext(Call::Lock);
 
     EXPECT_THROW(call(), std::system_error);
 
-    EXPECT_EQ(object->m_state, 2);
-    EXPECT_EQ(object->m_adState, 2);
+    EXPECT_EQ(object->m_state, State::Started);
+    EXPECT_EQ(object->m_adState, State::Started);
     EXPECT_EQ(object->m_localURL, "url");
     EXPECT_EQ(object->m_localAdURL, "ad url");
 }
@@ -201,8 +185,8 @@ INSTANTIATE_TEST_SUITE_P(Operations, SendingOperation,
 class FieldsWhenSending : public ObjectOperations {
 protected:
     FieldsWhenSending() {
-        object->m_state = 2;
-        object->m_adState = 1;
+        object->m_state = State::Started;
+        object->m_adState = State::Starting;
         object->m_localURL = "url";
         object->m_localAdURL = "ad url";
         bus().onPublish = [this](const std::string& topic, const Strings&) {
@@ -223,7 +207,7 @@ TEST_F(FieldsWhenSending, OfStart) {
 }
 
 TEST_F(FieldsWhenSending, OfStartAd) {
-    object->m_adState = 0;
+    object->m_adState = State::Idle;
     object->startAd("new", 1);
     EXPECT_EQ(atCommand, (Strings{"2", "1", "url", "ad url"}));
 }
@@ -260,7 +244,7 @@ TEST_F(ObjectOperations, SeekOfAnIdleObjectIsOnlyRememberedAndTraced) {
 }
 
 TEST_F(ObjectOperations, SeekIsSentWhileStarting) {
-    object->m_state = 1;
+    object->m_state = State::Starting;
 
     object->seek(-0.5, "");
 
@@ -282,8 +266,8 @@ TEST_P(SeekInUnknownState, IsSent) {
 INSTANTIATE_TEST_SUITE_P(States, SeekInUnknownState, ::testing::Values(3, -1));
 
 TEST_F(ObjectOperations, SeekLooksAtTheStateAfterItsFirstLock) {
-    object->m_state = 1;
-    afterNextUnlock(object->m_mutex, [this] { object->m_state = 0; });
+    object->m_state = State::Starting;
+    afterNextUnlock(object->m_mutex, [this] { object->m_state = State::Idle; });
 
     object->seek(1.0, "");
 
@@ -316,7 +300,7 @@ TEST_F(ObjectOperations, StartAdThatSendsDoesNotLookAtTheUrl) {
 }
 
 TEST_F(ObjectOperations, SeekDoesNotLookAtTheAdvertisement) {
-    object->m_adState = 1;
+    object->m_adState = State::Starting;
 
     object->seek(1.0, "");
 
@@ -352,15 +336,15 @@ TEST_F(ObjectOperations, PreloadWithoutAccessIsReportedByBothSteps) {
 }
 
 TEST_F(ObjectOperations, StopClearsAtOnceWhateverTheServiceAnswers) {
-    object->m_state = 2;
+    object->m_state = State::Started;
     object->m_localURL = "url";
 
     object->stop();
-    EXPECT_EQ(object->getState(), 0);
+    EXPECT_EQ(object->getState(), State::Idle);
     EXPECT_EQ(object->localURL(), "");
 
     bus().deliver({"stopped", "500", sessionId(1), "movie", "", "", "", "", "", "main_video"});
-    EXPECT_EQ(object->getState(), 0);
+    EXPECT_EQ(object->getState(), State::Idle);
     EXPECT_EQ(object->localURL(), "");
 }
 
@@ -372,12 +356,6 @@ std::string received(const char* function) {
 
 std::string notReceived(const char* function) {
     return objectLog(4000, function, "notification from preload is not received, and will read it first\n");
-}
-
-const std::string kMemoryMissing = managerLog(4000, "readZUVEventMemory", "memory NULL.\n");
-
-std::string startedLogged() {
-    return objectLog(1, "onZUVEvent", "ZUV Media Proxy stated : %s ( %s) ,  %s\n", "200", "", "local");
 }
 
 class Attaching : public ObjectOperations {
@@ -394,7 +372,7 @@ TEST_F(Attaching, StartDeliversUrlAndDefinitionsOfAHandledPreload) {
 
     object->start("ignored", 0);
 
-    EXPECT_EQ(object->getState(), 1);
+    EXPECT_EQ(object->getState(), State::Starting);
     EXPECT_JOURNAL(traceIn("start"), received("start"), calledBack("main", "movie", "url", "local"),
                    calledBack("main", "movie", "definitions", "definitions"), traceOut("start"));
     EXPECT_EQ(journal().threadOf(calledBack("main", "movie", "url", "local")), std::this_thread::get_id());
@@ -406,7 +384,7 @@ TEST_F(Attaching, StartDeliversEmptyDefinitionsWhenNoneArrived) {
 
     object->start("ignored", 0);
 
-    EXPECT_EQ(object->getState(), 1);
+    EXPECT_EQ(object->getState(), State::Starting);
     EXPECT_JOURNAL(traceIn("start"), received("start"), calledBack("main", "movie", "url", "local"),
                    calledBack("main", "movie", "definitions", ""), traceOut("start"));
 }
@@ -417,8 +395,8 @@ TEST_F(Attaching, StartAdDeliversTheUrlAlone) {
 
     object->startAd("ignored", 0);
 
-    EXPECT_EQ(object->getAdState(), 1);
-    EXPECT_EQ(object->getState(), 0);
+    EXPECT_EQ(object->getAdState(), State::Starting);
+    EXPECT_EQ(object->getState(), State::Idle);
     EXPECT_JOURNAL(traceIn("startAd"), received("startAd"), calledBack("ad", "movie", "url", "local"),
                    traceOut("startAd"));
 }
@@ -464,7 +442,7 @@ TEST_F(Attaching, StartLooksAtTheUrlAfterTheStateIsSet) {
 
     EXPECT_EQ(journal().count(received("start")), 1u);
     EXPECT_EQ(journal().count(calledBack("main", "movie", "url", "local")), 2u);
-    EXPECT_EQ(object->getState(), 2);
+    EXPECT_EQ(object->getState(), State::Started);
 }
 
 TEST_F(Attaching, StartAdLooksAtTheUrlAfterTheStateIsSet) {
@@ -511,11 +489,11 @@ TEST_F(Attaching, StartReadsTheAnswerFromSharedMemory) {
 
     object->start("ignored", 0);
 
-    EXPECT_EQ(object->getState(), 2);
+    EXPECT_EQ(object->getState(), State::Started);
     EXPECT_EQ(object->localURL(), "local");
     EXPECT_JOURNAL_LINES(joined({{traceIn("start"), notReceived("start")},
                                  readFromMemory(answer),
-                                 {startedLogged(), objectLog(4000, "onMediaStarted", "the current state : %d\n", 1),
+                                 {startedLogged("200", "", "local"), currentState("onMediaStarted", State::Starting),
                                   objectLog(4000, "onMediaStarted", "notify\n"),
                                   calledBack("main", "movie", "url", "local"), traceOut("start")}}));
 }
@@ -527,12 +505,12 @@ TEST_F(Attaching, StartAdReadsTheAnswerFromSharedMemory) {
 
     object->startAd("ignored", 0);
 
-    EXPECT_EQ(object->getAdState(), 1);
-    EXPECT_EQ(object->getState(), 2);
+    EXPECT_EQ(object->getAdState(), State::Starting);
+    EXPECT_EQ(object->getState(), State::Started);
     EXPECT_EQ(object->localAdURL(), "local");
     EXPECT_JOURNAL_LINES(joined({{traceIn("startAd"), notReceived("startAd")},
                                  readFromMemory(answer),
-                                 {startedLogged(), objectLog(4000, "onAdMediaStarted", "the current state : %d\n", 1),
+                                 {startedLogged("200", "", "local"), currentState("onAdMediaStarted", State::Starting),
                                   objectLog(4000, "onAdMediaStarted", "notify\n"),
                                   calledBack("ad", "movie", "url", "local"), traceOut("startAd")}}));
 }
@@ -542,7 +520,7 @@ TEST_F(Attaching, StartReadsTheAnswerFromTheBusWhileTheRegionIsNotMapped) {
 
     object->start("ignored", 0);
 
-    EXPECT_EQ(object->getState(), 2);
+    EXPECT_EQ(object->getState(), State::Started);
     EXPECT_EQ(journal().count(askedTheBus()), 1u);
     EXPECT_EQ(journal().count(calledBack("main", "movie", "url", "local")), 1u);
 }
@@ -550,15 +528,15 @@ TEST_F(Attaching, StartReadsTheAnswerFromTheBusWhileTheRegionIsNotMapped) {
 TEST_F(Attaching, StartWithNoEventAnywhereWaitsForTheBus) {
     object->start("ignored", 0);
 
-    EXPECT_EQ(object->getState(), 1);
-    EXPECT_JOURNAL(traceIn("start"), notReceived("start"), kMemoryMissing, askedTheBus(), traceOut("start"));
+    EXPECT_EQ(object->getState(), State::Starting);
+    EXPECT_JOURNAL(traceIn("start"), notReceived("start"), regionNotMapped(), askedTheBus(), traceOut("start"));
 }
 
 TEST_F(Attaching, StartAdWithNoEventAnywhereWaitsForTheBus) {
     object->startAd("ignored", 0);
 
-    EXPECT_EQ(object->getAdState(), 1);
-    EXPECT_JOURNAL(traceIn("startAd"), notReceived("startAd"), kMemoryMissing, askedTheBus(), traceOut("startAd"));
+    EXPECT_EQ(object->getAdState(), State::Starting);
+    EXPECT_JOURNAL(traceIn("startAd"), notReceived("startAd"), regionNotMapped(), askedTheBus(), traceOut("startAd"));
 }
 
 TEST_F(Attaching, StartIgnoresTheEventOfAnotherObject) {
@@ -568,9 +546,9 @@ TEST_F(Attaching, StartIgnoresTheEventOfAnotherObject) {
 
     object->start("ignored", 0);
 
-    EXPECT_EQ(object->getState(), 1);
+    EXPECT_EQ(object->getState(), State::Starting);
     EXPECT_EQ(object->localURL(), "");
-    EXPECT_EQ(other->getState(), 0);
+    EXPECT_EQ(other->getState(), State::Idle);
     EXPECT_TRUE(journal().linesOf("callback").empty());
 }
 
@@ -592,8 +570,8 @@ TEST_F(Attaching, StartAdHandlesAnAnswerForTheMainVideoAsSuch) {
 
     EXPECT_EQ(object->localURL(), "local");
     EXPECT_EQ(object->localAdURL(), "");
-    EXPECT_EQ(object->getState(), 2);
-    EXPECT_EQ(object->getAdState(), 1);
+    EXPECT_EQ(object->getState(), State::Started);
+    EXPECT_EQ(object->getAdState(), State::Starting);
     EXPECT_TRUE(journal().linesOf("callback").empty());
 }
 
@@ -603,8 +581,8 @@ TEST_F(Attaching, StartAdIgnoresTheEventOfAnotherObject) {
 
     object->startAd("ignored", 0);
 
-    EXPECT_EQ(object->getAdState(), 1);
-    EXPECT_EQ(object->getState(), 0);
+    EXPECT_EQ(object->getAdState(), State::Starting);
+    EXPECT_EQ(object->getState(), State::Idle);
     EXPECT_EQ(object->localAdURL(), "");
     EXPECT_TRUE(journal().linesOf("callback").empty());
 }
@@ -661,17 +639,17 @@ protected:
 
 TEST_F(Sequences, DirectPlay) {
     object->start("url", 1);
-    EXPECT_EQ(object->getState(), 1);
+    EXPECT_EQ(object->getState(), State::Starting);
 
     bus().deliver(started("movie", "main_video"));
-    EXPECT_EQ(object->getState(), 2);
+    EXPECT_EQ(object->getState(), State::Started);
     EXPECT_EQ(journal().linesOf("callback"), Strings{calledBack("main", "movie", "url", "local")});
 
     object->seek(5.0, "");
     EXPECT_EQ(bus().commandCount("seek"), 1);
 
     object->stop();
-    EXPECT_EQ(object->getState(), 0);
+    EXPECT_EQ(object->getState(), State::Idle);
 }
 
 TEST_F(Sequences, PreloadedPlay) {
@@ -680,11 +658,11 @@ TEST_F(Sequences, PreloadedPlay) {
     EXPECT_EQ(object->localURL(), "");
 
     bus().deliver(started("movie", "main_video"));
-    EXPECT_EQ(object->getState(), 2);
+    EXPECT_EQ(object->getState(), State::Started);
     EXPECT_TRUE(journal().linesOf("callback").empty());
 
     object->start("", 0);
-    EXPECT_EQ(object->getState(), 1);
+    EXPECT_EQ(object->getState(), State::Starting);
     EXPECT_EQ(bus().commandCount("start"), 0);
     EXPECT_EQ(journal().linesOf("callback").size(), 2u);
 }
@@ -694,7 +672,7 @@ TEST_F(Sequences, SynchronousStartOfTheMainVideoCallsBackOnce) {
     answerInMemory("start", started("movie", "main_video"));
 
     object->start("url", 1);
-    EXPECT_EQ(object->getState(), 2);
+    EXPECT_EQ(object->getState(), State::Started);
     bus().deliver(started("movie", "main_video"));
 
     EXPECT_EQ(journal().count(calledBack("main", "movie", "url", "local")), 1u);
@@ -709,7 +687,7 @@ TEST_F(Sequences, SynchronousStartOfAnAdvertisementCallsBackTwice) {
     bus().deliver(started("movie", "advertisement"));
 
     EXPECT_EQ(journal().count(calledBack("ad", "movie", "url", "local")), 2u);
-    EXPECT_EQ(object->getAdState(), 1);
+    EXPECT_EQ(object->getAdState(), State::Starting);
 }
 
 TEST_F(Sequences, TwoThreadsDeliveringOneAnswerCallBackOnce) {
@@ -721,7 +699,7 @@ TEST_F(Sequences, TwoThreadsDeliveringOneAnswerCallBackOnce) {
     second.join();
 
     EXPECT_EQ(journal().count(calledBack("main", "movie", "url", "local")), 1u);
-    EXPECT_EQ(object->getState(), 2);
+    EXPECT_EQ(object->getState(), State::Started);
 }
 
 TEST_F(Sequences, SynchronousStopIsAnsweredByStopped) {
@@ -740,7 +718,7 @@ TEST_F(Sequences, SynchronousPreloadIsAnsweredByStarted) {
     object->preload(0.0, "next", "", "");
 
     EXPECT_EQ(object->localURL(), "local");
-    EXPECT_EQ(object->getState(), 2);
+    EXPECT_EQ(object->getState(), State::Started);
     EXPECT_TRUE(journal().linesOf("callback").empty());
 }
 

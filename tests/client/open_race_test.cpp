@@ -1,6 +1,6 @@
-// The races that are open by contract: no lock is taken there. Each test makes its two accesses one after the
-// other in time, so that it is safe, and leaves them without an order that a lock would give, so that
-// ThreadSanitizer reports them unless tests/tsan.supp says otherwise. The build runs each test both ways.
+// The data races that the contract leaves open: no lock is taken there. Each test makes its two accesses one after the
+// other, so that it is safe, but without synchronisation, so that ThreadSanitizer reports them unless tests/tsan.supp
+// suppresses the report. ctest runs each test with the suppressions and without.
 #include "client/contention_platform.h"
 #include "zuv_media_proxy_manager.h"
 #include "zuv_media_proxy_object.h"

@@ -113,8 +113,8 @@ void silenceService(OwnClient& client) {
 }
 
 void letProxyStart(OwnClient& client) {
-    client.proxy->m_state = 1;
-    client.proxy->m_adState = 1;
+    client.proxy->m_state = State::Starting;
+    client.proxy->m_adState = State::Starting;
 }
 
 void preloaded(OwnClient& client) {

@@ -1,9 +1,10 @@
-// One operation of the client at a time, called on a client of its own. A table lists all of them, for tests
-// of what holds for every operation; a new operation is one line of it.
+// For tests of what holds for every operation of the client: a table of all operations, each called on a client of its
+// own. A new operation is one more line of the table.
 #ifndef ZUV_TESTS_CLIENT_OPERATION_UNDER_TEST_H
 #define ZUV_TESTS_CLIENT_OPERATION_UNDER_TEST_H
 
 #include "client/client_test.h"
+#include "support/mode.h"
 #include "zuv_media_manager_interface_impl.h"
 
 #include <functional>
@@ -13,8 +14,6 @@
 #include <vector>
 
 namespace velmora::test {
-
-enum class Mode { Asynchronous, Synchronous };
 
 /// A manager in the place of the process's, an interface that forwards to it, a registered proxy, and a
 /// service that answers every command: over the bus after 50 ms, in synchronous mode in the region at once.

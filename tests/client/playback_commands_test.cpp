@@ -1,14 +1,11 @@
 // The manager's start, stop, seek and preload commands, asynchronous and synchronous.
 #include "client/client_test.h"
-#include "client/completion_wait.h"
 
 #include <exception>
 #include <limits>
 
 namespace velmora::test {
 namespace {
-
-using Fields = std::vector<std::pair<std::size_t, std::string>>;
 
 /// One pair of operations, with arguments.
 struct Playback {
@@ -74,10 +71,7 @@ protected:
         return command(fields);
     }
     static Strings answer(int nth) { return {GetParam().answer, "500", sessionId(nth), "nobody"}; }
-    static std::string replayed() {
-        return managerLog(1000, "onZUVEvent", "unable to find object for event: %s, %s,%s\n", GetParam().answer, "500",
-                          "nobody");
-    }
+    static std::string replayed() { return noObjectFor(GetParam().answer, "500", "nobody"); }
     static const char* commandName() { return GetParam().fields.front().second.c_str(); }
 };
 
@@ -138,14 +132,6 @@ TEST_P(PlaybackCommand, IgnoresThatThePublishFailed) {
     EXPECT_EQ(callSynchronous(), -1);
 
     EXPECT_EQ(bus().commandCount(commandName()), 2);
-}
-
-TEST_P(PlaybackCommand, IsSentWhileLevelsAreOff) {
-    recordingLog().wantedUpTo = 0;
-
-    callAsynchronous();
-
-    EXPECT_JOURNAL(sent(1));
 }
 
 TEST_P(PlaybackCommand, SynchronousOneWaitsForItsAnswer) {
@@ -257,16 +243,6 @@ TEST_P(PlaybackCommand, SynchronousOneTakesNoLockToTimeOut) {
     callSynchronous();
 
     EXPECT_EQ(journal().count(locked("manager")), 0u);
-}
-
-TEST_P(PlaybackCommand, SynchronousOneWaitsWhileLevelsAreOff) {
-    mapRegion();
-    recordingLog().wantedUpTo = 0;
-
-    EXPECT_EQ(callSynchronous(), -1);
-
-    const std::string sleep = slept(kPollInterval);
-    EXPECT_JOURNAL(sent(1), sleep, sleep, sleep, sleep, sleep);
 }
 
 TEST_P(PlaybackCommand, InSynchronousModeIsTheSynchronousOne) {

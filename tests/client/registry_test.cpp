@@ -145,16 +145,6 @@ TEST_F(Registry, TellsIdentifiersApartBehindAZeroByte) {
     EXPECT_EQ(manager.findProxyObjectFromCache(id), object);
 }
 
-TEST_F(Registry, RemovesWhileLevelsAreOff) {
-    registeredObject("movie");
-    recordingLog().wantedUpTo = 0;
-
-    manager.removeProxyObjectFromCache("movie");
-
-    EXPECT_TRUE(manager.m_proxyObjects.empty());
-    EXPECT_JOURNAL();
-}
-
 TEST_F(Registry, RemovalDestroysAnObjectThatNobodyElseHolds) {
     std::weak_ptr<ZUVMediaProxyObject> object = registeredObject("movie");
     ASSERT_FALSE(object.expired());

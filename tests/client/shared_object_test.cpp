@@ -2,42 +2,26 @@
 // again. This program lends it the recording platform: its own symbols come before those of the platform's
 // library.
 #include "client/journal.h"
-#include "client/recording_bus.h"
-#include "zuv_media_proxy.h"
+#include "client/recording_platform.h"
+#include "support/loaded_library.h"
+#include "support/processes.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <regex>
 #include <set>
 #include <sstream>
-#include <stdexcept>
+#include <thread>
 
 namespace velmora::test {
 namespace {
 
-using Request = ZUVMediaProxyManagerInterface* (*)();
 using Lines = std::set<std::string>;
 
-/// The library, loaded for the length of a scope.
-class Library {
+/// The built library.
+class Library : public LoadedLibrary {
 public:
-    Library() : m_handle(dlopen(ZUV_MEDIA_PROXY_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
-        if (m_handle == nullptr)
-            throw std::runtime_error(dlerror());
-    }
-    ~Library() { dlclose(m_handle); }
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
-
-    ZUVMediaProxyManagerInterface* manager() const {
-        return reinterpret_cast<Request>(dlsym(m_handle, "requestZUVMediaProxy"))();
-    }
-
-private:
-    void* m_handle;
+    Library() : LoadedLibrary(ZUV_MEDIA_PROXY_LIBRARY) {}
 };
 
 void mainCallback(std::string id, std::string key, std::string value) {
@@ -133,14 +117,9 @@ TEST(SharedObject, HasNoThreadsOfItsOwn) {
 // What the linker made of it.
 
 std::vector<std::string> outputOf(const std::string& program) {
-    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(program.c_str(), "r"), pclose);
-    std::string text;
-    std::array<char, 4096> part;
-    while (std::size_t length = std::fread(part.data(), 1, part.size(), pipe.get()))
-        text.append(part.data(), length);
+    std::istringstream output(runInShell(program).output);
     std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
+    for (std::string line; std::getline(output, line);)
         lines.push_back(line);
     return lines;
 }

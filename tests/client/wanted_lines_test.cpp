@@ -62,14 +62,6 @@ TEST_F(UnwantedLine, OfTheEntryPointStaysAway) {
     EXPECT_NE(requestZUVMediaProxy(), nullptr);
 }
 
-TEST_F(UnwantedLine, OfAnInterfaceWithoutManagerStaysAway) {
-    managerToGive = nullptr;
-
-    EXPECT_EQ(ZUVMediaProxyManagerInterfaceImpl().createNewZUVMediaProxy(), nullptr);
-
-    managerToGive.reset();
-}
-
 TEST_F(UnwantedLine, OfAManagersEndStaysAway) {
     ZUVMediaProxyManager();
 

@@ -1,4 +1,5 @@
-# Looks for each of NEEDS, regular expressions with commas between them, among the packages that PACKAGE of the folder PACKAGES depends on.
+# Checks that the package PACKAGE, in the folder PACKAGES, depends on each of NEEDS: regular expressions, separated by
+# commas.
 file(GLOB file ${PACKAGES}/${PACKAGE}_*.deb)
 execute_process(COMMAND dpkg-deb --field ${file} Depends
     OUTPUT_VARIABLE depends OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)

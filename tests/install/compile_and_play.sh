@@ -1,5 +1,5 @@
 #!/bin/sh
-# Compiles PROGRAM for the installation below PREFIX, as pkg-config says, and has it play MEDIUM on the installed desktop
+# Compiles PROGRAM with pkg-config for the installation below PREFIX, and has it play MEDIUM on the installed desktop
 # platform. It must print a local URL.
 #
 #   compile_and_play.sh PREFIX LIBRARY_FOLDER PROGRAM MEDIUM COMPILER [FLAGS]

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs the packages of a folder into an empty Debian, compiles the README's example there as its reader does, and has
-# it play. Needs root, and a Debian mirror (ZUV_DEBIAN_MIRROR names another one) for what the packages depend on; CACHE
-# keeps the empty Debian, which knows its mirror, and downloads.
+# Installs the packages of a folder into an empty Debian, compiles the README's example there like a reader would, and
+# has it play. Needs root, and a Debian mirror (ZUV_DEBIAN_MIRROR names another one) for what the packages depend on;
+# CACHE keeps the empty Debian, which knows its mirror, and downloads.
 #
 #   empty_debian.sh PACKAGES MEDIUM CACHE
 set -euo pipefail

@@ -32,7 +32,9 @@ zuv_check_package(libzuv-media-proxy-dev
     NEEDS ${same_version})
 zuv_check_package(zuv-desktop
     FILES ${desktop_files}
-    NEEDS ${same_version} dbus-daemon gstreamer1.0-plugins-base gstreamer1.0-plugins-good libgstreamer1.0-0)
+    NEEDS ${same_version} dbus-daemon gstreamer1.0-plugins-base gstreamer1.0-plugins-good libgstreamer1.0-0
+        # Debian 13 names them with t64.
+        "libcurl4(t64)?" "libmicrohttpd12(t64)?")
 
 # All three in one place.
 set(program ${PROJECT_SOURCE_DIR}/examples/minimal/main.cpp)

@@ -1,5 +1,5 @@
-# Makes the packages of BUILD_FOLDER below the folder PACKAGES, and unpacks each there into a folder of its name, and all
-# of them into `all`.
+# Builds the packages of BUILD_FOLDER into the folder PACKAGES. There it unpacks each package into a folder of its name,
+# and all of them into `all`.
 file(REMOVE_RECURSE ${PACKAGES})
 execute_process(COMMAND ${CMAKE_CPACK_COMMAND} --config ${BUILD_FOLDER}/CPackConfig.cmake -B ${PACKAGES}
     COMMAND_ERROR_IS_FATAL ANY)

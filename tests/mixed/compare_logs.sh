@@ -9,7 +9,8 @@ program=$2
 shift 2
 
 client_lines() {
-    ZUV_LOG_LEVEL=dump "$programs/zuv-desktop" run --private-shm --engine simulated -- "$@" "$programs/zuv-service" 2>&1 |
+    ZUV_LOG_LEVEL=dump "$programs/zuv-desktop" run --private-shm --engine simulated -- \
+        "$@" "$programs/zuv-service" 2>&1 |
         grep -o '\[B-LOG\].*' |
         sed -E 's/ses-[0-9A-F-]+/SESSION/g; s/obj-[0-9a-f]+/OBJECT/g; s/0x[0-9a-f]+/ADDRESS/g; s#http://[^ "]+#URL#g' |
         sort -u

@@ -1,12 +1,11 @@
 // The client library of this build beside a service of another word size: commands and events cross one bus, the
 // service's events one shared memory. All tests share one run of the desktop platform, each with a client
 // process of its own.
-#include "client/topics.h"
-#include "support/recording_client.h"
-#include "system/news_record.h"
-#include "zuv_media_proxy.h"
+#include "support/loaded_library.h"
+#include "support/notification_record.h"
+#include "support/participant.h"
+#include "support/service_protocol.h"
 
-#include <dlfcn.h>
 #include <elf.h>
 #include <gtest/gtest.h>
 
@@ -14,7 +13,6 @@
 #include <string>
 
 using namespace velmora;
-using namespace velmora::system_test;
 namespace State = velmora::ZUVMediaProxyState;
 
 namespace {
@@ -34,29 +32,19 @@ TEST(WordSizes, AreNotTheSame) {
     EXPECT_NE(wordSizeOf(kService), wordSizeOf(ZUV_MEDIA_PROXY_LIBRARY));
 }
 
-class Library {
+class Library : public LoadedLibrary {
 public:
-    Library() : m_handle(dlopen(ZUV_MEDIA_PROXY_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
-        if (m_handle == nullptr)
-            throw std::runtime_error(dlerror());
-    }
-    ~Library() { dlclose(m_handle); }
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
+    Library() : LoadedLibrary(ZUV_MEDIA_PROXY_LIBRARY) {}
 
     ZUVMediaProxyManagerInterface& manager() const {
-        void* const symbol = dlsym(m_handle, "requestZUVMediaProxy");
-        ZUVMediaProxyManagerInterface& manager = *reinterpret_cast<decltype(&requestZUVMediaProxy)>(symbol)();
-        manager.setZUVCallback(&NewsRecord::onMainVideoNews);
-        manager.setZUVAdCallback(&NewsRecord::onAdvertisementNews);
+        ZUVMediaProxyManagerInterface& manager = *LoadedLibrary::manager();
+        manager.setZUVCallback(&NotificationRecord::onMainVideo);
+        manager.setZUVAdCallback(&NotificationRecord::onAdvertisement);
         return manager;
     }
-
-private:
-    void* m_handle;
 };
 
-/// The service answers on the bus, as ever.
+/// The service answers on the bus, as usual.
 class Asynchronous : public testing::Test {
 protected:
     const Library m_library;
@@ -70,11 +58,11 @@ TEST_F(Asynchronous, CreationGivesTheIdentifierThatTheServiceAnnounced) {
 TEST_F(Asynchronous, StartBringsTheLocalUrlAndThenTheDefinitions) {
     m_proxy->start(kMedium, 1);
 
-    const auto url = NewsRecord::await(Medium::MainVideo, "url");
+    const auto url = NotificationRecord::await(Medium::MainVideo, "url");
     ASSERT_TRUE(url.has_value());
     EXPECT_EQ(url->proxyId, m_proxy->id());
     EXPECT_EQ(url->value, m_proxy->localURL());
-    const auto definitions = NewsRecord::await(Medium::MainVideo, "definitions");
+    const auto definitions = NotificationRecord::await(Medium::MainVideo, "definitions");
     ASSERT_TRUE(definitions.has_value());
     EXPECT_EQ(definitions->value, R"([{"definition":"240p","url":")" + url->value + R"("}])");
 }
@@ -82,7 +70,7 @@ TEST_F(Asynchronous, StartBringsTheLocalUrlAndThenTheDefinitions) {
 TEST_F(Asynchronous, TheAdvertisementsStartBringsItsLocalUrl) {
     m_proxy->startAd(kMedium, 1);
 
-    const auto url = NewsRecord::await(Medium::Advertisement, "url");
+    const auto url = NotificationRecord::await(Medium::Advertisement, "url");
     ASSERT_TRUE(url.has_value());
     EXPECT_EQ(url->value, m_proxy->localAdURL());
 }
@@ -91,24 +79,22 @@ TEST_F(Asynchronous, APreloadsUrlComesWithTheStartThatAttachesToIt) {
     m_proxy->preload(1.5, kMedium, "", "");
     m_proxy->start("", 0);
 
-    const auto url = NewsRecord::await(Medium::MainVideo, "url");
+    const auto url = NotificationRecord::await(Medium::MainVideo, "url");
     ASSERT_TRUE(url.has_value());
     EXPECT_NE(url->value, "");
 }
 
 TEST_F(Asynchronous, ASeekArrivesAsItWasSent) {
-    platform_test::RecordingClient client;
-    ZUVModelAccess bus(&client);
-    ASSERT_EQ(bus.initialize(), 0);
-    ASSERT_EQ(bus.start(), 0);
+    Participant participant;
+    ASSERT_TRUE(participant.join());
     // The medium is an hour long: a position that had changed on its way would be refused, or accepted.
     m_proxy->start(kMedium, 1);
     m_proxy->seek(3600.0, "");
     m_proxy->seek(3600.000001, "");
 
     std::vector<std::string> codes;
-    for (std::size_t count = 1; codes.size() < 2 && client.awaitEvents(count); ++count) {
-        const platform_test::Event event = client.events()[count - 1];
+    for (std::size_t count = 1; codes.size() < 2 && participant.client.awaitEvents(count); ++count) {
+        const Event event = participant.client.events()[count - 1];
         if (event[0] == "seeked")
             codes.push_back(event[1]);
     }
@@ -117,13 +103,12 @@ TEST_F(Asynchronous, ASeekArrivesAsItWasSent) {
 
 TEST_F(Asynchronous, TheTopicsCurrentEventIsRead) {
     m_proxy->start(kMedium, 1);
-    ASSERT_TRUE(NewsRecord::await(Medium::MainVideo, "definitions").has_value());
+    ASSERT_TRUE(NotificationRecord::await(Medium::MainVideo, "definitions").has_value());
 
-    platform_test::RecordingClient client;
-    ZUVModelAccess bus(&client);
-    ASSERT_EQ(bus.initialize(), 0);
-    std::vector<std::string> event;
-    ASSERT_EQ(bus.read(test::kEventTopic, event), 0);
+    Participant participant;
+    ASSERT_EQ(participant.access.initialize(), 0);
+    Event event;
+    ASSERT_EQ(participant.access.read(kEventTopic, event), 0);
     EXPECT_EQ(event[0], "definition");
     EXPECT_EQ(event[3], m_proxy->id());
 }
@@ -140,10 +125,10 @@ TEST(Loading, TheLibraryDeliversAfterItWasLetGoAndLoadedAgain) {
 
     EXPECT_EQ(&again.manager(), manager);
     proxy->start(kMedium, 1);
-    EXPECT_TRUE(NewsRecord::await(Medium::MainVideo, "url").has_value());
+    EXPECT_TRUE(NotificationRecord::await(Medium::MainVideo, "url").has_value());
 }
 
-/// The service answers in shared memory alone: what is known of an answer was read there.
+/// The service answers in shared memory alone.
 class Synchronous : public testing::Test {
 protected:
     const Library m_library;
@@ -158,10 +143,10 @@ TEST_F(Synchronous, StartReturnsWithTheAnswerHandled) {
     m_proxy->start(kMedium, 1);
 
     EXPECT_EQ(m_proxy->getState(), State::Started);
-    const std::vector<News> news = NewsRecord::all();
-    ASSERT_EQ(news.size(), 1u);
-    EXPECT_EQ(news[0].value, m_proxy->localURL());
-    EXPECT_EQ(news[0].thread, std::this_thread::get_id());
+    const std::vector<Notification> notifications = NotificationRecord::all();
+    ASSERT_EQ(notifications.size(), 1u);
+    EXPECT_EQ(notifications[0].value, m_proxy->localURL());
+    EXPECT_EQ(notifications[0].thread, std::this_thread::get_id());
 }
 
 TEST_F(Synchronous, TheAdvertisementsStartReturnsWithTheAnswerHandled) {
@@ -184,13 +169,13 @@ TEST_F(Synchronous, APreloadReturnsWithItsUrlAndTheStartThatAttachesToItDelivers
     const std::string url = m_proxy->localURL();
 
     ASSERT_NE(url, "");
-    EXPECT_TRUE(NewsRecord::all().empty());
+    EXPECT_TRUE(NotificationRecord::all().empty());
     m_proxy->start("", 0);
-    const std::vector<News> news = NewsRecord::all();
-    ASSERT_GE(news.size(), 2u);
-    EXPECT_EQ(news[0].changed, "url");
-    EXPECT_EQ(news[0].value, url);
-    EXPECT_EQ(news[1].changed, "definitions");
+    const std::vector<Notification> notifications = NotificationRecord::all();
+    ASSERT_GE(notifications.size(), 2u);
+    EXPECT_EQ(notifications[0].changed, "url");
+    EXPECT_EQ(notifications[0].value, url);
+    EXPECT_EQ(notifications[1].changed, "definitions");
 }
 
 } // namespace

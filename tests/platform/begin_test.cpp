@@ -1,5 +1,5 @@
 // The beginning of a connection: initialize() and start().
-#include "platform/participant.h"
+#include "platform/conformance_test.h"
 
 #include <fcntl.h>
 #include <pthread.h>

@@ -1,6 +1,7 @@
 // The desktop platform, on the bus that `zuv-desktop run` has put around the suite.
 #include "bus/topic_message.h"
 #include "platform/platform_under_test.h"
+#include "support/awaiting.h"
 #include "support/bus_peer.h"
 #include "support/processes.h"
 
@@ -11,9 +12,6 @@
 namespace velmora::platform_test {
 namespace {
 
-using bus_test::BusPeer;
-using bus_test::eventually;
-using bus_test::sendSignal;
 using desktop::kServiceName;
 
 constexpr const char* kAddressVariable = "DBUS_SESSION_BUS_ADDRESS";

@@ -1,5 +1,5 @@
-// The end of a connection, on whatever thread and at whatever moment it comes.
-#include "platform/participant.h"
+// The end of a connection, on any thread and at any time.
+#include "platform/conformance_test.h"
 
 #include <atomic>
 #include <memory>

@@ -1,6 +1,6 @@
 // The logging facility, as the client uses it: is the level wanted, then the line.
 #include "csp_debug.h"
-#include "platform/participant.h"
+#include "platform/conformance_test.h"
 #include "platform/platform_under_test.h"
 
 #include <gtest/gtest.h>

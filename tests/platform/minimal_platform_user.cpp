@@ -20,7 +20,7 @@ constexpr const char* kLocalUrl = "http://127.0.0.1/film";
 
 std::promise<std::string> announcedUrl;
 
-void onNews(std::string, std::string changed, std::string value) {
+void onNotification(std::string, std::string changed, std::string value) {
     if (changed == "url")
         announcedUrl.set_value(value);
 }
@@ -34,7 +34,7 @@ int fail(const char* reason) {
 
 int main() {
     auto* const manager = requestZUVMediaProxy();
-    manager->setZUVCallback(onNews);
+    manager->setZUVCallback(onNotification);
     const auto proxy = manager->createNewZUVMediaProxy("object-1");
     proxy->start("film", 1);
 

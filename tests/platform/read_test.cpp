@@ -1,5 +1,5 @@
 // The value that a topic last carried.
-#include "platform/participant.h"
+#include "platform/conformance_test.h"
 
 #include <atomic>
 

@@ -1,5 +1,5 @@
 // The service comes when it is asked for, and only then.
-#include "platform/participant.h"
+#include "platform/conformance_test.h"
 
 #include <algorithm>
 #include <optional>

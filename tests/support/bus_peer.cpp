@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string_view>
 
-namespace velmora::bus_test {
+namespace velmora {
 
 using namespace desktop;
 
@@ -52,6 +52,11 @@ pid_t BusPeer::processOf(const std::string& name) {
     if (reply == nullptr || sd_bus_message_read(reply.get(), "u", &process) <= 0)
         return -1;
     return static_cast<pid_t>(process);
+}
+
+int BusPeer::start(const std::string& name) {
+    return sd_bus_call_method(m_bus.get(), kDaemon, "/org/freedesktop/DBus", kDaemon, "StartServiceByName", nullptr,
+                              nullptr, "su", name.c_str(), 0);
 }
 
 int BusPeer::setActivationVariable(const std::string& name, const std::string& value) {
@@ -124,4 +129,4 @@ int BusPeer::publish(const std::string& topic, const std::vector<std::string>& v
     return sendTopicValue(m_bus.get(), topic, values);
 }
 
-} // namespace velmora::bus_test
+} // namespace velmora

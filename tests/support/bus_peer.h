@@ -1,3 +1,4 @@
+// A participant of the desktop's bus that knows D-Bus and nothing of the platform.
 #ifndef ZUV_TESTS_SUPPORT_BUS_PEER_H
 #define ZUV_TESTS_SUPPORT_BUS_PEER_H
 
@@ -9,10 +10,10 @@
 #include <string>
 #include <vector>
 
-namespace velmora::bus_test {
+namespace velmora {
 
-/// Another participant of the bus that DBUS_SESSION_BUS_ADDRESS names, with D-Bus at its bare hands: asks the
-/// daemon, and sends what the platform never would. One thread.
+/// Another participant of the bus that DBUS_SESSION_BUS_ADDRESS names. It asks the daemon, and sends messages that the
+/// platform never would. One thread.
 class BusPeer {
 public:
     BusPeer();
@@ -22,20 +23,23 @@ public:
     /// The process that owns `name`, or a negative number.
     pid_t processOf(const std::string& name);
 
+    /// Has the daemon start the program that offers `name`, unless it runs. Returns when it has the name.
+    int start(const std::string& name);
+
     /// Has programs that the daemon starts from now on find `value` in their environment.
     int setActivationVariable(const std::string& name, const std::string& value);
 
-    /// Publishes what is not a topic and a list of byte strings, in three ways.
+    /// Publishes three messages whose arguments are not a topic and a list of byte strings.
     int publishMalformed(const std::string& topic);
 
     /// Publishes a list of more strings than the platform takes.
     int publishTooLong(const std::string& topic);
 
-    /// Sends to each connection but its own, whatever that listens to: the malformed publications of `topic`,
-    /// one without a topic, one of another topic, one of another interface, and a call that nobody offers.
+    /// Sends directly to each other connection: the malformed publications of `topic`, one without a topic, one of
+    /// another topic, one of another interface, and a call of a method that does not exist.
     int sendForeignToAll(const std::string& topic);
 
-    /// Publishes properly.
+    /// Publishes as the platform does.
     int publish(const std::string& topic, const std::vector<std::string>& values);
 
 private:
@@ -50,6 +54,6 @@ private:
     desktop::BusPointer m_bus;
 };
 
-} // namespace velmora::bus_test
+} // namespace velmora
 
 #endif // ZUV_TESTS_SUPPORT_BUS_PEER_H

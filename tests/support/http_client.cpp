@@ -6,11 +6,11 @@
 #include <cctype>
 #include <memory>
 
-namespace velmora::desktop {
+namespace velmora {
 
 namespace {
 
-// Once, before threads meet in it.
+// At the start of the program, because it is not safe while other threads run.
 const CURLcode kInitialized = curl_global_init(CURL_GLOBAL_DEFAULT);
 
 struct CleanUp {
@@ -84,4 +84,9 @@ HttpAnswer fetchHeader(const std::string& url) {
     return ask(url, {.method = "HEAD"});
 }
 
-} // namespace velmora::desktop
+bool hangs(const std::string& url) {
+    const HttpAnswer answer = ask(url, {.patience = std::chrono::milliseconds(200)});
+    return answer.timedOut && answer.status == 0;
+}
+
+} // namespace velmora

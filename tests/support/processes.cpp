@@ -1,5 +1,7 @@
 #include "support/processes.h"
 
+#include "support/files.h"
+
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -7,17 +9,16 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
-#include <thread>
+#include <utility>
 
-namespace velmora::bus_test {
+namespace velmora {
 namespace {
-
-using namespace std::chrono_literals;
 
 struct ProcessState {
     char state = 'X';
@@ -38,16 +39,6 @@ ProcessState stateOf(const std::filesystem::path& folder) {
 }
 
 } // namespace
-
-bool eventually(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= deadline)
-            return false;
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
 
 std::set<pid_t> processesOfGroup(pid_t group) {
     std::set<pid_t> processes;
@@ -72,6 +63,11 @@ bool sendSignal(pid_t process, int signal) {
 
 bool isGone(pid_t process) {
     return process > 0 && kill(process, 0) < 0 && errno == ESRCH;
+}
+
+std::size_t threadCount() {
+    return static_cast<std::size_t>(
+        std::distance(std::filesystem::directory_iterator("/proc/self/task"), std::filesystem::directory_iterator()));
 }
 
 Launched::Launched(const std::vector<std::string>& command) {
@@ -109,11 +105,7 @@ std::string Launched::readLine() {
 }
 
 std::string Launched::readRest() {
-    std::string rest;
-    char byte = 0;
-    while (read(m_output, &byte, 1) == 1)
-        rest += byte;
-    return rest;
+    return velmora::readRest(m_output);
 }
 
 int Launched::wait() {
@@ -123,4 +115,10 @@ int Launched::wait() {
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-} // namespace velmora::bus_test
+ProgramResult runInShell(const std::string& command) {
+    Launched shell({"sh", "-c", command});
+    std::string output = shell.readRest();
+    return {shell.wait(), std::move(output)};
+}
+
+} // namespace velmora

@@ -1,8 +1,7 @@
 #include "system/bus_observer.h"
 
-#include "bus/bus_daemon.h"
 #include "bus/topic_message.h"
-#include "system/news_record.h"
+#include "support/awaiting.h"
 
 #include <algorithm>
 #include <chrono>
@@ -69,17 +68,6 @@ bool BusObserver::hasAnswer(const std::string& name, const std::string& code) co
     return std::any_of(m_events.begin(), m_events.end(), [&](const auto& event) {
         return entryOf(event, kName) == name && entryOf(event, kCode) == code;
     });
-}
-
-pid_t BusObserver::serviceProcess() {
-    sd_bus_message* reply = nullptr;
-    sd_bus_call_method(m_bus.get(), kDaemonName, kDaemonPath, kDaemonName, "GetConnectionUnixProcessID", nullptr,
-                       &reply, "s", kServiceName);
-    const MessagePointer answer(reply);
-    uint32_t process = 0;
-    if (answer == nullptr || sd_bus_message_read(reply, "u", &process) <= 0)
-        return -1;
-    return static_cast<pid_t>(process);
 }
 
 int BusObserver::onCommand(sd_bus_message* message, void* observer, sd_bus_error*) {

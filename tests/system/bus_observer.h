@@ -1,9 +1,8 @@
+// An observer of the bus: commands, events, and the service's arrivals and departures.
 #ifndef ZUV_TESTS_SYSTEM_BUS_OBSERVER_H
 #define ZUV_TESTS_SYSTEM_BUS_OBSERVER_H
 
 #include "bus/sd_bus_pointers.h"
-
-#include <sys/types.h>
 
 #include <functional>
 #include <string>
@@ -11,29 +10,26 @@
 
 namespace velmora::system_test {
 
-/// A connection of its own to the bus of DBUS_SESSION_BUS_ADDRESS that sees every command and every event,
-/// and the service come and go. What it has seen grows in await() only. One thread.
+/// A connection to the bus of DBUS_SESSION_BUS_ADDRESS that records every command, every event, and when the service
+/// takes and loses its name. It receives in await() only. One thread.
 class BusObserver {
 public:
     BusObserver();
 
-    /// Whether the condition, asked after everything that is seen, holds within kPatience.
+    /// Receives until the condition holds, for at most kPatience. @return whether it holds.
     bool await(const std::function<bool()>& condition);
 
-    /// Forgets what it has seen.
+    /// Clears the record.
     void forget();
 
     /// The names of the commands.
     const std::vector<std::string>& commands() const { return m_commands; }
-    /// Whether there was an event with this text there.
+    /// Whether there was an event with this entry.
     bool hasEvent(std::size_t position, const std::string& text) const;
     /// Whether there was an answer of that name and result code.
     bool hasAnswer(const std::string& name, const std::string& code) const;
     int arrivals() const { return m_arrivals; }
     int departures() const { return m_departures; }
-
-    /// Of the service; negative when there is none.
-    pid_t serviceProcess();
 
 private:
     static int onCommand(sd_bus_message* message, void* observer, sd_bus_error*);

@@ -1,4 +1,4 @@
-// The platform's log as these tests provide it in place of the desktop's, to look at what the library writes.
+// The platform's log, replaced by one that records what the library logs.
 #ifndef ZUV_TESTS_SYSTEM_CLIENT_LOG_H
 #define ZUV_TESTS_SYSTEM_CLIENT_LOG_H
 
@@ -8,20 +8,20 @@
 
 namespace velmora::system_test {
 
-/// Every line that the library wrote since the process began, up to the level of ordinary progress, without
-/// its line end. Any thread.
+/// The lines that the library has logged in this process, up to the level of ordinary progress, without their line
+/// ends. Any thread.
 class ClientLog {
 public:
     static std::vector<std::string> lines();
 
-    /// How many lines there are with this text in them.
+    /// The number of lines that contain this text.
     static std::size_t count(const std::string& text);
 
-    /// Waits for the `count`th line with this text in it. False when it does not come in kPatience.
+    /// Waits for the `count`th line that contains this text. @return false when it does not come within kPatience.
     static bool await(const std::string& text, std::size_t count = 1);
 
-    /// Holds the first thread that writes a line with this text in it up for as long as `action` takes: what
-    /// the library does next happens after it. Set before that line can come; one at a time.
+    /// Runs `action` on the thread that logs the first line containing this text, before the library goes on there. Set
+    /// before that line can come; one at a time.
     static void hold(const std::string& text, std::function<void()> action);
 };
 

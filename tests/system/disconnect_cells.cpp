@@ -1,7 +1,5 @@
 #include "system/disconnect_cells.h"
 
-#include "zuv_media_proxy.h"
-
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -23,9 +21,7 @@ constexpr std::array kDisturbances{Killed, Frozen};
 constexpr std::array kMoments{Before, During, After};
 constexpr std::array kAfterwards{NotRestarted, Restarted, Continued};
 
-constexpr int kIdle = ZUVMediaProxyState::Idle;
-constexpr int kStarting = ZUVMediaProxyState::Starting;
-constexpr int kStarted = ZUVMediaProxyState::Started;
+namespace State = ZUVMediaProxyState;
 
 // ---- How long a call takes, in milliseconds
 
@@ -37,13 +33,13 @@ constexpr Range kAnswerWaitInVain{250, 250};
 constexpr Range kLivenessWait{0, 200};
 constexpr Range kLivenessWaitInVain{200, 200};
 constexpr Range kSynchronousLivenessWaitInVain{450, 450};
-// A creation repeats its command every 200 ms, restarts the service with the first that follows 200 ms, waits
-// for 500 ms then, and gives up with the first that follows 2 s after the restart.
+// A creation repeats its command every 200 ms. With the first command later than 200 ms it restarts the service and
+// waits for 500 ms; with the first one later than 2 s after the restart it gives up.
 constexpr Range kAttemptWait{0, 200};
 constexpr Range kRestartAndAnswer{900, 2400};
 constexpr Range kRestartInVain{2200, 2400};
-// A synchronous creation: two requests; when the first times out, the restart and 800 ms; when the second
-// does, a third.
+// A synchronous creation makes two requests. When the first times out, it restarts the service and waits for 800 ms;
+// when the second times out, it makes a third.
 constexpr Range kTwoAnswerWaits{0, 500};
 constexpr Range kSynchronousRestartAndAnswer{1050, 1550};
 constexpr Range kSynchronousRestartInVain{1550, 1550};
@@ -54,12 +50,12 @@ constexpr Range kOne{1, 1};
 constexpr Range kTwo{2, 2};
 constexpr Range kThree{3, 3};
 constexpr Range kTwoOrThree{2, 3};
-// One before the restart, one with it, and from 700 ms after it on one every 200 ms: ten, or fewer where the
+// One command before the restart, one with it, and one every 200 ms from 700 ms after it: ten, or fewer when a busy
 // machine makes the waits longer.
 constexpr Range kFromThreeOn{3, 10};
 constexpr Range kUntilGivenUp{5, 10};
 
-// ---- What else many cells share
+// ---- What many cells share
 
 const std::string kProxyWithId = "a proxy with identifier";
 const std::string kProxyWithoutId = "a proxy without identifier";
@@ -68,8 +64,8 @@ const std::vector<Callback> kNothing{};
 const Callback kUrl{Medium::MainVideo, "url", CallbackThread::Delivery};
 const Callback kAdUrl{Medium::Advertisement, "url", CallbackThread::Delivery};
 const Callback kDefinitions{Medium::MainVideo, "definitions", CallbackThread::Delivery};
-// A synchronous request and the bus bring the same answer, whichever comes first. The main video's second one
-// is no news; the advertisement's state tells nobody that there was a first.
+// The same answer comes by a synchronous request and by the bus, in either order. The second one for the main video is
+// not notified; the state of an advertisement does not tell that there was a first.
 const Callback kUrlFromEither{Medium::MainVideo, "url", CallbackThread::Either};
 const Callback kAdUrlFromEither{Medium::Advertisement, "url", CallbackThread::Either};
 const Callback kAdUrlFromTheOther{Medium::Advertisement, "url", CallbackThread::OtherThanBefore};
@@ -80,35 +76,35 @@ const std::vector<Outcome> kAnyOfACommand{Unanswered, UnknownObject, AnsweredLat
 // The proxy after the operation has had its effect, or before.
 Promise stopped(Kind kind, Range time) {
     // The start of an advertisement makes the main state Started, and its stop leaves it so.
-    return {.state = kind == Kind::Advertisement ? kStarted : kIdle, .milliseconds = time};
+    return {.state = kind == Kind::Advertisement ? State::Started : State::Idle, .milliseconds = time};
 }
 
 Promise sought(Range time) {
-    return {.state = kStarted, .localUrl = true, .milliseconds = time};
+    return {.state = State::Started, .localUrl = true, .milliseconds = time};
 }
 
 Promise startedMainVideo(std::vector<Callback> callbacks, Range time) {
-    return {.state = kStarted, .localUrl = true, .callbacks = std::move(callbacks), .milliseconds = time};
+    return {.state = State::Started, .localUrl = true, .callbacks = std::move(callbacks), .milliseconds = time};
 }
 
 Promise startedAdvertisement(std::vector<Callback> callbacks, Range time) {
-    return {.state = kStarted,
-            .adState = kStarting,
+    return {.state = State::Started,
+            .adState = State::Starting,
             .localUrl = true,
             .callbacks = std::move(callbacks),
             .milliseconds = time};
 }
 
 Promise startingMainVideo(Range time) {
-    return {.state = kStarting, .milliseconds = time};
+    return {.state = State::Starting, .milliseconds = time};
 }
 
 Promise startingAdvertisement(Range time) {
-    return {.adState = kStarting, .milliseconds = time};
+    return {.adState = State::Starting, .milliseconds = time};
 }
 
 Promise preloaded(std::vector<Callback> callbacks, Range time) {
-    return {.state = kStarted, .localUrl = true, .callbacks = std::move(callbacks), .milliseconds = time};
+    return {.state = State::Started, .localUrl = true, .callbacks = std::move(callbacks), .milliseconds = time};
 }
 
 Promise notPreloaded(Range time) {
@@ -156,21 +152,21 @@ const std::vector<OutcomeRule>& outcomeRules() {
     static const std::vector<Operation> ofAnObject{Start, Stop, Seek, Preload};
     static const std::vector<Operation> allButCreate{Start, Stop, Seek, Preload, Inspect};
     static const std::vector<OutcomeRule> all{
-        // Nobody receives it, or nobody lives to answer it.
+        // No service receives it, or none survives to answer it.
         {{allButCreate, {}, {}, {}, {Before}, {NotRestarted}}, Unanswered},
         {{allButCreate, {}, {}, {}, {During}, {NotRestarted, Restarted}}, Unanswered},
-        // The service that was started meanwhile answers.
+        // The restarted service answers.
         {{ofAnObject, {}, {}, {}, {Before}, {Restarted}}, UnknownObject},
         {{{Inspect}, {}, {}, {}, {Before}, {Restarted}}, Answered},
-        // Continued when the call has returned.
+        // The service is continued after the call has returned.
         {{allButCreate, {}, {}, {Frozen}, {Before, During}, {Continued}}, AnsweredLate},
         // Answered before anything happened. What a successful start or preload of the main video brings 400
         // ms later, the definitions, comes only if the same process goes on.
         {{allButCreate, {}, {}, {}, {After}, {NotRestarted, Restarted}}, Answered},
-        {{{Start, Preload}, {Kind::MainVideo}, {}, {Frozen}, {After}, {Continued}}, AnsweredWithNews},
+        {{{Start, Preload}, {Kind::MainVideo}, {}, {Frozen}, {After}, {Continued}}, AnsweredWithDefinitions},
         {{{Start, Preload}, {Kind::Advertisement}, {}, {Frozen}, {After}, {Continued}}, Answered},
         {{{Stop, Seek, Inspect}, {}, {}, {Frozen}, {After}, {Continued}}, Answered},
-        // A creation looks after the service itself.
+        // A creation restarts the service itself.
         {{{Create}, {}, {}, {}, {Before, During}, {NotRestarted}}, GivenUp},
         {{{Create}, {}, {}, {}, {Before, During}, {Restarted}}, AnsweredAnew},
         {{{Create}, {}, {}, {}, {After}, {}}, Answered},
@@ -194,12 +190,20 @@ const std::vector<PromiseRule>& promiseRules() {
 
         {Start, main, Asynchronous, kNoSuccess, startingMainVideo(kAtOnce)},
         {Start, main, Asynchronous, {Answered}, startedMainVideo({kUrl}, kAtOnce)},
-        {Start, main, Asynchronous, {AnsweredLate, AnsweredWithNews}, startedMainVideo({kUrl, kDefinitions}, kAtOnce)},
+        {Start,
+         main,
+         Asynchronous,
+         {AnsweredLate, AnsweredWithDefinitions},
+         startedMainVideo({kUrl, kDefinitions}, kAtOnce)},
         {Start, main, Synchronous, {Unanswered}, startingMainVideo(kAnswerWaitInVain)},
         {Start, main, Synchronous, {UnknownObject}, startingMainVideo(kAnswerWait)},
         {Start, main, Synchronous, {AnsweredLate}, startedMainVideo({kUrl, kDefinitions}, kAnswerWaitInVain)},
         {Start, main, Synchronous, {Answered}, startedMainVideo({kUrlFromEither}, kAnswerWait)},
-        {Start, main, Synchronous, {AnsweredWithNews}, startedMainVideo({kUrlFromEither, kDefinitions}, kAnswerWait)},
+        {Start,
+         main,
+         Synchronous,
+         {AnsweredWithDefinitions},
+         startedMainVideo({kUrlFromEither, kDefinitions}, kAnswerWait)},
 
         {Start, ad, Asynchronous, kNoSuccess, startingAdvertisement(kAtOnce)},
         {Start, ad, Asynchronous, {AnsweredLate, Answered}, startedAdvertisement({kAdUrl}, kAtOnce)},
@@ -222,12 +226,12 @@ const std::vector<PromiseRule>& promiseRules() {
 
         {Preload, main, Asynchronous, kNoSuccess, notPreloaded(kAtOnce)},
         {Preload, main, Asynchronous, {Answered}, preloaded(kNothing, kAtOnce)},
-        {Preload, main, Asynchronous, {AnsweredLate, AnsweredWithNews}, preloaded({kDefinitions}, kAtOnce)},
+        {Preload, main, Asynchronous, {AnsweredLate, AnsweredWithDefinitions}, preloaded({kDefinitions}, kAtOnce)},
         {Preload, main, Synchronous, {Unanswered}, notPreloaded(kAnswerWaitInVain)},
         {Preload, main, Synchronous, {UnknownObject}, notPreloaded(kAnswerWait)},
         {Preload, main, Synchronous, {AnsweredLate}, preloaded({kDefinitions}, kAnswerWaitInVain)},
         {Preload, main, Synchronous, {Answered}, preloaded(kNothing, kAnswerWait)},
-        {Preload, main, Synchronous, {AnsweredWithNews}, preloaded({kDefinitions}, kAnswerWait)},
+        {Preload, main, Synchronous, {AnsweredWithDefinitions}, preloaded({kDefinitions}, kAnswerWait)},
 
         {Preload, ad, Asynchronous, kNoSuccess, notPreloaded(kAtOnce)},
         {Preload, ad, Asynchronous, {AnsweredLate, Answered}, preloaded(kNothing, kAtOnce)},
@@ -254,7 +258,7 @@ std::string textOf(Outcome outcome) {
         return "answered after the call";
     case Answered:
         return "answered, nothing after it";
-    case AnsweredWithNews:
+    case AnsweredWithDefinitions:
         return "answered, news after it";
     case AnsweredAnew:
         return "repeated, answered by the service that the library started";
@@ -316,7 +320,7 @@ std::vector<Cell> allCells() {
     return cells;
 }
 
-Outcome fateOf(const Cell& cell) {
+Outcome outcomeOf(const Cell& cell) {
     return std::find_if(outcomeRules().begin(), outcomeRules().end(),
                         [&](const OutcomeRule& rule) { return rule.pattern.holds(cell); })
         ->outcome;
@@ -324,7 +328,7 @@ Outcome fateOf(const Cell& cell) {
 
 const Promise& promiseOf(const Cell& cell) {
     return std::find_if(promiseRules().begin(), promiseRules().end(),
-                        [&](const PromiseRule& rule) { return rule.holds(cell, fateOf(cell)); })
+                        [&](const PromiseRule& rule) { return rule.holds(cell, outcomeOf(cell)); })
         ->promise;
 }
 

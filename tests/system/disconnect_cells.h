@@ -1,9 +1,11 @@
-// The disconnect matrix as data: every combination of an operation and a service that dies or freezes around
-// it, and what the application is promised to see then.
+// The disconnect matrix as data: every combination of an operation with a service that dies or freezes before, during
+// or after it, and what the application is promised to see.
 #ifndef ZUV_TESTS_SYSTEM_DISCONNECT_CELLS_H
 #define ZUV_TESTS_SYSTEM_DISCONNECT_CELLS_H
 
-#include "system/news_record.h"
+#include "support/mode.h"
+#include "support/notification_record.h"
+#include "zuv_media_proxy.h"
 
 #include <string>
 #include <vector>
@@ -12,7 +14,6 @@ namespace velmora::system_test {
 
 enum class Operation { Create, Start, Stop, Seek, Preload, Inspect };
 enum class Kind { None, MainVideo, Advertisement };
-enum class Mode { Asynchronous, Synchronous };
 enum class Disturbance { Killed, Frozen };
 enum class Moment { Before, During, After };
 enum class Afterwards { NotRestarted, Restarted, Continued };
@@ -36,7 +37,7 @@ std::string nameOf(const Cell& cell);
 /// The command's name on the bus.
 std::string commandOf(Operation operation);
 
-/// Combinations, by the values that they may have; where none is given, any.
+/// A set of combinations, by the permitted values of each member; an empty list permits every value.
 struct Pattern {
     std::vector<Operation> operations;
     std::vector<Kind> kinds;
@@ -48,24 +49,24 @@ struct Pattern {
     bool holds(const Cell& cell) const;
 };
 
-/// Why combinations do not exist.
+/// Combinations that do not exist, and why.
 struct Absence {
     Pattern pattern;
     std::string reason;
 };
 const std::vector<Absence>& absences();
-/// The first that holds; null for a cell that exists.
+/// The first one that applies; null for a cell that exists.
 const Absence* absenceOf(const Cell& cell);
 
-/// What becomes of a command, which is all that decides on what the application sees.
+/// What happens to a command. What the application sees depends on nothing else.
 enum class Outcome {
-    Unanswered,       ///< no answer ever comes
-    UnknownObject,    ///< a service that was started anew does not know the object
-    AnsweredLate,     ///< the answer comes when the call has returned
-    Answered,         ///< the answer comes, and nothing after it
-    AnsweredWithNews, ///< the answer comes, and later the definitions
-    AnsweredAnew,     ///< the service that the library starts answers a repeated command
-    GivenUp,          ///< the library starts the service in vain
+    Unanswered,              ///< there is never an answer
+    UnknownObject,           ///< a restarted service does not know the object
+    AnsweredLate,            ///< the answer comes after the call has returned
+    Answered,                ///< the answer comes, and nothing after it
+    AnsweredWithDefinitions, ///< the answer comes, and later the definitions
+    AnsweredAnew,            ///< the service that the library starts answers a repeated command
+    GivenUp,                 ///< the library starts the service in vain
 };
 
 struct OutcomeRule {
@@ -73,10 +74,11 @@ struct OutcomeRule {
     Outcome outcome;
 };
 const std::vector<OutcomeRule>& outcomeRules();
-/// For people.
+/// The outcome in words.
 std::string textOf(Outcome outcome);
 
-/// The bus's delivery thread, or the caller's: whichever is first, and the other one then.
+/// The thread of a callback: the bus's delivery thread; that or the caller's; or the one that did not run the callback
+/// before.
 enum class CallbackThread { Delivery, Either, OtherThanBefore };
 
 struct Callback {
@@ -90,16 +92,16 @@ struct Range {
     int most;
 };
 
-/// What the application sees from the call on.
+/// What the application sees, beginning with the call.
 struct Promise {
-    std::string returned{};            ///< empty: the operation returns nothing
-    int state = 0;                     ///< getState()
-    int adState = 0;                   ///< getAdState()
-    bool localUrl = false;             ///< whether there is a local URL, of the operation's kind
-    std::vector<Callback> callbacks{}; ///< in their order
-    Range commands{1, 1};              ///< published, all of them the operation's
-    int restarts = 0;                  ///< how often the library has the service started
-    Range milliseconds{0, 0};          ///< how long the call takes
+    std::string returned{};                 ///< empty: the operation returns nothing
+    int state = ZUVMediaProxyState::Idle;   ///< getState()
+    int adState = ZUVMediaProxyState::Idle; ///< getAdState()
+    bool localUrl = false;                  ///< whether there is a local URL, of the operation's kind
+    std::vector<Callback> callbacks{};      ///< in their order
+    Range commands{1, 1};                   ///< published, all of them the operation's
+    int restarts = 0;                       ///< service starts that the library asks for
+    Range milliseconds{0, 0};               ///< how long the call takes
 };
 
 struct PromiseRule {
@@ -114,7 +116,7 @@ struct PromiseRule {
 const std::vector<PromiseRule>& promiseRules();
 
 /// Of a cell that exists.
-Outcome fateOf(const Cell& cell);
+Outcome outcomeOf(const Cell& cell);
 const Promise& promiseOf(const Cell& cell);
 
 } // namespace velmora::system_test

@@ -10,35 +10,36 @@
 namespace velmora::system_test {
 namespace {
 
-// A busy machine makes each of the library's waits longer, and interrupts what does not wait. Less than a
-// synchronous request in vain: what is to return at once must not be one.
+// A busy machine makes each of the library's waits longer and interrupts everything else. The allowance is shorter
+// than a synchronous request that times out, so that a call that is to return at once is told from one.
 constexpr int kAllowanceMilliseconds = 200;
 
 int longest(Range milliseconds) {
     return milliseconds.most + milliseconds.most / 6 + kAllowanceMilliseconds;
 }
 
-/// @param before the news before it.
-bool ranWhere(CallbackThread promised, const News& news, const std::vector<News>& before, std::thread::id delivery) {
+/// @param before the earlier notifications.
+bool ranWhere(CallbackThread promised, const Notification& notification, const std::vector<Notification>& before,
+              std::thread::id delivery) {
     if (promised == CallbackThread::Delivery)
-        return news.thread == delivery;
-    const bool isEither = news.thread == delivery || news.thread == std::this_thread::get_id();
-    return isEither && (promised == CallbackThread::Either || news.thread != before.back().thread);
+        return notification.thread == delivery;
+    const bool isEither = notification.thread == delivery || notification.thread == std::this_thread::get_id();
+    return isEither && (promised == CallbackThread::Either || notification.thread != before.back().thread);
 }
 
 void expectCallbacks(const Seen& seen, const std::vector<Callback>& promised) {
     ASSERT_EQ(seen.callbacks.size(), promised.size());
     ASSERT_NE(seen.deliveryThread, std::this_thread::get_id());
-    std::vector<News> before;
-    for (const News& news : seen.callbacks) {
+    std::vector<Notification> before;
+    for (const Notification& notification : seen.callbacks) {
         const Callback& callback = promised.at(before.size());
         SCOPED_TRACE("callback " + std::to_string(before.size()));
-        EXPECT_EQ(news.medium, callback.medium);
-        EXPECT_EQ(news.proxyId, seen.id);
-        EXPECT_EQ(news.changed, callback.changed);
-        EXPECT_EQ(news.value == seen.localUrl, news.changed == "url") << news.value;
-        EXPECT_TRUE(ranWhere(callback.thread, news, before, seen.deliveryThread));
-        before.push_back(news);
+        EXPECT_EQ(notification.medium, callback.medium);
+        EXPECT_EQ(notification.proxyId, seen.id);
+        EXPECT_EQ(notification.changed, callback.changed);
+        EXPECT_EQ(notification.value == seen.localUrl, notification.changed == "url") << notification.value;
+        EXPECT_TRUE(ranWhere(callback.thread, notification, before, seen.deliveryThread));
+        before.push_back(notification);
     }
 }
 
@@ -69,7 +70,7 @@ INSTANTIATE_TEST_SUITE_P(, DisconnectMatrix, testing::ValuesIn(allCells()),
 bool isOutcomeOfACell(const PromiseRule& rule, Outcome outcome) {
     const std::vector<Cell> cells = allCells();
     return std::any_of(cells.begin(), cells.end(),
-                       [&](const Cell& cell) { return rule.holds(cell, outcome) && fateOf(cell) == outcome; });
+                       [&](const Cell& cell) { return rule.holds(cell, outcome) && outcomeOf(cell) == outcome; });
 }
 
 TEST(DisconnectCells, EachPromiseIsKeptSomewhere) {
@@ -85,7 +86,7 @@ TEST(DisconnectCells, EachCombinationHasItsPromiseOrTheReasonForItsAbsence) {
         SCOPED_TRACE(nameOf(cell));
         const auto isAbout = [&](const OutcomeRule& rule) { return rule.pattern.holds(cell); };
         ASSERT_EQ(std::count_if(outcomeRules().begin(), outcomeRules().end(), isAbout), 1);
-        const Outcome outcome = fateOf(cell);
+        const Outcome outcome = outcomeOf(cell);
         EXPECT_EQ(std::count_if(promiseRules().begin(), promiseRules().end(),
                                 [&](const PromiseRule& rule) { return rule.holds(cell, outcome); }),
                   1);

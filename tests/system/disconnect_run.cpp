@@ -1,6 +1,8 @@
 #include "system/disconnect_run.h"
 
 #include "bus/topic_message.h"
+#include "support/awaiting.h"
+#include "support/bus_peer.h"
 #include "support/processes.h"
 
 #include <gtest/gtest.h>
@@ -11,9 +13,6 @@
 
 namespace velmora::system_test {
 
-using bus_test::eventually;
-using bus_test::isStopped;
-using bus_test::sendSignal;
 using std::chrono::steady_clock;
 
 namespace {
@@ -42,7 +41,7 @@ std::string answerOf(Operation operation) {
     return "";
 }
 
-// Without it, nothing that follows would come either.
+// Ends the run: nothing after this would work.
 void require(bool condition, const char* what) {
     if (!condition)
         throw std::runtime_error(what);
@@ -63,8 +62,8 @@ DisconnectRun::~DisconnectRun() {
     }
 }
 
-// During: the command has been carried out, and its answer does not leave. After: it has left. A synchronous
-// creation sends its command twice, and is over with the second answer.
+// During: the service has carried the command out, and does not send its answer. After: it has sent it. A synchronous
+// creation sends its command twice, and ends with the second answer.
 std::string DisconnectRun::scenario() const {
     if (isBefore())
         return kProperService;
@@ -104,7 +103,7 @@ Seen DisconnectRun::run() {
 void DisconnectRun::prepare() {
     connect();
     startService();
-    m_service = m_observer->serviceProcess();
+    m_service = BusPeer().processOf(desktop::kServiceName);
     if (m_cell.afterwards == Afterwards::NotRestarted)
         m_startable.nextFails();
     else
@@ -120,13 +119,13 @@ void DisconnectRun::prepare() {
 void DisconnectRun::connect() {
     m_observer.emplace();
     ZUVMediaProxyManagerInterface& interface = *requestZUVMediaProxy();
-    interface.setZUVCallback(&NewsRecord::onMainVideoNews);
-    interface.setZUVAdCallback(&NewsRecord::onAdvertisementNews);
+    interface.setZUVCallback(&NotificationRecord::onMainVideo);
+    interface.setZUVAdCallback(&NotificationRecord::onAdvertisement);
     m_manager = ZUVMediaProxyManager::getInstance();
     m_fence = interface.createNewZUVMediaProxy(kFence);
 }
 
-// As the library does it: one that does not run is started, one that does not answer is replaced.
+// As the library does: starts a service that does not run, and replaces one that does not answer.
 void DisconnectRun::startService() {
     const int earlier = m_observer->arrivals();
     m_manager->requestStartZUVService();
@@ -135,20 +134,20 @@ void DisconnectRun::startService() {
 }
 
 std::shared_ptr<ZUVMediaProxyInterface> DisconnectRun::newProxy() const {
-    ZUVMediaProxyManagerInterface& interface = *requestZUVMediaProxy();
-    return m_cell.mode == Mode::Synchronous ? interface.createNewZUVMediaProxySync()
-                                            : interface.createNewZUVMediaProxy();
+    return createProxy(*requestZUVMediaProxy(), m_cell.mode);
 }
 
-// With all its news: an advertisement's URL comes twice in synchronous mode.
+// With all its notifications: an advertisement's URL comes twice in synchronous mode.
 void DisconnectRun::startMedium() {
     start();
     if (isAdvertisement()) {
-        require(NewsRecord::await(Medium::Advertisement, "url", m_cell.mode == Mode::Synchronous ? 2 : 1).has_value(),
+        require(NotificationRecord::await(Medium::Advertisement, "url", m_cell.mode == Mode::Synchronous ? 2 : 1)
+                    .has_value(),
                 "the advertisement did not start");
         return;
     }
-    require(NewsRecord::await(Medium::MainVideo, "url") && NewsRecord::await(Medium::MainVideo, "definitions"),
+    require(NotificationRecord::await(Medium::MainVideo, "url") &&
+                NotificationRecord::await(Medium::MainVideo, "definitions"),
             "the main video did not start");
 }
 
@@ -169,18 +168,18 @@ void DisconnectRun::beginObservation() {
     passFence();
     m_deliveryThread = deliveryThread();
     m_observer->forget();
-    m_earlierNews = NewsRecord::all().size();
+    m_earlierNotifications = NotificationRecord::all().size();
     m_earlierStarts = m_startable.starts();
     m_startsByUs = 0;
 }
 
-// From news of the fence's, which has been started: the bus alone brings it.
+// Known from a notification of the proxy "fence", which comes by the bus alone.
 std::thread::id DisconnectRun::deliveryThread() {
-    const std::size_t earlier = NewsRecord::all().size();
+    const std::size_t earlier = NotificationRecord::all().size();
     m_manager->m_modelAccess->publish(desktop::kEventTopic, {"definition", "200", "", kFence});
-    require(NewsRecord::await([&](const std::vector<News>& all) { return all.size() > earlier; }),
-            "the library lost the fence's news");
-    return NewsRecord::all().back().thread;
+    require(NotificationRecord::await([&](const std::vector<Notification>& all) { return all.size() > earlier; }),
+            "the library lost the fence's notification");
+    return NotificationRecord::all().back().thread;
 }
 
 Seen DisconnectRun::call() {
@@ -231,8 +230,8 @@ void DisconnectRun::preload() {
     isAdvertisement() ? m_proxy->preloadAd(kMedium, "") : m_proxy->preload(0.0, kMedium, "", "");
 }
 
-// A start in vain is over some time after it was asked for. A service that the library replaced has been
-// disturbed.
+// A start that fails ends some time after it was asked for. A service that the library has replaced needs no waiting
+// for its disturbance.
 void DisconnectRun::proceedAfterTheCall() {
     const int promised = m_earlierStarts + m_promise.restarts;
     require(eventually([&] { return m_startable.starts() >= promised; }),
@@ -246,7 +245,7 @@ void DisconnectRun::proceedAfterTheCall() {
 }
 
 void DisconnectRun::awaitAnswer() {
-    const Outcome outcome = fateOf(m_cell);
+    const Outcome outcome = outcomeOf(m_cell);
     if (outcome == Outcome::Unanswered || outcome == Outcome::GivenUp)
         return;
     const char* code = outcome == Outcome::UnknownObject ? "404" : "200";
@@ -255,13 +254,13 @@ void DisconnectRun::awaitAnswer() {
 }
 
 void DisconnectRun::awaitCallbacks() {
-    const std::size_t expected = m_earlierNews + m_promise.callbacks.size();
-    require(NewsRecord::await([&](const std::vector<News>& all) { return all.size() >= expected; }),
+    const std::size_t expected = m_earlierNotifications + m_promise.callbacks.size();
+    require(NotificationRecord::await([&](const std::vector<Notification>& all) { return all.size() >= expected; }),
             "a callback is missing");
 }
 
-// An event of the library's own, which comes back to it. When the library has handled it and the observer has
-// it, so it is with all that was sent before: the library's commands, and the events that were seen already.
+// An event that the library publishes and receives itself. When the library has handled it and the observer has
+// received it, both have everything that was sent before: the library's commands, and the events seen so far.
 void DisconnectRun::passFence() {
     const std::string mark = kFence + std::to_string(++m_fences);
     m_manager->m_modelAccess->publish(desktop::kEventTopic, {"started", "200", "", kFence, "", "", mark});
@@ -274,8 +273,9 @@ void DisconnectRun::complete(Seen& seen) {
     seen.state = m_proxy->getState();
     seen.adState = m_proxy->getAdState();
     seen.localUrl = isAdvertisement() ? m_proxy->localAdURL() : m_proxy->localURL();
-    const std::vector<News> news = NewsRecord::all();
-    seen.callbacks.assign(news.begin() + static_cast<std::ptrdiff_t>(m_earlierNews), news.end());
+    const std::vector<Notification> notifications = NotificationRecord::all();
+    seen.callbacks.assign(notifications.begin() + static_cast<std::ptrdiff_t>(m_earlierNotifications),
+                          notifications.end());
     seen.deliveryThread = m_deliveryThread;
     seen.commands = m_observer->commands();
     seen.restarts = m_startable.starts() - m_earlierStarts - m_startsByUs;

@@ -1,3 +1,4 @@
+// Runs one cell of the disconnect matrix with real processes.
 #ifndef ZUV_TESTS_SYSTEM_DISCONNECT_RUN_H
 #define ZUV_TESTS_SYSTEM_DISCONNECT_RUN_H
 
@@ -18,22 +19,22 @@
 
 namespace velmora::system_test {
 
-/// What came of a cell's call.
+/// What was observed of a cell's call.
 struct Seen {
     std::string returned;
     std::string id; ///< of the proxy
-    int state = 0;
-    int adState = 0;
-    std::string localUrl;        ///< of the operation's kind
-    std::vector<News> callbacks; ///< from the call on
+    int state = ZUVMediaProxyState::Idle;
+    int adState = ZUVMediaProxyState::Idle;
+    std::string localUrl;                ///< of the operation's kind
+    std::vector<Notification> callbacks; ///< since the call began
     std::thread::id deliveryThread;
     std::vector<std::string> commands;
     int restarts = 0; ///< those that the library asked for
     std::chrono::milliseconds duration{0};
 };
 
-/// Carries out one cell of the disconnect matrix, with real processes on a real bus. Once in a process: the
-/// library's singletons, and with them the bus that they found, live as long as it does.
+/// Runs one cell of the disconnect matrix, with real processes on a real bus. Once in a process: the library's
+/// singletons stay connected to the bus of the first run.
 class DisconnectRun {
 public:
     explicit DisconnectRun(const Cell& cell);
@@ -41,7 +42,7 @@ public:
     DisconnectRun(const DisconnectRun&) = delete;
     DisconnectRun& operator=(const DisconnectRun&) = delete;
 
-    /// @throws std::runtime_error when something that is promised, or was prepared, does not come in time.
+    /// @throws std::runtime_error when the preparation fails, or something promised does not come in time.
     Seen run();
 
 private:
@@ -81,7 +82,7 @@ private:
     std::shared_ptr<ZUVMediaProxyInterface> m_proxy;
     pid_t m_service = -1; ///< the process that is disturbed
     std::thread::id m_deliveryThread;
-    std::size_t m_earlierNews = 0;
+    std::size_t m_earlierNotifications = 0;
     int m_earlierStarts = 0;
     int m_startsByUs = 0; ///< since the observation began
     int m_fences = 0;

@@ -86,7 +86,7 @@ void printHeading(const std::vector<std::string>& names) {
 void printCell(const Cell& cell) {
     const Promise& promise = promiseOf(cell);
     printRow({textOf(cell.disturbance) + " " + textOf(cell.moment) + ", " + textOf(cell.afterwards),
-              textOf(fateOf(cell)), promise.returned.empty() ? "nothing" : promise.returned,
+              textOf(outcomeOf(cell)), promise.returned.empty() ? "nothing" : promise.returned,
               stateText(promise.state) + ", " + stateText(promise.adState), promise.localUrl ? "yes" : "no",
               textOf(promise.callbacks), numbers(promise.commands), std::to_string(promise.restarts),
               duration(promise.milliseconds), "{" + nameOf(cell) + "}"});

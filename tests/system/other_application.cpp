@@ -1,6 +1,6 @@
 #include "system/other_application.h"
 
-#include "system/news_record.h"
+#include "support/awaiting.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -38,23 +38,23 @@ std::string OtherApplication::ask(const std::string& what) {
     EXPECT_EQ(send(m_socket.get(), line.data(), line.size(), MSG_NOSIGNAL), static_cast<ssize_t>(line.size()));
     std::string answer = readLine();
     for (; answer.starts_with("! "); answer = readLine())
-        m_news.push_back(answer.substr(2));
+        m_notifications.push_back(answer.substr(2));
     EXPECT_TRUE(answer.starts_with("= ")) << what << ": " << answer;
     return answer.substr(std::min<std::size_t>(2, answer.size()));
 }
 
-std::string OtherApplication::awaitNews(const std::string& beginning) {
+std::string OtherApplication::awaitNotification(const std::string& beginning) {
     for (std::size_t i = 0;; ++i) {
-        if (i == m_news.size()) {
+        if (i == m_notifications.size()) {
             const std::string line = readLine();
             if (!line.starts_with("! ")) {
-                ADD_FAILURE() << "no news that begins with " << beginning;
+                ADD_FAILURE() << "no notification that begins with " << beginning;
                 return "";
             }
-            m_news.push_back(line.substr(2));
+            m_notifications.push_back(line.substr(2));
         }
-        if (m_news[i].starts_with(beginning))
-            return m_news[i].substr(beginning.size());
+        if (m_notifications[i].starts_with(beginning))
+            return m_notifications[i].substr(beginning.size());
     }
 }
 

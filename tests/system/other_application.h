@@ -1,4 +1,4 @@
-// An application in a process of its own, beside the test's.
+// A second application, in a process of its own.
 #ifndef ZUV_TESTS_SYSTEM_OTHER_APPLICATION_H
 #define ZUV_TESTS_SYSTEM_OTHER_APPLICATION_H
 
@@ -11,7 +11,7 @@
 
 namespace velmora::system_test {
 
-/// Does what it is told; see steered_application.cpp. What does not come in kPatience is a failed test.
+/// The steered application; see steered_application.cpp. A test fails when an answer does not come within kPatience.
 class OtherApplication {
 public:
     /// Starts it on the bus that DBUS_SESSION_BUS_ADDRESS names.
@@ -20,14 +20,14 @@ public:
     OtherApplication(const OtherApplication&) = delete;
     OtherApplication& operator=(const OtherApplication&) = delete;
 
-    /// Has it do something. @return what it says came of it.
+    /// Sends it a command. @return its answer.
     std::string ask(const std::string& what);
 
-    /// Waits until its callbacks have brought news that begins so. @return what follows.
-    std::string awaitNews(const std::string& beginning);
+    /// Waits for a notification with this beginning. @return the rest of it.
+    std::string awaitNotification(const std::string& beginning);
 
-    /// All that its callbacks have brought up to what was waited for last.
-    const std::vector<std::string>& news() const { return m_news; }
+    /// All notifications read so far.
+    const std::vector<std::string>& notifications() const { return m_notifications; }
 
     /// Ends it, and returns when it has ended.
     void end();
@@ -37,7 +37,7 @@ private:
 
     pid_t m_process = 0;
     desktop::FileDescriptor m_socket; ///< its standard input and output
-    std::vector<std::string> m_news;
+    std::vector<std::string> m_notifications;
 };
 
 } // namespace velmora::system_test

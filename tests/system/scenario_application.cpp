@@ -1,21 +1,8 @@
 #include "system/scenario_application.h"
 
-#include <fstream>
 #include <iostream>
 
 namespace velmora::system_test {
-namespace {
-
-std::string write(const std::filesystem::path& file, const std::string& text) {
-    std::ofstream(file) << text;
-    return file;
-}
-
-} // namespace
-
-void PrintTo(Mode mode, std::ostream* stream) {
-    *stream << (mode == Mode::Synchronous ? "Synchronous" : "Asynchronous");
-}
 
 ScenarioApplicationTest::~ScenarioApplicationTest() {
     if (!HasFailure())
@@ -24,14 +11,14 @@ ScenarioApplicationTest::~ScenarioApplicationTest() {
         std::cout << line << '\n';
 }
 
-// The bus is there already: what it starts finds in its environment what it is told now.
+// The bus runs already, so the environment of what it starts is changed through it.
 void ScenarioApplicationTest::play(const std::string& scenario) {
     ASSERT_GE(m_peer.setActivationVariable("ZUV_SERVICE_SCENARIO", scenario), 0);
     playWithoutScenario();
 }
 
 void ScenarioApplicationTest::playRules(const std::string& rules) {
-    play(write(m_folder.path() / "scenario.json", R"({"description": "", "rules": [)" + rules + "]}"));
+    play(addFile(m_folder, "scenario.json", R"({"description": "", "rules": [)" + rules + "]}"));
 }
 
 void ScenarioApplicationTest::playWithoutScenario() {
@@ -39,22 +26,18 @@ void ScenarioApplicationTest::playWithoutScenario() {
     startService();
 }
 
-Proxy ScenarioApplicationTest::create(Mode mode) {
-    return mode == Mode::Synchronous ? manager().createNewZUVMediaProxySync() : manager().createNewZUVMediaProxy();
-}
-
 std::string ScenarioApplicationTest::addMedium(const std::string& name) {
-    return write(m_folder.path() / name, "the bytes of " + name);
+    return addFile(m_folder, name, "the bytes of " + name);
 }
 
 bool serves(const std::string& localUrl, const std::string& medium) {
-    return download(localUrl).bytes == fileBytes(medium);
+    return fetch(localUrl).body == fileBytes(medium);
 }
 
-std::vector<std::string> kindsOf(const std::vector<News>& news) {
+std::vector<std::string> kindsOf(const std::vector<Notification>& notifications) {
     std::vector<std::string> kinds;
-    kinds.reserve(news.size());
-    for (const News& each : news)
+    kinds.reserve(notifications.size());
+    for (const Notification& each : notifications)
         kinds.push_back((each.medium == Medium::MainVideo ? "main video " : "advertisement ") + each.changed);
     return kinds;
 }

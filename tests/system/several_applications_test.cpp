@@ -12,7 +12,7 @@ namespace State = velmora::ZUVMediaProxyState;
 namespace {
 
 constexpr std::size_t kProxies = 3;
-constexpr std::size_t kKindsOfNews = 3;
+constexpr std::size_t kKindsOfNotification = 3;
 
 class SeveralProxies : public ScenarioApplicationTest, public ::testing::WithParamInterface<Mode> {
 protected:
@@ -40,43 +40,45 @@ TEST_P(SeveralProxies, StandForObjectsOfTheirOwn) {
 }
 
 /// Which proxies were told what.
-std::set<std::pair<std::string, std::string>> kindsToldOf(const std::vector<News>& all) {
+std::set<std::pair<std::string, std::string>> kindsToldOf(const std::vector<Notification>& all) {
     std::set<std::pair<std::string, std::string>> told;
-    for (const News& news : all)
-        told.emplace(news.proxyId, kindsOf({news}).front());
+    for (const Notification& notification : all)
+        told.emplace(notification.proxyId, kindsOf({notification}).front());
     return told;
 }
 
-TEST_P(SeveralProxies, EachGetItsOwnNews) {
+TEST_P(SeveralProxies, EachGetItsOwnNotifications) {
     for (const Proxy& proxy : m_proxies)
         proxy->start(mainVideoOf(proxy), 1);
     for (const Proxy& proxy : m_proxies)
         proxy->startAd(advertisementOf(proxy), 1);
 
-    // Each of them the three kinds.
-    ASSERT_TRUE(NewsRecord::await(
-        [](const std::vector<News>& all) { return kindsToldOf(all).size() == kKindsOfNews * kProxies; }));
-    for (const News& news : NewsRecord::all()) {
-        const Proxy proxy = ZUVMediaProxyInterface::getObjectById(news.proxyId);
+    // The three kinds of each proxy.
+    ASSERT_TRUE(NotificationRecord::await([](const std::vector<Notification>& all) {
+        return kindsToldOf(all).size() == kKindsOfNotification * kProxies;
+    }));
+    for (const Notification& notification : NotificationRecord::all()) {
+        const Proxy proxy = ZUVMediaProxyInterface::getObjectById(notification.proxyId);
         ASSERT_TRUE(proxy);
-        if (news.changed == "definitions")
-            EXPECT_NE(news.value.find(proxy->localURL()), std::string::npos) << news.value;
-        else if (news.medium == Medium::MainVideo)
-            EXPECT_TRUE(news.value == proxy->localURL() && serves(news.value, mainVideoOf(proxy)));
+        if (notification.changed == "definitions")
+            EXPECT_NE(notification.value.find(proxy->localURL()), std::string::npos) << notification.value;
+        else if (notification.medium == Medium::MainVideo)
+            EXPECT_TRUE(notification.value == proxy->localURL() && serves(notification.value, mainVideoOf(proxy)));
         else
-            EXPECT_TRUE(news.value == proxy->localAdURL() && serves(news.value, advertisementOf(proxy)));
+            EXPECT_TRUE(notification.value == proxy->localAdURL() &&
+                        serves(notification.value, advertisementOf(proxy)));
     }
 }
 
 TEST_P(SeveralProxies, StopAlone) {
     for (const Proxy& proxy : m_proxies)
         proxy->start(mainVideoOf(proxy), 1);
-    ASSERT_TRUE(NewsRecord::await(Medium::MainVideo, "definitions", kProxies));
+    ASSERT_TRUE(NotificationRecord::await(Medium::MainVideo, "definitions", kProxies));
     const std::string stopped = m_proxies[1]->localURL();
 
     m_proxies[1]->stop();
 
-    EXPECT_TRUE(eventually([&] { return download(stopped).status == 404; }));
+    EXPECT_TRUE(eventually([&] { return fetch(stopped).status == 404; }));
     EXPECT_EQ(m_proxies[1]->getState(), State::Idle);
     for (const Proxy& proxy : {m_proxies[0], m_proxies[2]}) {
         EXPECT_EQ(proxy->getState(), State::Started);
@@ -106,32 +108,33 @@ TEST_F(SeveralApplications, HearOfTheirOwnObjectsOnly) {
     second.ask("startAd " + mediumOfSecond);
     own->start(ownMedium, 1);
 
-    EXPECT_TRUE(serves(third.awaitNews("main " + idOfThird + " url "), mediumOfThird));
-    EXPECT_TRUE(serves(second.awaitNews("ad " + idOfSecond + " url "), mediumOfSecond));
-    const auto url = NewsRecord::await(Medium::MainVideo, "url");
+    EXPECT_TRUE(serves(third.awaitNotification("main " + idOfThird + " url "), mediumOfThird));
+    EXPECT_TRUE(serves(second.awaitNotification("ad " + idOfSecond + " url "), mediumOfSecond));
+    const auto url = NotificationRecord::await(Medium::MainVideo, "url");
     ASSERT_TRUE(url);
     EXPECT_TRUE(serves(url->value, ownMedium));
-    // The last event of all, and every application has heard the others' before it.
-    ASSERT_TRUE(NewsRecord::await(Medium::MainVideo, "definitions"));
-    EXPECT_EQ(kindsOf(NewsRecord::all()), (std::vector<std::string>{"main video url", "main video definitions"}));
-    for (const News& news : NewsRecord::all())
-        EXPECT_EQ(news.proxyId, own->id());
+    // The last event of all: every application has received those of the others before it.
+    ASSERT_TRUE(NotificationRecord::await(Medium::MainVideo, "definitions"));
+    EXPECT_EQ(kindsOf(NotificationRecord::all()),
+              (std::vector<std::string>{"main video url", "main video definitions"}));
+    for (const Notification& notification : NotificationRecord::all())
+        EXPECT_EQ(notification.proxyId, own->id());
     EXPECT_TRUE(ClientLog::await("unable to find object for event: started, 200," + idOfSecond));
     EXPECT_TRUE(ClientLog::await("unable to find object for event: started, 200," + idOfThird));
     second.ask("state");
-    EXPECT_EQ(second.news().size(), 1U);
-    third.awaitNews("main " + idOfThird + " definitions ");
-    EXPECT_EQ(third.news().size(), 2U);
+    EXPECT_EQ(second.notifications().size(), 1U);
+    third.awaitNotification("main " + idOfThird + " definitions ");
+    EXPECT_EQ(third.notifications().size(), 2U);
 }
 
-/// Two applications that ask for an object at the same moment: the test's own still waits for its answer,
-/// which does not come, when it hears the answer to the other.
+/// Two applications that ask for an object at the same time: the test's own waits for its answer, which does not come,
+/// when it receives the answer to the other.
 class SimultaneousCreators : public ScenarioApplicationTest {
 protected:
     void SetUp() override {
         playRules(R"({"command": "create", "nth": 1, "steps": [{"do": "answer"}]},
                      {"command": "create", "steps": []})");
-        manager(); // from here on the application hears what is said on the bus
+        manager(); // from now on the application receives events
         ClientLog::hold("New Created Object:", [] { EXPECT_TRUE(ClientLog::await("Create   RemoteObject.")); });
         m_identifier = m_other.ask("create");
         m_own = create(Mode::Asynchronous);
@@ -145,30 +148,30 @@ protected:
     Proxy m_own;
 };
 
-TEST_F(SimultaneousCreators, ShareAnObjectAndItsNews) {
+TEST_F(SimultaneousCreators, ShareAnObjectAndItsNotifications) {
     m_own->start(m_medium, 1);
 
-    const auto url = NewsRecord::await(Medium::MainVideo, "url");
+    const auto url = NotificationRecord::await(Medium::MainVideo, "url");
     ASSERT_TRUE(url);
     const std::string startedByAnother = std::to_string(State::Started) + " " + url->value;
     EXPECT_TRUE(eventually([&] { return m_other.ask("state") == startedByAnother; }));
-    EXPECT_TRUE(m_other.news().empty()) << "who has not asked for it is not called";
+    EXPECT_TRUE(m_other.notifications().empty()) << "who has not asked for it is not called";
 
     m_other.ask("start " + m_medium);
 
-    const std::string another = m_other.awaitNews("main " + m_identifier + " url ");
+    const std::string another = m_other.awaitNotification("main " + m_identifier + " url ");
     EXPECT_NE(another, url->value);
     EXPECT_TRUE(eventually([&] { return m_own->localURL() == another; }));
 }
 
 TEST_F(SimultaneousCreators, StopEachOthersMedium) {
     m_other.ask("start " + m_medium);
-    const std::string url = m_other.awaitNews("main " + m_identifier + " url ");
+    const std::string url = m_other.awaitNotification("main " + m_identifier + " url ");
     ASSERT_TRUE(serves(url, m_medium));
 
     m_own->stop();
 
-    EXPECT_TRUE(eventually([&] { return download(url).status == 404; }));
+    EXPECT_TRUE(eventually([&] { return fetch(url).status == 404; }));
     EXPECT_EQ(m_other.ask("state"), std::to_string(State::Started) + " " + url) << "the other does not know";
 }
 
@@ -192,21 +195,21 @@ TEST_F(OneRegion, ASynchronousRequestTimesOutWhenAnothersEventReplacesItsAnswerA
     const std::string medium = addMedium("own");
     const std::string mediumOfOther = addMedium("other");
     ClientLog::hold(", name:started", [&] {
-        EXPECT_TRUE(NewsRecord::await(Medium::MainVideo, "url"));
+        EXPECT_TRUE(NotificationRecord::await(Medium::MainVideo, "url"));
         other.ask("startAd " + mediumOfOther);
-        other.awaitNews("ad " + idOfOther + " url ");
+        other.awaitNotification("ad " + idOfOther + " url ");
     });
 
     own->start(medium, 1);
 
     EXPECT_EQ(ClientLog::count("Task timeout: 250/250"), 1U);
-    const auto url = NewsRecord::await(Medium::MainVideo, "url");
+    const auto url = NotificationRecord::await(Medium::MainVideo, "url");
     ASSERT_TRUE(url);
     EXPECT_NE(url->thread, std::this_thread::get_id());
     EXPECT_TRUE(serves(url->value, medium));
     EXPECT_EQ(own->getState(), State::Started);
     own->stop();
-    EXPECT_EQ(download(url->value).status, 404) << "the next request is in time again";
+    EXPECT_EQ(fetch(url->value).status, 404) << "the next request is in time again";
     EXPECT_EQ(ClientLog::count("Task timeout: 250/250"), 1U);
 }
 

@@ -25,8 +25,8 @@ void StartableService::nextFails() const {
     write("exit 1");
 }
 
-// The temporary folder's name needs no quoting. Renamed into place: a script that a shell just reads stays
-// whole.
+// The temporary folder's name needs no quoting. Renamed into place, so that a shell which is reading the earlier script
+// reads all of it.
 void StartableService::write(const std::string& lastLine) const {
     const fs::path script = folder() / "next";
     std::ofstream(script) << "#!/bin/sh\necho >>" << (folder() / "starts").string() << "\n" << lastLine << "\n";

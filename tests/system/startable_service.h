@@ -1,3 +1,4 @@
+// A media service for a private bus; a test decides whether its next start succeeds.
 #ifndef ZUV_TESTS_SYSTEM_STARTABLE_SERVICE_H
 #define ZUV_TESTS_SYSTEM_STARTABLE_SERVICE_H
 
@@ -8,20 +9,20 @@
 
 namespace velmora::system_test {
 
-/// A folder of programs for a private bus: the keeper, and in the service's place a script that counts how
-/// often it is started and becomes the service with simulated media. What the next start does can be changed.
+/// A folder of programs for a private bus: the keeper, and in place of the service a script that counts its starts and
+/// then executes the service with simulated media, or fails.
 class StartableService {
 public:
     StartableService();
 
     const std::filesystem::path& folder() const { return m_folder.path(); }
 
-    /// The next starts give a service that plays the scenario.
+    /// From now on a start gives a service that plays the scenario.
     void nextPlays(const std::string& scenario) const;
-    /// The next starts fail.
+    /// From now on a start fails.
     void nextFails() const;
 
-    /// How often it was started, or was to be.
+    /// The number of starts, failed ones included.
     int starts() const;
 
 private:

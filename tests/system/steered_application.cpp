@@ -1,12 +1,11 @@
-// An application that does what a test says, a word a line on standard input, and tells what came of it:
+// An application that a test steers: it reads a command per line from standard input, and writes an answer per line:
 //
 //     create | create-sync      = IDENTIFIER
 //     start URL | startAd URL   = STATE LOCAL-URL, of its newest proxy
 //     stop                      = the same
 //     state                     = the same
 //
-// Its callbacks put out lines of their own: "! main IDENTIFIER url VALUE", "! ad ...". It ends with its
-// input.
+// Its callbacks write lines, too: "! main IDENTIFIER url VALUE", "! ad ...". It ends with its input.
 #include "zuv_media_proxy.h"
 
 #include <cstdio>
@@ -17,17 +16,17 @@ using namespace velmora;
 
 namespace {
 
-// One write a line: callbacks come on another thread.
+// One write for each line, since callbacks run on another thread.
 void tell(const std::string& line) {
     std::fputs((line + "\n").c_str(), stdout);
     std::fflush(stdout);
 }
 
-void onMainVideoNews(std::string id, std::string changed, std::string value) {
+void onMainVideo(std::string id, std::string changed, std::string value) {
     tell("! main " + id + " " + changed + " " + value);
 }
 
-void onAdvertisementNews(std::string id, std::string changed, std::string value) {
+void onAdvertisement(std::string id, std::string changed, std::string value) {
     tell("! ad " + id + " " + changed + " " + value);
 }
 
@@ -49,8 +48,8 @@ void obey(const std::string& word, const std::string& url, std::shared_ptr<ZUVMe
 } // namespace
 
 int main() {
-    requestZUVMediaProxy()->setZUVCallback(onMainVideoNews);
-    requestZUVMediaProxy()->setZUVAdCallback(onAdvertisementNews);
+    requestZUVMediaProxy()->setZUVCallback(onMainVideo);
+    requestZUVMediaProxy()->setZUVAdCallback(onAdvertisement);
     std::shared_ptr<ZUVMediaProxyInterface> proxy;
     for (std::string line; std::getline(std::cin, line);) {
         std::istringstream words(line);

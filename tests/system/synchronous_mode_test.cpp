@@ -27,46 +27,46 @@ TEST_F(SynchronousModeWithoutService, CreationStartsTheServiceAndReturnsARegiste
 TEST_F(SynchronousMode, StartReturnsWithTheAnswerHandled) {
     const auto proxy = createProxy();
 
-    proxy->start(media("clip.webm"), 1);
+    proxy->start(clip("clip.webm"), 1);
 
     EXPECT_EQ(proxy->getState(), State::Started);
-    const auto url = NewsRecord::await(Medium::MainVideo, "url");
+    const auto url = NotificationRecord::await(Medium::MainVideo, "url");
     ASSERT_TRUE(url.has_value());
     EXPECT_EQ(proxy->localURL(), url->value);
-    EXPECT_TRUE(download(url->value).bytes == fileBytes(media("clip.webm")));
+    EXPECT_TRUE(fetch(url->value).body == fileBytes(clip("clip.webm")));
 }
 
 TEST_F(SynchronousMode, AnAdvertisementsUrlComesFromTheRequestAndFromTheBus) {
     const auto proxy = createProxy();
 
-    proxy->startAd(media("clip.webm"), 1);
+    proxy->startAd(clip("clip.webm"), 1);
 
-    const auto second = NewsRecord::await(Medium::Advertisement, "url", 2);
+    const auto second = NotificationRecord::await(Medium::Advertisement, "url", 2);
     ASSERT_TRUE(second.has_value());
-    const std::vector<News> news = NewsRecord::all();
-    ASSERT_EQ(news.size(), 2u);
-    EXPECT_EQ(news[0].value, news[1].value);
-    EXPECT_NE(news[0].thread, news[1].thread);
+    const std::vector<Notification> notifications = NotificationRecord::all();
+    ASSERT_EQ(notifications.size(), 2u);
+    EXPECT_EQ(notifications[0].value, notifications[1].value);
+    EXPECT_NE(notifications[0].thread, notifications[1].thread);
 }
 
 TEST_F(SynchronousMode, APreloadReturnsWithItsUrlAndTheStartWithOptionZeroDeliversIt) {
     const auto proxy = createProxy();
 
-    proxy->preload(0.5, media("clip.webm"), "", "");
+    proxy->preload(0.5, clip("clip.webm"), "", "");
 
     ASSERT_NE(proxy->localURL(), "");
-    EXPECT_TRUE(NewsRecord::all().empty());
+    EXPECT_TRUE(NotificationRecord::all().empty());
     proxy->start("", 0);
-    const std::vector<News> news = NewsRecord::all();
-    ASSERT_GE(news.size(), 2u);
-    EXPECT_EQ(news[0].changed, "url");
-    EXPECT_EQ(news[1].changed, "definitions");
+    const std::vector<Notification> notifications = NotificationRecord::all();
+    ASSERT_GE(notifications.size(), 2u);
+    EXPECT_EQ(notifications[0].changed, "url");
+    EXPECT_EQ(notifications[1].changed, "definitions");
 }
 
 TEST_F(SynchronousMode, AnUnplayableMediumLeavesTheStateStarting) {
     const auto proxy = createProxy();
 
-    proxy->start(media("not-media.txt"), 1);
+    proxy->start(clip("not-media.txt"), 1);
 
     EXPECT_EQ(proxy->getState(), State::Starting);
     EXPECT_EQ(proxy->localURL(), "");
@@ -74,12 +74,12 @@ TEST_F(SynchronousMode, AnUnplayableMediumLeavesTheStateStarting) {
 
 TEST_F(SynchronousMode, StopReturnsAfterTheServiceLetGoOfTheMedium) {
     const auto proxy = createProxy();
-    proxy->start(media("clip.webm"), 1);
+    proxy->start(clip("clip.webm"), 1);
     const std::string url = proxy->localURL();
 
     proxy->stop();
 
-    EXPECT_EQ(download(url).status, 404);
+    EXPECT_EQ(fetch(url).status, 404);
 }
 
 TEST_F(SynchronousMode, AnAsynchronousCreationWorksToo) {

@@ -6,7 +6,7 @@
 #include <spdlog/spdlog.h>
 
 #include <cstdlib>
-#include <cstring>
+#include <system_error>
 
 int main(int argc, char** argv) {
     CLI::App app("Keeps the last value of each topic of the media platform, and ends when the bus goes away.\n"
@@ -15,8 +15,11 @@ int main(int argc, char** argv) {
     CLI11_PARSE(app, argc, argv);
     velmora::desktop::useDesktopLogAsDefault();
 
-    const int result = velmora::desktop::ValueKeeper().run();
-    if (result < 0)
-        spdlog::error("keeper cannot work: error={}", std::strerror(-result));
-    return result < 0 ? EXIT_FAILURE : EXIT_SUCCESS;
+    try {
+        velmora::desktop::ValueKeeper().run();
+        return EXIT_SUCCESS;
+    } catch (const std::system_error& error) {
+        spdlog::error("keeper cannot work: error={}", error.code().message());
+        return EXIT_FAILURE;
+    }
 }

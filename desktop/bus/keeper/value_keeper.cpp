@@ -1,11 +1,11 @@
 #include "bus/keeper/value_keeper.h"
 
+#include "base/system_error.h"
 #include "bus/topic_message.h"
 
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 
 namespace velmora::desktop {
@@ -17,36 +17,31 @@ constexpr uint64_t kNoLimit = UINT64_MAX;
 
 ValueKeeper::ValueKeeper() : m_values{{kCommandTopic, {}}, {kEventTopic, {}}} {}
 
-int ValueKeeper::run() {
-    int result = begin();
-    if (result < 0)
-        return result;
+void ValueKeeper::run() {
+    begin();
+    int result = 0;
     while ((result = sd_bus_process(m_bus.get(), nullptr)) >= 0) {
         if (result == 0)
             sd_bus_wait(m_bus.get(), kNoLimit);
     }
     spdlog::debug("keeper ends: the bus has gone");
-    return 0;
 }
 
-int ValueKeeper::begin() {
+void ValueKeeper::begin() {
     static const sd_bus_vtable kMethods[] = {SD_BUS_VTABLE_START(0),
                                              SD_BUS_METHOD_WITH_NAMES(kReadMethod, "s", SD_BUS_PARAM(topic), "aay",
                                                                       SD_BUS_PARAM(values), &ValueKeeper::onRead,
                                                                       SD_BUS_VTABLE_UNPRIVILEGED),
                                              SD_BUS_VTABLE_END};
-    int result = openBus(m_bus);
-    if (result >= 0)
-        result = sd_bus_add_filter(m_bus.get(), nullptr, &ValueKeeper::onAnyMessage, this);
-    for (auto value = m_values.begin(); result >= 0 && value != m_values.end(); ++value)
-        result = listen(value->first);
-    if (result >= 0)
-        result = sd_bus_add_object_vtable(m_bus.get(), nullptr, kObjectPath, kKeeperInterface, kMethods, this);
-    return result < 0 ? result : sd_bus_request_name(m_bus.get(), kKeeperName, 0);
-}
-
-int ValueKeeper::listen(const std::string& topic) {
-    return sd_bus_add_match(m_bus.get(), nullptr, topicMatchRule(topic).c_str(), &ValueKeeper::onPublished, this);
+    requireSuccess(openBus(m_bus), "cannot connect to the bus");
+    sd_bus* const bus = m_bus.get();
+    requireSuccess(sd_bus_add_filter(bus, nullptr, &ValueKeeper::onAnyMessage, this), "cannot filter messages");
+    for (const auto& [topic, values] : m_values)
+        requireSuccess(sd_bus_add_match(bus, nullptr, topicMatchRule(topic).c_str(), &ValueKeeper::onPublished, this),
+                       "cannot subscribe to a topic");
+    requireSuccess(sd_bus_add_object_vtable(bus, nullptr, kObjectPath, kKeeperInterface, kMethods, this),
+                   "cannot offer reading");
+    requireSuccess(sd_bus_request_name(bus, kKeeperName, 0), "cannot take the keeper's name");
 }
 
 void ValueKeeper::keep(sd_bus_message* message) {
@@ -87,7 +82,7 @@ int ValueKeeper::onPublished(sd_bus_message* message, void* keeper, sd_bus_error
     return 0;
 }
 
-// A negative result makes sd-bus answer the caller with an error.
+// sd-bus turns a negative result into an error for the caller.
 int ValueKeeper::onRead(sd_bus_message* request, void* keeper, sd_bus_error*) noexcept {
     return static_cast<ValueKeeper*>(keeper)->answer(request);
 }

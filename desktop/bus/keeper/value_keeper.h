@@ -1,3 +1,4 @@
+// Keeps the last value of the topics.
 #ifndef ZUV_DESKTOP_BUS_KEEPER_VALUE_KEEPER_H
 #define ZUV_DESKTOP_BUS_KEEPER_VALUE_KEEPER_H
 
@@ -9,24 +10,21 @@
 
 namespace velmora::desktop {
 
-/// Remembers what the platform's topics last carried and answers who asks. A process of its own, so that a
-/// value outlives the service and its publishers, and is there for a reader who comes late. One thread.
+/// Keeps the last value of each of the platform's topics for readers. It runs in a process of its own, so that a value
+/// outlives its publisher and is available to readers that start later. One thread.
 ///
-/// It keeps the command topic and the event topic only, whatever else is published: no sender can fill its
-/// memory.
+/// Only the command topic and the event topic are kept, so that publishers of other topics cannot fill its memory.
 class ValueKeeper {
 public:
     ValueKeeper();
 
-    /// Listens, takes the keeper's name - the sign that nothing published from then on is missed - and works
-    /// until the bus goes away.
-    /// @return 0 when the bus has gone, or a negative errno value when the work could not begin; -EEXIST:
-    ///     another keeper is at work.
-    int run();
+    /// Subscribes, takes the keeper's name, from which on no publication is missed, and works until the bus connection
+    /// is lost.
+    /// @throws std::system_error when the work cannot begin; EEXIST when another keeper runs.
+    void run();
 
 private:
-    int begin();
-    int listen(const std::string& topic);
+    void begin();
     void keep(sd_bus_message* message);
     int answer(sd_bus_message* request);
 

@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 namespace velmora::desktop {
@@ -16,19 +15,15 @@ namespace {
 
 constexpr mode_t kMode = 0600;
 
-[[noreturn]] void fail(const std::string& what) {
-    throw std::system_error(errno, std::generic_category(), what);
-}
-
-/// Brings the region to its size and mode. Nothing is touched that is right already: clients have it mapped.
+/// Gives the region its size and mode. What is already right is left alone, because clients may have it mapped.
 void prepare(int descriptor, const std::string& name) {
     struct stat status {};
     if (fstat(descriptor, &status) != 0)
-        fail("cannot examine shared memory " + name);
+        throw systemError(errno, "cannot examine shared memory " + name);
     if (status.st_size != static_cast<off_t>(EventRegion::kSize) && ftruncate(descriptor, EventRegion::kSize) != 0)
-        fail("cannot size shared memory " + name);
+        throw systemError(errno, "cannot size shared memory " + name);
     if ((status.st_mode & 07777) != kMode && fchmod(descriptor, kMode) != 0)
-        fail("cannot protect shared memory " + name);
+        throw systemError(errno, "cannot protect shared memory " + name);
 }
 
 } // namespace
@@ -40,12 +35,12 @@ EventRegion::EventRegion(std::string name) : m_name(std::move(name)) {
 void EventRegion::open() {
     m_descriptor = FileDescriptor(shm_open(m_name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, kMode));
     if (m_descriptor.get() < 0)
-        fail("cannot open shared memory " + m_name);
+        throw systemError(errno, "cannot open shared memory " + m_name);
     prepare(m_descriptor.get(), m_name);
 }
 
 void EventRegion::write(const std::string& text) {
-    if (text.size() >= kSize)
+    if (text.size() > kLongestText)
         throw std::length_error("event text of " + std::to_string(text.size()) + " bytes");
     std::string bytes = text;
     bytes.resize(kSize, '\0');
@@ -53,7 +48,7 @@ void EventRegion::write(const std::string& text) {
 }
 
 void EventRegion::fill(const std::string& bytes) {
-    // The first byte goes away first and comes back last: in between, readers find an empty text.
+    // The first byte is cleared first and written last: in between, readers find an empty text.
     writeAt(std::string(1, '\0'), 0);
     writeAt(bytes.substr(1), 1);
     writeAt(bytes.substr(0, 1), 0);
@@ -71,7 +66,7 @@ void EventRegion::recreate() {
 void EventRegion::writeAt(const std::string& bytes, std::size_t offset) {
     if (pwrite(m_descriptor.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset)) !=
         static_cast<ssize_t>(bytes.size()))
-        fail("cannot write shared memory " + m_name);
+        throw systemError(errno, "cannot write shared memory " + m_name);
 }
 
 } // namespace velmora::desktop

@@ -17,6 +17,7 @@ namespace {
 
 constexpr const char* kNameLeftRule = "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
                                       "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2=''";
+// Not sent by the bus: sd-bus itself makes this signal when the connection ends.
 constexpr const char* kDisconnectedRule =
     "type='signal',sender='org.freedesktop.DBus.Local',path='/org/freedesktop/DBus/Local',"
     "interface='org.freedesktop.DBus.Local',member='Disconnected'";

@@ -1,3 +1,4 @@
+// The service's connection to the bus.
 #ifndef ZUV_DESKTOP_SERVICE_IPC_SERVICE_BUS_H
 #define ZUV_DESKTOP_SERVICE_IPC_SERVICE_BUS_H
 
@@ -10,8 +11,8 @@
 
 namespace velmora::desktop {
 
-/// The service's connection to the bus named by DBUS_SESSION_BUS_ADDRESS. Pings are answered by the loop. One
-/// thread, the loop's.
+/// The service's connection to the bus named by DBUS_SESSION_BUS_ADDRESS. The loop also answers pings. One thread, the
+/// loop's.
 class ServiceBus {
 public:
     struct Handlers {
@@ -19,26 +20,26 @@ public:
         std::function<void(const std::string& client)> onClientLeft;
     };
 
-    /// Connects. The loop ends when the bus goes away.
+    /// Connects. When the connection is lost, the loop ends.
     /// @param loop outlives this.
     /// @throws std::system_error
     explicit ServiceBus(sd_event* loop);
     ServiceBus(const ServiceBus&) = delete;
     ServiceBus& operator=(const ServiceBus&) = delete;
 
-    /// Has the programs that the bus starts from now on find `value` in their environment.
+    /// Sets a variable in the environment of the programs that the bus starts from now on.
     /// @throws std::system_error
     void setActivationVariable(const std::string& name, const std::string& value);
 
-    /// Has commands delivered, and then takes the service's name: who waits for the name finds a service that
-    /// answers.
+    /// Subscribes to commands, and then takes the service's name, so that a client which waits for the name finds a
+    /// service that answers.
     /// @throws std::system_error; std::runtime_error when another service has the name.
     void serve(Handlers handlers);
 
-    /// Puts an event out. A failure is logged: whoever waits for the event times out.
+    /// Sends an event. A failure is logged; clients that wait for the event time out.
     void sendEvent(const std::vector<std::string>& values);
 
-    /// Waits until what was sent has left.
+    /// Waits until everything that was sent has been written to the socket.
     void flush();
 
 private:

@@ -1,7 +1,8 @@
 #include "service/media/definitions.h"
 
+#include "base/compact_json.h"
+
 #include <json/value.h>
-#include <json/writer.h>
 
 #include <algorithm>
 #include <charconv>
@@ -12,7 +13,7 @@ namespace velmora::desktop {
 
 namespace {
 
-/// The height in NAME.<height>p.EXT, if the file is so called.
+/// The height in a file name of the form NAME.<height>p.EXT.
 std::optional<int> heightInName(const std::filesystem::path& file, const std::filesystem::path& medium) {
     const std::string name = file.filename().native();
     const std::string before = medium.stem().native() + ".";
@@ -52,9 +53,7 @@ std::string definitionsText(const std::vector<Definition>& definitions) {
         entry["url"] = definition.url;
         list.append(entry);
     }
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    return Json::writeString(builder, list);
+    return compactJson(list);
 }
 
 } // namespace velmora::desktop

@@ -1,3 +1,4 @@
+// The qualities in which a medium is available.
 #ifndef ZUV_DESKTOP_SERVICE_MEDIA_DEFINITIONS_H
 #define ZUV_DESKTOP_SERVICE_MEDIA_DEFINITIONS_H
 
@@ -7,19 +8,19 @@
 
 namespace velmora::desktop {
 
-/// One quality in which a medium can be had.
+/// One quality in which a medium is available.
 struct Definition {
-    std::string name; ///< lines of the video, as in "240p", or "audio"
+    std::string name; ///< the height of the video, as in "240p", or "audio"
     std::string url;  ///< local URL
 };
 
 /// A file that holds a medium in another quality.
 struct QualityFile {
-    int height; ///< lines
+    int height; ///< of the video, in lines
     std::filesystem::path file;
 };
 
-/// The other qualities of a local medium: beside NAME.EXT, the files NAME.<height>p.EXT, lowest first. Empty
+/// The other qualities of a local medium NAME.EXT: the files NAME.<height>p.EXT in the same folder, lowest first. Empty
 /// when there are none or the folder cannot be read.
 std::vector<QualityFile> qualityFiles(const std::filesystem::path& medium);
 

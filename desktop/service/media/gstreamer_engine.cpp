@@ -1,8 +1,7 @@
 // The pipeline of one medium, and what GStreamer reports about it.
 //
-// Messages of a pipeline come from its own threads. onMessage() looks at each of them there and queues only
-// what await() waits for: nobody reads the queue while a medium plays, and it must not grow with the playing
-// time.
+// The threads of a pipeline send messages. onMessage() handles each on the thread that sends it and queues only those
+// that await() waits for: the queue is not read while a medium plays, and must not grow meanwhile.
 #include "service/media/gstreamer_engine.h"
 
 #include "service/protocol/result_code.h"
@@ -18,8 +17,7 @@ namespace velmora::desktop {
 
 namespace {
 
-// The flags of playbin, which has no header: decode video and audio, and spare the converters, as nobody
-// looks.
+// Flags of playbin, which no header declares: decode video and audio, without converters, which only output needs.
 constexpr unsigned int kVideo = 1U << 0;
 constexpr unsigned int kAudio = 1U << 1;
 constexpr unsigned int kNativeAudio = 1U << 5;
@@ -55,14 +53,14 @@ Owned<GstElement> makeElement(const char* factory) {
     return Owned<GstElement>(static_cast<GstElement*>(gst_object_ref_sink(element)));
 }
 
-/// Takes what it is given at the pace of the clock, and keeps nothing of it.
+/// Consumes its input in real time and discards it.
 Owned<GstElement> makeSink() {
     Owned<GstElement> sink = makeElement("fakesink");
     g_object_set(sink.get(), "sync", TRUE, "enable-last-sample", FALSE, nullptr);
     return sink;
 }
 
-/// The form of what arrives at the sink; empty when nothing does.
+/// The format that arrives at the sink; null when nothing does.
 Owned<GstCaps> capsOf(const Owned<GstElement>& sink) {
     const Owned<GstPad> pad(gst_element_get_static_pad(sink.get(), "sink"));
     return Owned<GstCaps>(gst_pad_get_current_caps(pad.get()));
@@ -73,8 +71,8 @@ ResultCode resultCode(const GError& error) {
     return reachable ? ResultCode::Unplayable : ResultCode::NotFound;
 }
 
-/// GStreamer's error as a failure of the command. Its debug text begins with a line that names the place in
-/// the code; a second line, if there is one, says more about the reason.
+/// GStreamer's error as a failure of the command. The first line of its debug text names the place in GStreamer's code;
+/// the last of several explains the reason.
 CommandFailure failureOf(GstMessage* message) {
     GError* error = nullptr;
     char* debug = nullptr;
@@ -108,7 +106,7 @@ private:
 
     const std::string m_uri;
     const std::chrono::milliseconds m_timeout;
-    std::optional<CommandFailure> m_failure; ///< of the pipeline; it does not recover
+    std::optional<CommandFailure> m_failure; ///< of the pipeline, which does not recover from it
     std::atomic<bool> m_errorLogged = false;
     Owned<GstElement> m_videoSink = makeSink();
     Owned<GstElement> m_audioSink = makeSink();
@@ -129,10 +127,10 @@ GstreamerPlayback::~GstreamerPlayback() {
 }
 
 void GstreamerPlayback::open(const std::stop_token& stop) {
-    // A failure here is told by a message as well, with its reason.
+    // The result is ignored: a failure is also reported by a message, with its reason.
     gst_element_set_state(m_pipeline.get(), GST_STATE_PAUSED);
     await(stop);
-    // A medium that ends before its first frame gets ready as well.
+    // A medium that ends before its first frame also becomes ready.
     if (!capsOf(m_videoSink) && !capsOf(m_audioSink))
         throw CommandFailure(ResultCode::Unplayable, "The medium has neither pictures nor sound");
 }
@@ -173,17 +171,17 @@ GstBusSyncReply GstreamerPlayback::onMessage(GstBus*, GstMessage* message, gpoin
     auto& self = *static_cast<GstreamerPlayback*>(playback);
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS)
         spdlog::info("medium played to its end uri={:?}", self.m_uri);
-    // The first error tells the reason; what follows are other elements that stop because of it.
+    // Only the first error tells the reason; those that follow come from elements that stop because of it.
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR && !self.m_errorLogged.exchange(true))
         spdlog::warn("medium failed uri={:?} reason={:?}", self.m_uri, failureOf(message).what());
     if ((GST_MESSAGE_TYPE(message) & kAwaited) != 0)
         return GST_BUS_PASS;
-    gst_message_unref(message); // who drops a message owns it
+    gst_message_unref(message); // a handler that drops a message releases it
     return GST_BUS_DROP;
 }
 
-/// A medium that failed while it played would keep a seek waiting. What else is queued belongs to earlier
-/// changes.
+/// A seek in a medium that failed while it played would wait in vain. The other queued messages are left over from
+/// earlier state changes.
 void GstreamerPlayback::requireIntact() {
     while (const Owned<GstMessage> message{gst_bus_pop(m_messages.get())})
         if (GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR && !m_failure)
@@ -192,7 +190,7 @@ void GstreamerPlayback::requireIntact() {
         throw CommandFailure(*m_failure);
 }
 
-/// Waits for the end of a change that GStreamer carries out on its own threads.
+/// Waits for the end of a state change or seek, which GStreamer carries out on its own threads.
 void GstreamerPlayback::await(const std::stop_token& stop) {
     const std::stop_callback wake(stop, [this] {
         gst_bus_post(m_messages.get(), gst_message_new_application(nullptr, gst_structure_new_empty("stop")));

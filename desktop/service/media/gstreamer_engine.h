@@ -1,3 +1,4 @@
+// The engine that plays media with GStreamer.
 #ifndef ZUV_DESKTOP_SERVICE_MEDIA_GSTREAMER_ENGINE_H
 #define ZUV_DESKTOP_SERVICE_MEDIA_GSTREAMER_ENGINE_H
 
@@ -7,11 +8,10 @@
 
 namespace velmora::desktop {
 
-/// Plays media with GStreamer: everything is decoded in real time, and shown and heard nowhere.
-/// gst_init() comes first.
+/// Plays media with GStreamer: decodes them in real time without output. gst_init() must have been called.
 class GstreamerEngine final : public MediaEngine {
 public:
-    /// @param openTimeout after which opening or seeking a medium that does not get ready counts as failed.
+    /// @param openTimeout the time after which opening or seeking a medium fails.
     explicit GstreamerEngine(std::chrono::milliseconds openTimeout) : m_openTimeout(openTimeout) {}
 
     std::unique_ptr<MediaPlayback> open(const MediaLocation& location, double position, std::stop_token stop) override;

@@ -1,3 +1,4 @@
+// The interface of what plays media.
 #ifndef ZUV_DESKTOP_SERVICE_MEDIA_MEDIA_ENGINE_H
 #define ZUV_DESKTOP_SERVICE_MEDIA_MEDIA_ENGINE_H
 
@@ -9,28 +10,28 @@
 
 namespace velmora::desktop {
 
-/// A medium that plays in real time until it is destroyed. Used by one thread at a time.
+/// A medium that plays in real time until this is destroyed. One thread at a time.
 class MediaPlayback {
 public:
     virtual ~MediaPlayback() = default;
 
-    /// Goes on from exactly there; returns when the first frames are ready.
+    /// Continues from exactly that position; returns when the first frames are ready.
     /// @param position seconds from the beginning.
-    /// @throws CommandFailure; also soon after a stop is requested.
+    /// @throws CommandFailure, also when interrupted by the stop token.
     virtual void seek(double position, std::stop_token stop) = 0;
 
-    /// Lines of the video; empty without video.
+    /// The height of the video in lines; without a value when the medium has no video.
     virtual std::optional<int> videoHeight() const = 0;
 };
 
-/// What opens and plays media. Any thread.
+/// Opens and plays media. Any thread.
 class MediaEngine {
 public:
     virtual ~MediaEngine() = default;
 
-    /// Opens the medium and has it play; returns when the first frames are ready.
-    /// @param position where to begin, in seconds.
-    /// @throws CommandFailure; also soon after a stop is requested.
+    /// Opens and starts the medium; returns when the first frames are ready.
+    /// @param position to start at, in seconds.
+    /// @throws CommandFailure, also when interrupted by the stop token.
     virtual std::unique_ptr<MediaPlayback> open(const MediaLocation& location, double position,
                                                 std::stop_token stop) = 0;
 };

@@ -6,7 +6,6 @@
 #include <glib.h>
 
 #include <memory>
-#include <optional>
 #include <string_view>
 
 namespace velmora::desktop {
@@ -22,7 +21,7 @@ bool isHttp(const std::string& url) {
     return g_ascii_strncasecmp(url.c_str(), "http://", 7) == 0 || g_ascii_strncasecmp(url.c_str(), "https://", 8) == 0;
 }
 
-/// The path of an absolute path or file URL, empty when the text is neither.
+/// The path in an absolute path or a file URL; empty when the text is neither.
 std::filesystem::path localPath(const std::string& url) {
     if (url.starts_with('/'))
         return url;

@@ -1,5 +1,8 @@
+// The commands of clients, decoded from the lists that arrive on the bus.
 #ifndef ZUV_DESKTOP_SERVICE_PROTOCOL_COMMAND_H
 #define ZUV_DESKTOP_SERVICE_PROTOCOL_COMMAND_H
+
+#include "service/protocol/wire_format.h"
 
 #include <cstddef>
 #include <string>
@@ -7,12 +10,7 @@
 
 namespace velmora::desktop {
 
-enum class CommandName { Create, Start, Stop, Seek, Preload, Inspect };
-
-/// The two media of an object, independent of each other.
-enum class MediaKind { MainVideo, Advertisement };
-
-/// A command as it arrived: the arguments are still text, so that what is wrong with them can be answered.
+/// A command with its arguments as text, so that an invalid argument can still be answered.
 struct Command {
     CommandName name;
     std::string kind;     ///< "main_video" or "advertisement"; a seek, which carries none, has "main_video"
@@ -22,20 +20,20 @@ struct Command {
     std::string url;      ///< start and preload
 };
 
-/// Of a kind or identifier, in bytes: no answer could repeat a longer one within the size of the event region.
+/// The longest kind or identifier, in bytes. An answer, which repeats them, would not fit the event region with longer
+/// ones.
 inline constexpr std::size_t kLongestIdentifier = 128;
 
-/// Decodes a command vector. Logs it, with the arguments that the service does not use (texts and the option
-/// of a start).
-/// @throws CommandFailure BadCommand when it is none: not 11 strings, an unknown name, or an identifier or
-/// kind longer than kLongestIdentifier.
+/// Decodes a command and logs all its entries, including those that the service does not use.
+/// @throws CommandFailure BadCommand for anything but 11 strings that begin with the name of a command and have no kind
+///     or identifier longer than kLongestIdentifier.
 Command decodeCommand(const std::vector<std::string>& values);
 
-/// @throws CommandFailure BadCommand when the text names no kind.
+/// @throws CommandFailure BadCommand when the text is not a kind.
 MediaKind mediaKind(const std::string& text);
 
 /// @return seconds, 0 or more.
-/// @throws CommandFailure BadCommand when the text is no such number.
+/// @throws CommandFailure BadCommand when the text is not such a number.
 double positionSeconds(const std::string& text);
 
 } // namespace velmora::desktop

@@ -1,7 +1,9 @@
 #include "service/protocol/event.h"
 
+#include "base/compact_json.h"
+
 #include <json/value.h>
-#include <json/writer.h>
+#include <spdlog/spdlog.h>
 
 #include <algorithm>
 
@@ -9,33 +11,16 @@ namespace velmora::desktop {
 
 namespace {
 
-const char* answerName(CommandName command) {
-    switch (command) {
-    case CommandName::Create:
-        return "created";
-    case CommandName::Stop:
-        return "stopped";
-    case CommandName::Seek:
-        return "seeked";
-    case CommandName::Inspect:
-        return "status";
-    case CommandName::Start:
-    case CommandName::Preload:
-        break;
-    }
-    return "started";
-}
-
-/// What a list that may be of any length has at a place of a kind or identifier.
-std::string identifierAt(const std::vector<std::string>& values, std::size_t position) {
-    return position < values.size() ? values[position].substr(0, kLongestIdentifier) : "";
+/// The list, which can have any length, may lack the entry.
+std::string identifierAt(const std::vector<std::string>& values, std::size_t entry) {
+    return entry < values.size() ? values[entry].substr(0, kLongestIdentifier) : "";
 }
 
 std::size_t jsonSize(const Event& event) {
     return toJson(toValues(event)).size();
 }
 
-/// Cuts before a character, never inside one.
+/// Cuts between characters, never inside one.
 void truncateUtf8(std::string& text, std::size_t size) {
     const auto continues = [&text](std::size_t at) { return (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U; };
     while (size > 0 && size < text.size() && continues(size))
@@ -47,12 +32,11 @@ void truncateUtf8(std::string& text, std::size_t size) {
 
 Event answerTo(const Command& command) {
     Event event;
-    event.name = answerName(command.name);
+    event.name = std::ranges::find(kCommandWords, command.name, &CommandWord::name)->answer;
     event.session = command.session;
     event.objectId = command.objectId;
     event.detail = "OK";
     event.kind = command.kind;
-    event.command = command.name;
     return event;
 }
 
@@ -66,37 +50,37 @@ Event failureOf(const Command& command, const std::exception& failure) {
 
 Event refusalOf(const std::vector<std::string>& values, const CommandFailure& failure) {
     Event event;
-    event.name = "unknown"; // as a client's own neutral event; "created" or "status" would wake whoever waits
+    event.name = kRefusalEvent;
     event.code = failure.code();
-    event.kind = identifierAt(values, 1);
-    event.session = identifierAt(values, 2);
-    event.objectId = identifierAt(values, 3);
+    event.kind = identifierAt(values, command_entry::kKind);
+    event.session = identifierAt(values, command_entry::kSession);
+    event.objectId = identifierAt(values, command_entry::kObject);
     event.detail = failure.what();
     return event;
 }
 
 std::vector<std::string> toValues(const Event& event) {
-    return {event.name,
-            std::to_string(static_cast<int>(event.code)),
-            event.session,
-            event.objectId,
-            "",
-            "",
-            event.localUrl,
-            event.definitions,
-            event.detail,
-            event.kind,
-            ""};
+    std::vector<std::string> values(kEntries);
+    values[event_entry::kName] = event.name;
+    values[event_entry::kCode] = std::to_string(static_cast<int>(event.code));
+    values[event_entry::kSession] = event.session;
+    values[event_entry::kObject] = event.objectId;
+    values[event_entry::kLocalUrl] = event.localUrl;
+    values[event_entry::kDefinitions] = event.definitions;
+    values[event_entry::kDetail] = event.detail;
+    values[event_entry::kKind] = event.kind;
+    return values;
 }
 
-std::string toJson(const std::vector<std::string>& values) {
+Json::Value toJsonObject(const std::vector<std::string>& values) {
     Json::Value object(Json::objectValue);
     for (std::size_t i = 0; i < values.size(); ++i)
         object[std::to_string(i)] = values[i];
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    builder["emitUTF8"] = true;
-    return Json::writeString(builder, object);
+    return object;
+}
+
+std::string toJson(const std::vector<std::string>& values) {
+    return compactJson(toJsonObject(values));
 }
 
 Event fitted(Event event, std::size_t limit) {
@@ -105,6 +89,12 @@ Event fitted(Event event, std::size_t limit) {
     if (jsonSize(event) > limit)
         event.definitions.clear();
     return event;
+}
+
+void logEvent(const Event& event) {
+    spdlog::log(event.code == ResultCode::Ok ? spdlog::level::debug : spdlog::level::warn,
+                "event name={} code={} session={:?} object={:?} kind={:?} detail={:?}", event.name,
+                static_cast<int>(event.code), event.session, event.objectId, event.kind, event.detail);
 }
 
 } // namespace velmora::desktop

@@ -1,3 +1,4 @@
+// The result codes of events, and the exception that carries one.
 #ifndef ZUV_DESKTOP_SERVICE_PROTOCOL_RESULT_CODE_H
 #define ZUV_DESKTOP_SERVICE_PROTOCOL_RESULT_CODE_H
 
@@ -6,18 +7,17 @@
 
 namespace velmora::desktop {
 
-/// The result code of an event. The client compares with 200 only; the others are for people who read its
-/// log.
+/// The result code of an event. The client only compares it with 200; the others are for whoever reads its log.
 enum class ResultCode : int {
     Ok = 200,
-    BadCommand = 400, ///< no command, or one whose kind, position or URL means nothing
-    NotFound = 404,   ///< no such object, or the medium is not there or cannot be reached
-    WrongState = 409, ///< nothing of this kind is started
-    Unplayable = 415, ///< the medium is there, but cannot be played or sought
+    BadCommand = 400, ///< not a command, or one whose kind, position or URL is invalid
+    NotFound = 404,   ///< no such object, or the medium is missing or cannot be reached
+    WrongState = 409, ///< no medium of this kind is started
+    Unplayable = 415, ///< the medium exists, but cannot be played or sought
     Internal = 500,   ///< the service itself failed
 };
 
-/// Why a command failed, as its answer tells: what() is the readable detail.
+/// The reason why a command failed; its answer carries the code, and what() as the readable detail.
 class CommandFailure : public std::runtime_error {
 public:
     CommandFailure(ResultCode code, const std::string& detail) : std::runtime_error(detail), m_code(code) {}

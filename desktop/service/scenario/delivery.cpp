@@ -1,9 +1,8 @@
 #include "service/scenario/delivery.h"
 
-#include "service/protocol/event.h"
+#include "base/compact_json.h"
 
 #include <json/value.h>
-#include <json/writer.h>
 
 namespace velmora::desktop {
 
@@ -12,33 +11,23 @@ namespace {
 // JsonCpp gives up at 1000.
 constexpr std::size_t kDeep = 1500;
 
-constexpr const char* kDetailMember = "8";
-
-std::string compact(const Json::Value& root) {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    builder["emitUTF8"] = true;
-    return Json::writeString(builder, root);
-}
-
-Json::Value arrayOf(const std::vector<std::string>& values) {
+std::string rootArray(const std::vector<std::string>& values) {
     Json::Value array(Json::arrayValue);
     for (const std::string& value : values)
         array.append(value);
-    return array;
+    return compactJson(array);
 }
 
 std::string withNestedDetail(const std::vector<std::string>& values) {
-    Json::Value object(Json::objectValue);
-    for (std::size_t i = 0; i < values.size(); ++i)
-        object[std::to_string(i)] = values[i];
-    const Json::Value detail = object[kDetailMember];
-    object[kDetailMember] = Json::Value(Json::objectValue);
-    object[kDetailMember]["text"] = detail;
-    return compact(object);
+    Json::Value object = toJsonObject(values);
+    Json::Value& member = object[std::to_string(event_entry::kDetail)];
+    const Json::Value detail = member;
+    member = Json::Value(Json::objectValue);
+    member["text"] = detail;
+    return compactJson(object);
 }
 
-/// A member too long for the region comes last, so that the end of the text is what does not fit.
+/// Adds a last member that is longer than the region, so that only its end is cut off.
 std::string oversize(const std::vector<std::string>& values, std::size_t size) {
     std::string text = toJson(values);
     text.pop_back(); // the brace
@@ -52,6 +41,17 @@ std::string filledWithBlanks(std::string text, std::size_t size) {
 }
 
 } // namespace
+
+EventOutput outputOf(const Event& answer, const Delivery& delivery) {
+    const std::vector<std::string> values =
+        deliveredValues(toValues(fitted(answer, EventRegion::kLongestText)), delivery);
+    EventOutput output;
+    if (delivery.channels != Channels::Bus)
+        output.memory = memoryText(values, delivery.form, EventRegion::kSize);
+    if (delivery.channels != Channels::Memory)
+        output.bus = values;
+    return output;
+}
 
 std::vector<std::string> deliveredValues(std::vector<std::string> event, const Delivery& delivery) {
     for (const auto& [position, text] : delivery.replaced)
@@ -69,7 +69,7 @@ std::string memoryText(const std::vector<std::string>& values, MemoryForm form, 
     case MemoryForm::Oversize:
         return oversize(values, size);
     case MemoryForm::RootArray:
-        return compact(arrayOf(values));
+        return rootArray(values);
     case MemoryForm::NestedMember:
         return withNestedDetail(values);
     case MemoryForm::DeepNesting:

@@ -11,7 +11,7 @@ namespace velmora::desktop {
 
 namespace {
 
-/// The first of the reader's errors: "* Line 3, Column 5", and the reason on a line of its own.
+/// The first of the reader's errors, which it formats as "* Line 3, Column 5" and the reason on the next line.
 ValidationError firstError(const std::string& errors) {
     const std::size_t end = errors.find('\n');
     const std::string place = errors.substr(std::min<std::size_t>(2, errors.size()), end - 2);
@@ -21,30 +21,31 @@ ValidationError firstError(const std::string& errors) {
 
 } // namespace
 
-void JsonNode::requireObject(std::initializer_list<std::string_view> members) const {
+void JsonNode::requireObject(const std::vector<std::string_view>& members) const {
     requireObject();
     for (const std::string& name : m_value.getMemberNames())
         if (std::find(members.begin(), members.end(), name) == members.end())
             fail(fmt::format("has an unknown member {:?}; known are {}", name, fmt::join(members, ", ")));
 }
 
-JsonNode JsonNode::member(const std::string& name) const {
+JsonNode JsonNode::member(std::string_view name) const {
     const std::optional<JsonNode> found = optionalMember(name);
     if (!found)
         fail(fmt::format("lacks the member {:?}", name));
     return *found;
 }
 
-std::optional<JsonNode> JsonNode::optionalMember(const std::string& name) const {
+std::optional<JsonNode> JsonNode::optionalMember(std::string_view name) const {
     requireObject();
-    if (!m_value.isMember(name))
+    const std::string key(name);
+    if (!m_value.isMember(key))
         return std::nullopt;
-    return JsonNode(m_value[name], m_place + "." + name);
+    return JsonNode(m_value[key], m_place + "." + key);
 }
 
 std::vector<JsonNode> JsonNode::elements() const {
     if (!m_value.isArray())
-        fail("is no array");
+        fail("is not an array");
     std::vector<JsonNode> nodes;
     for (const Json::Value& element : m_value)
         nodes.emplace_back(element, fmt::format("{}[{}]", m_place, nodes.size()));
@@ -53,25 +54,22 @@ std::vector<JsonNode> JsonNode::elements() const {
 
 void JsonNode::requireObject() const {
     if (!m_value.isObject())
-        fail("is no object");
+        fail("is not an object");
 }
 
 std::string JsonNode::text() const {
     if (!m_value.isString())
-        fail("is no text");
+        fail("is not a string");
     return m_value.asString();
 }
 
-std::size_t JsonNode::choice(const std::vector<std::string_view>& texts) const {
-    const auto found = std::find(texts.begin(), texts.end(), text());
-    if (found == texts.end())
-        fail(fmt::format("is {:?}, and none of {}", text(), fmt::join(texts, ", ")));
-    return static_cast<std::size_t>(found - texts.begin());
+void JsonNode::failChoice(const std::vector<std::string_view>& texts) const {
+    fail(fmt::format("is {:?}, not one of {}", text(), fmt::join(texts, ", ")));
 }
 
 int JsonNode::number(int lowest, int highest) const {
     if (!m_value.isInt() || m_value.asInt() < lowest || m_value.asInt() > highest)
-        fail(fmt::format("is no whole number from {} to {}", lowest, highest));
+        fail(fmt::format("is not a whole number from {} to {}", lowest, highest));
     return m_value.asInt();
 }
 

@@ -3,6 +3,8 @@
 #include "service/scenario/json_node.h"
 
 #include <array>
+#include <initializer_list>
+#include <string_view>
 
 namespace velmora::desktop {
 
@@ -11,69 +13,77 @@ namespace {
 constexpr int kMostCommands = 1'000'000;
 constexpr int kMostEvents = 100'000;
 constexpr int kLongestWait = 3'600'000; // milliseconds
-constexpr int kEventEntries = 11;
 
-// In the order of their enumerations.
-const std::vector<std::string_view> kCommands{"create", "start", "stop", "seek", "preload", "inspect"};
-const std::vector<std::string_view> kKinds{"main_video", "advertisement"};
-const std::vector<std::string_view> kChannels{"both", "bus", "memory"};
-const std::vector<std::string_view> kForms{"whole",      "not_json",      "torn",         "oversize",
-                                           "root_array", "nested_member", "deep_nesting", "no_zero_byte"};
-const std::vector<std::string_view> kSteps{"answer", "event", "wait",          "freeze",
-                                           "exit",   "abort", "remove_memory", "recreate_memory"};
-constexpr std::size_t kFirstAction = 3; // the actions come last
-
-// What a scenario calls the entries of an event, and where they are.
-struct NamedEntry {
-    const char* name;
-    std::size_t position;
+template <typename Value>
+struct Word {
+    std::string_view text;
+    Value value;
 };
-constexpr std::size_t kNameEntry = 0;
-constexpr std::size_t kSessionEntry = 2;
-constexpr std::array<NamedEntry, 7> kEntries{{{"code", 1},
-                                              {"session", kSessionEntry},
-                                              {"object", 3},
-                                              {"local_url", 6},
-                                              {"definitions", 7},
-                                              {"detail", 8},
-                                              {"kind", 9}}};
 
-template <typename Choice>
-Choice chosen(const JsonNode& node, const std::string& member, const std::vector<std::string_view>& texts,
-              Choice otherwise) {
+constexpr std::array<Word<Channels>, 3> kChannels{
+    {{"both", Channels::Both}, {"bus", Channels::Bus}, {"memory", Channels::Memory}}};
+
+constexpr std::array<Word<MemoryForm>, 8> kForms{{{"whole", MemoryForm::Whole},
+                                                  {"not_json", MemoryForm::NotJson},
+                                                  {"torn", MemoryForm::Torn},
+                                                  {"oversize", MemoryForm::Oversize},
+                                                  {"root_array", MemoryForm::RootArray},
+                                                  {"nested_member", MemoryForm::NestedMember},
+                                                  {"deep_nesting", MemoryForm::DeepNesting},
+                                                  {"no_zero_byte", MemoryForm::NoZeroByte}}};
+
+// The entries of an event that a step can replace, by their names in scenarios.
+constexpr std::array<Word<std::size_t>, 7> kReplaceableEntries{{{"code", event_entry::kCode},
+                                                                {"session", event_entry::kSession},
+                                                                {"object", event_entry::kObject},
+                                                                {"local_url", event_entry::kLocalUrl},
+                                                                {"definitions", event_entry::kDefinitions},
+                                                                {"detail", event_entry::kDetail},
+                                                                {"kind", event_entry::kKind}}};
+
+template <typename Value, std::size_t size>
+Value chosen(const JsonNode& node, std::string_view member, const std::array<Word<Value>, size>& words,
+             Value otherwise) {
     const auto found = node.optionalMember(member);
-    return found ? static_cast<Choice>(found->choice(texts)) : otherwise;
+    return found ? found->choice(words).value : otherwise;
+}
+
+/// The members of a step that sends an event: `first` and those that all such steps have.
+std::vector<std::string_view> deliveryMembers(std::initializer_list<std::string_view> first) {
+    std::vector<std::string_view> members(first);
+    for (const Word<std::size_t>& entry : kReplaceableEntries)
+        members.push_back(entry.text);
+    members.insert(members.end(), {"entries", "times", "channels", "memory"});
+    return members;
 }
 
 Delivery parseDelivery(const JsonNode& step) {
     Delivery delivery;
-    for (const NamedEntry& entry : kEntries)
-        if (const auto text = step.optionalMember(entry.name))
-            delivery.replaced[entry.position] = text->text();
+    for (const Word<std::size_t>& entry : kReplaceableEntries)
+        if (const auto text = step.optionalMember(entry.text))
+            delivery.replaced[entry.value] = text->text();
     if (const auto entries = step.optionalMember("entries"))
-        delivery.entries = static_cast<std::size_t>(entries->number(0, kEventEntries - 1));
+        delivery.entries = static_cast<std::size_t>(entries->number(0, static_cast<int>(kEntries) - 1));
     if (const auto times = step.optionalMember("times"))
         delivery.times = times->number(1, kMostEvents);
     delivery.channels = chosen(step, "channels", kChannels, Channels::Both);
     delivery.form = chosen(step, "memory", kForms, MemoryForm::Whole);
     if (delivery.channels == Channels::Bus && step.optionalMember("memory"))
-        step.member("memory").fail("goes with no event that is on the bus only");
+        step.member("memory").fail(R"(cannot be combined with "channels": "bus")");
     return delivery;
 }
 
 Step parseAnswer(const JsonNode& step) {
-    step.requireObject({"do", "code", "session", "object", "local_url", "definitions", "detail", "kind", "entries",
-                        "times", "channels", "memory"});
+    step.requireObject(deliveryMembers({"do"}));
     return parseDelivery(step);
 }
 
 Step parseEvent(const JsonNode& step) {
-    step.requireObject({"do", "name", "code", "session", "object", "local_url", "definitions", "detail", "kind",
-                        "entries", "times", "channels", "memory"});
+    step.requireObject(deliveryMembers({"do", "name"}));
     Delivery delivery = parseDelivery(step);
     delivery.isAnswer = false;
-    delivery.replaced[kNameEntry] = step.member("name").text();
-    delivery.replaced.try_emplace(kSessionEntry, "");
+    delivery.replaced[event_entry::kName] = step.member("name").text();
+    delivery.replaced.try_emplace(event_entry::kSession, "");
     return delivery;
 }
 
@@ -88,14 +98,22 @@ Step parseWait(const JsonNode& step) {
     return Wait{{}, answers->number(1, kMostCommands)};
 }
 
-Step parseStep(const JsonNode& step) {
-    constexpr std::array kParsers{parseAnswer, parseEvent, parseWait};
-    const std::size_t kind = step.member("do").choice(kSteps);
-    if (kind < kFirstAction)
-        return kParsers.at(kind)(step);
+template <ServiceAction action>
+Step parseAction(const JsonNode& step) {
     step.requireObject({"do"});
-    return static_cast<ServiceAction>(kind - kFirstAction);
+    return action;
 }
+
+using StepParser = Step (*)(const JsonNode&);
+
+constexpr std::array<Word<StepParser>, 8> kSteps{{{"answer", parseAnswer},
+                                                  {"event", parseEvent},
+                                                  {"wait", parseWait},
+                                                  {"freeze", parseAction<ServiceAction::Freeze>},
+                                                  {"exit", parseAction<ServiceAction::Exit>},
+                                                  {"abort", parseAction<ServiceAction::Abort>},
+                                                  {"remove_memory", parseAction<ServiceAction::RemoveMemory>},
+                                                  {"recreate_memory", parseAction<ServiceAction::RecreateMemory>}}};
 
 bool endsTheService(const Step& step) {
     const ServiceAction* action = std::get_if<ServiceAction>(&step);
@@ -107,27 +125,27 @@ std::vector<Step> parseSteps(const JsonNode& node) {
     for (const JsonNode& step : node.elements()) {
         if (!steps.empty() && endsTheService(steps.back()))
             step.fail("comes after the end of the service");
-        steps.push_back(parseStep(step));
+        steps.push_back(step.member("do").choice(kSteps).value(step));
     }
     return steps;
 }
 
-/// Whether commands of that name can be of that kind.
-bool canBe(CommandName command, const std::string& kind) {
+/// Whether a command can concern a medium of that kind.
+bool canHaveKind(CommandName command, MediaKind kind) {
     if (command == CommandName::Create || command == CommandName::Inspect)
         return false;
-    return command != CommandName::Seek || kind == kKinds.front();
+    return command != CommandName::Seek || kind == MediaKind::MainVideo;
 }
 
 Rule parseRule(const JsonNode& node) {
     node.requireObject({"command", "kind", "nth", "steps"});
     Rule rule;
     if (const auto command = node.optionalMember("command"))
-        rule.command = static_cast<CommandName>(command->choice(kCommands));
+        rule.command = command->choice(kCommandWords).name;
     if (const auto kind = node.optionalMember("kind"))
-        rule.kind = kKinds[kind->choice(kKinds)];
-    if (rule.command && rule.kind && !canBe(*rule.command, *rule.kind))
-        node.member("kind").fail("is of no such command");
+        rule.kind = kind->choice(kMediaKindWords).kind;
+    if (rule.command && rule.kind && !canHaveKind(*rule.command, *rule.kind))
+        node.member("kind").fail("does not apply to this command");
     if (const auto nth = node.optionalMember("nth"))
         rule.nth = nth->number(1, kMostCommands);
     rule.steps = parseSteps(node.member("steps"));

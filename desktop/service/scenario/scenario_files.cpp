@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char* kExtension = ".json";
 
-/// Beside the running program's folder, in the build folder as well as installed.
+/// Found relative to the running program, so that it works in the build folder and when installed.
 fs::path scenarioFolder() {
     const fs::path programs = fs::read_symlink("/proc/self/exe").parent_path();
     return (programs / ZUV_SCENARIOS_FROM_PROGRAMS).lexically_normal();

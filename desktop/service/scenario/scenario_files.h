@@ -1,3 +1,4 @@
+// Finding, loading and listing scenario files.
 #ifndef ZUV_DESKTOP_SERVICE_SCENARIO_SCENARIO_FILES_H
 #define ZUV_DESKTOP_SERVICE_SCENARIO_SCENARIO_FILES_H
 
@@ -8,17 +9,17 @@
 
 namespace velmora::desktop {
 
-/// The file of a scenario.
-/// @param given a file, if it has a '/' or ends in ".json"; otherwise the name of a scenario that comes with
+/// The path of a scenario's file.
+/// @param given a path if it contains a '/' or ends in ".json"; otherwise the name of a scenario that comes with
 ///     the desktop platform.
-/// @return absolute, and not necessarily there.
+/// @return an absolute path; the file may not exist.
 std::filesystem::path scenarioFile(const std::string& given);
 
-/// @throws std::runtime_error when it cannot be read or is no scenario; what() is "FILE: PLACE: REASON".
+/// @throws std::runtime_error when the file cannot be read or is not a valid scenario; what() is "FILE: PLACE: REASON".
 Scenario loadScenario(const std::filesystem::path& file);
 
-/// The scenarios that come with the desktop platform, each with its description, by name.
-/// @throws std::runtime_error when there are none, or one is no scenario.
+/// The names and descriptions of the scenarios that come with the desktop platform, one a line.
+/// @throws std::runtime_error when their folder cannot be read or one is not valid.
 std::string scenarioList();
 
 } // namespace velmora::desktop

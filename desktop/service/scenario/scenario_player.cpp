@@ -1,47 +1,67 @@
 #include "service/scenario/scenario_player.h"
 
+#include "service/scenario/delivery.h"
+
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <ctime>
+#include <utility>
 
 namespace velmora::desktop {
 
 namespace {
 
-const std::vector<Step> kAnswerOnly{Delivery{}};
+/// Compares words: the kind of a failed command can be any text.
+bool isOfKind(const Event& answer, MediaKind kind) {
+    const auto* const word = std::ranges::find(kMediaKindWords, answer.kind, &MediaKindWord::text);
+    return word != kMediaKindWords.end() && word->kind == kind;
+}
 
-bool isAbout(const Rule& rule, const Event& answer) {
-    return (!rule.command || rule.command == answer.command) && (!rule.kind || rule.kind == answer.kind);
+bool isAbout(const Rule& rule, CommandName command, const Event& answer) {
+    return (!rule.command || rule.command == command) && (!rule.kind || isOfKind(answer, *rule.kind));
 }
 
 } // namespace
 
-ScenarioPlayer::ScenarioPlayer(sd_event* loop, Scenario scenario, Handlers handlers)
-    : m_loop(loop), m_scenario(std::move(scenario)), m_handlers(std::move(handlers)),
+ScenarioPlayer::ScenarioPlayer(sd_event* loop, Scenario scenario, EventPublisher& publisher, Perform perform)
+    : m_loop(loop), m_scenario(std::move(scenario)), m_publisher(publisher), m_perform(std::move(perform)),
       m_counts(m_scenario.rules.size()) {}
 
-void ScenarioPlayer::play(const Event& answer) {
-    m_performances.push_back({*this, answer, stepsFor(answer)});
+void ScenarioPlayer::publishAnswer(CommandName command, Event answer) {
+    if (const Rule* rule = ruleFor(command, answer)) {
+        spdlog::info("scenario applies to the answer name={} session={:?}", answer.name, answer.session);
+        m_performances.push_back({*this, std::move(answer), rule->steps});
+    } else {
+        m_publisher.publishAnswer(command, std::move(answer));
+        ++m_answers;
+    }
     proceed();
 }
 
-/// Every rule counts, also where an earlier one applies.
-const std::vector<Step>& ScenarioPlayer::stepsFor(const Event& answer) {
-    const std::vector<Step>* steps = nullptr;
-    for (std::size_t i = 0; i < m_counts.size(); ++i) {
-        const Rule& rule = m_scenario.rules[i];
-        if (!isAbout(rule, answer))
-            continue;
-        const int count = ++m_counts[i];
-        if (steps == nullptr && rule.nth.value_or(count) == count)
-            steps = &rule.steps;
-    }
-    if (steps != nullptr)
-        spdlog::info("scenario applies to the answer name={} session={:?}", answer.name, answer.session);
-    return steps == nullptr ? kAnswerOnly : *steps;
+void ScenarioPlayer::publishRefusal(Event refusal) {
+    m_publisher.publishRefusal(std::move(refusal));
 }
 
-/// One that goes on can deliver the answer that another waits for: after each, they are all looked at again.
+void ScenarioPlayer::publishNews(Event news, std::weak_ptr<const void> subject) {
+    m_publisher.publishNews(std::move(news), std::move(subject));
+}
+
+/// The first rule that applies; nullptr when none does. Every rule counts the command, even after one that applies.
+const Rule* ScenarioPlayer::ruleFor(CommandName command, const Event& answer) {
+    const Rule* applicable = nullptr;
+    for (std::size_t i = 0; i < m_counts.size(); ++i) {
+        const Rule& rule = m_scenario.rules[i];
+        if (!isAbout(rule, command, answer))
+            continue;
+        const int count = ++m_counts[i];
+        if (applicable == nullptr && rule.nth.value_or(count) == count)
+            applicable = &rule;
+    }
+    return applicable;
+}
+
+/// A performance can send the answer that another one waits for, so all are looked at again after each.
 void ScenarioPlayer::proceed() {
     auto performance = m_performances.begin();
     while (performance != m_performances.end()) {
@@ -61,7 +81,7 @@ bool ScenarioPlayer::canProceed(const Performance& performance) const {
            (performance.state == State::AwaitsAnswers && m_answers >= performance.awaitedAnswers);
 }
 
-/// To the end, where it is ready still, or to the next wait.
+/// Takes steps until one waits, or to the end, where the performance is still ready.
 void ScenarioPlayer::proceedWith(Performance& performance) {
     performance.state = State::Ready;
     while (performance.state == State::Ready && performance.next < performance.steps.size()) {
@@ -71,7 +91,10 @@ void ScenarioPlayer::proceedWith(Performance& performance) {
 }
 
 void ScenarioPlayer::take(Performance& performance, const Delivery& delivery) {
-    m_handlers.deliver(performance.answer, delivery);
+    logEvent(performance.answer);
+    const EventOutput output = outputOf(performance.answer, delivery);
+    for (int i = 0; i < delivery.times; ++i)
+        m_publisher.sendAnswer(output);
     if (delivery.isAnswer)
         ++m_answers;
 }
@@ -92,7 +115,7 @@ void ScenarioPlayer::take(Performance& performance, const Wait& wait) {
 }
 
 void ScenarioPlayer::take(Performance&, ServiceAction action) {
-    m_handlers.perform(action);
+    m_perform(action);
 }
 
 int ScenarioPlayer::onTimer(sd_event_source*, uint64_t, void* performance) {

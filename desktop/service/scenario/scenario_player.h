@@ -1,37 +1,40 @@
+// Plays a scenario on the answers of the service.
 #ifndef ZUV_DESKTOP_SERVICE_SCENARIO_SCENARIO_PLAYER_H
 #define ZUV_DESKTOP_SERVICE_SCENARIO_SCENARIO_PLAYER_H
 
 #include "base/event_loop.h"
-#include "service/protocol/event.h"
+#include "service/event_publisher.h"
+#include "service/event_sink.h"
 #include "service/scenario/scenario.h"
 
 #include <cstdint>
 #include <functional>
 #include <list>
+#include <vector>
 
 namespace velmora::desktop {
 
-/// Stands between the answers of the service and what comes of them: most are delivered, and what a scenario
-/// says happens in place of the others. One thread, the loop's.
-class ScenarioPlayer {
+/// A decorator of the publisher: replaces the answers that a rule of the scenario applies to by the steps of that
+/// rule, and passes everything else on. One thread, the loop's.
+class ScenarioPlayer final : public EventSink {
 public:
-    struct Handlers {
-        std::function<void(const Event& answer, const Delivery& delivery)> deliver;
-        std::function<void(ServiceAction)> perform;
-    };
+    /// Carries out an action of the scenario.
+    using Perform = std::function<void(ServiceAction)>;
 
-    /// @param loop outlives this.
-    ScenarioPlayer(sd_event* loop, Scenario scenario, Handlers handlers);
+    /// @param loop and publisher outlive this.
+    ScenarioPlayer(sd_event* loop, Scenario scenario, EventPublisher& publisher, Perform perform);
     ScenarioPlayer(const ScenarioPlayer&) = delete;
     ScenarioPlayer& operator=(const ScenarioPlayer&) = delete;
 
-    /// Takes the answer to a command. Commands count in the order in which their answers come here.
-    void play(const Event& answer);
+    /// Commands count in the order of these calls.
+    void publishAnswer(CommandName command, Event answer) override;
+    void publishRefusal(Event refusal) override;
+    void publishNews(Event news, std::weak_ptr<const void> subject) override;
 
 private:
     enum class State { Ready, AwaitsTime, AwaitsAnswers };
 
-    /// The steps for one answer, as far as they have got.
+    /// The steps for one answer, and how far they have got.
     struct Performance {
         ScenarioPlayer& player;
         Event answer;
@@ -42,7 +45,7 @@ private:
         EventSource timer = nullptr;
     };
 
-    const std::vector<Step>& stepsFor(const Event& answer);
+    const Rule* ruleFor(CommandName command, const Event& answer);
     void proceed();
     bool canProceed(const Performance& performance) const;
     void proceedWith(Performance& performance);
@@ -53,7 +56,8 @@ private:
 
     sd_event* m_loop;
     const Scenario m_scenario;
-    const Handlers m_handlers;
+    EventPublisher& m_publisher;
+    const Perform m_perform;
     std::vector<int> m_counts; ///< for each rule, the commands that it is about
     std::uint64_t m_answers = 0;
     std::list<Performance> m_performances;

@@ -11,7 +11,7 @@ namespace velmora::desktop {
 
 namespace {
 
-/// Without a core file: this crash is nobody's riddle.
+/// Without a core file: nobody has to find out why this crash happened.
 [[noreturn]] void crash() {
     prctl(PR_SET_DUMPABLE, 0);
     std::abort();

@@ -1,3 +1,4 @@
+// The actions of a scenario that concern the whole service.
 #ifndef ZUV_DESKTOP_SERVICE_SCENARIO_SERVICE_ACTION_H
 #define ZUV_DESKTOP_SERVICE_SCENARIO_SERVICE_ACTION_H
 
@@ -6,8 +7,8 @@
 
 namespace velmora::desktop {
 
-/// Does to this process, or to its region, what the scenario says.
-/// @throws std::system_error when the region cannot be made anew.
+/// Applies the action to this process or to the region.
+/// @throws std::system_error when the region cannot be recreated.
 void perform(ServiceAction action, EventRegion& region);
 
 } // namespace velmora::desktop

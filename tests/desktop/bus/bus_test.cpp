@@ -1,21 +1,12 @@
 #include "desktop/bus/bus_test.h"
 
-#include <cerrno>
 #include <cstdlib>
 
 namespace velmora::bus_test {
 
-// "unix:path=FOLDER/bus,guid=..."
-std::filesystem::path folderOf(const desktop::PrivateBus& bus) {
-    const std::string& address = bus.address();
+std::filesystem::path folderOf(const std::string& address) {
     const std::size_t begin = address.find('/');
     return std::filesystem::path(address.substr(begin, address.find(',') - begin)).parent_path();
-}
-
-int Participant::readPatiently(const std::string& topic, Event& value) {
-    int result = -ETIMEDOUT;
-    eventually([&] { return (result = access.read(topic, value)) != -ETIMEDOUT; });
-    return result;
 }
 
 void reportEndOfThisThread(const ThreadEnd& end) {

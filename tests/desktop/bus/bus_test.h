@@ -1,16 +1,18 @@
+// The fixture of the bus's tests: a bus for each test, and participants.
 #ifndef ZUV_TESTS_DESKTOP_BUS_BUS_TEST_H
 #define ZUV_TESTS_DESKTOP_BUS_BUS_TEST_H
 
 #include "bus/topic_message.h"
 #include "launcher/private_bus.h"
+#include "support/awaiting.h"
 #include "support/bus_peer.h"
+#include "support/participant.h"
 #include "support/processes.h"
-#include "support/recording_client.h"
-#include "zuv_model_access.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <filesystem>
 #include <memory>
 #include <set>
@@ -22,25 +24,19 @@ using desktop::kCommandTopic;
 using desktop::kEventTopic;
 using desktop::kKeeperName;
 using desktop::kServiceName;
-using platform_test::Event;
-using platform_test::RecordingClient;
 
 /// The folder in which a bus has its socket and its configuration.
-std::filesystem::path folderOf(const desktop::PrivateBus& bus);
+/// @param address the bus's, "unix:path=FOLDER/bus,guid=...".
+std::filesystem::path folderOf(const std::string& address);
 
-/// A connection together with the client that it delivers to.
-struct Participant {
-    RecordingClient client;
-    ZUVModelAccess access{&client};
-
-    /// Connects and starts delivery; whether both worked.
-    bool join() { return access.initialize() == 0 && access.start() == 0; }
-
-    /// Reads, and again when 100 ms did not suffice for it on a machine that has other things to do.
-    int readPatiently(const std::string& topic, Event& value);
+/// With the desktop's own result for a read that timed out: no other failure is tried again.
+struct Participant : velmora::Participant {
+    int readPatiently(const std::string& topic, Event& value) {
+        return velmora::Participant::readPatiently(topic, value, [](int result) { return result == -ETIMEDOUT; });
+    }
 };
 
-/// Becomes true when the thread that it was given to has ended.
+/// Becomes true when the thread that it was passed to has ended.
 using ThreadEnd = std::shared_ptr<std::atomic<bool>>;
 void reportEndOfThisThread(const ThreadEnd& end);
 
@@ -50,7 +46,7 @@ class BusTest : public ::testing::Test {
 protected:
     BusTest();
 
-    std::filesystem::path folder() const { return folderOf(m_bus); }
+    std::filesystem::path folder() const { return folderOf(m_bus.address()); }
 
     /// The processes that the bus runs, and those of them that it did not run at the time of `before`.
     std::set<pid_t> processes() const;

@@ -1,4 +1,4 @@
-// No bus, none any more, and one again: clear failures at once, and a process that lives on.
+// A missing bus, a lost bus, and a bus that returns: calls fail at once, and the process works on.
 #include "desktop/bus/bus_test.h"
 #include "launcher/pipe.h"
 #include "launcher/process.h"
@@ -31,7 +31,7 @@ sockaddr_un socketAddress(const std::filesystem::path& path) {
     return address;
 }
 
-// Twenty times over: were there anything to wait for, it would show, and a pause of a busy machine does not.
+// Twenty times: a wait in any of them would show, while a pause of a busy machine does not.
 void expectAllOperationsFailAtOnce(ZUVModelAccess& access) {
     const auto begin = Clock::now();
     for (int round = 0; round < 20; ++round) {
@@ -303,7 +303,7 @@ TEST_F(ReturningBus, LeavesAServiceAloneThatHadTimeToAnswerStill) {
 
     goAway(participant);
 
-    // A service that has not answered for 300 ms is rightly killed, whatever became of the bus. On a machine so
+    // A service that has not answered for 300 ms is rightly killed, also when the bus is lost. On a machine so
     // busy that they are gone by now, this cannot be told from a kill too early, and shows nothing.
     EXPECT_TRUE(isStopped(service) || Clock::now() - begin > std::chrono::milliseconds(300));
     EXPECT_TRUE(sendSignal(service, SIGKILL));
@@ -335,7 +335,7 @@ TEST_F(ReturningBus, LetsTheConnectionEndWhileItIsAway) {
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
 }
 
-/// Stands between participants and a bus, and can say to them what no bus says.
+/// A proxy between participants and a bus that can send what no bus sends.
 class Relay {
 public:
     explicit Relay(std::filesystem::path bus) : m_bus(std::move(bus)) {
@@ -413,9 +413,9 @@ TEST_F(LostBus, ThatBreaksTheRulesIsFoundAgainAndItsServiceStarted) {
     ASSERT_TRUE(participant.client.awaitEvents(before + 2));
 }
 
-class EndWithTheNews : public ReturningBus, public ::testing::WithParamInterface<int> {};
+class EndWithTheStateChange : public ReturningBus, public ::testing::WithParamInterface<int> {};
 
-TEST_P(EndWithTheNews, IsPossibleInsideTheCallback) {
+TEST_P(EndWithTheStateChange, IsPossibleInsideTheCallback) {
     const ThreadEnd threadEnd = std::make_shared<std::atomic<bool>>(false);
     RecordingClient client;
     auto access = std::make_unique<ZUVModelAccess>(&client);
@@ -435,7 +435,7 @@ TEST_P(EndWithTheNews, IsPossibleInsideTheCallback) {
     EXPECT_EQ(client.stateChanges(), GetParam());
 }
 
-INSTANTIATE_TEST_SUITE_P(Change, EndWithTheNews, ::testing::Values(1, 2),
+INSTANTIATE_TEST_SUITE_P(Change, EndWithTheStateChange, ::testing::Values(1, 2),
                          [](const auto& tested) { return tested.param == 1 ? "Lost" : "Restored"; });
 
 } // namespace

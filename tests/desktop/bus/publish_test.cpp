@@ -1,5 +1,5 @@
-// Publishing on the desktop's bus, beyond what every platform must do: its limits, and what becomes of a
-// sender, a daemon and a message that fail.
+// Publishing on the desktop's bus, beyond what every platform must do: its limits, and failures of senders, of
+// the daemon and of messages.
 #include "desktop/bus/bus_test.h"
 
 #include <csignal>

@@ -34,7 +34,7 @@ void expectToFailInTime(ZUVModelAccess& access) {
 TEST_F(Read, FindsNothingOnTopicsOfOthers) {
     Participant participant;
     ASSERT_TRUE(participant.join());
-    participant.access.publish("some.other.topic", {"news"});
+    participant.access.publish("some.other.topic", {"value"});
     Event value;
 
     EXPECT_LT(participant.readPatiently("some.other.topic", value), 0);

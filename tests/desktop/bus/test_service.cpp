@@ -1,4 +1,4 @@
-// A service that only tells of its start: it takes the service's name, publishes ("service", its process) as
+// A service that only announces its start: it takes the service's name, publishes ("service", its process) as
 // an event and ends when the bus goes away. It publishes ("pinged") before it answers a ping, and for the
 // command ("count") it publishes ("counted", how many other commands came before). When ZUV_TEST_SERVICE is
 // "hangs", it publishes ("hangs", its process) instead and stops itself before it takes the name.

@@ -1,5 +1,5 @@
-// zuv-desktop run: the command's status, its signals, its surroundings, and nothing left when it is over.
-#include "support/processes.h"
+// zuv-desktop run: the command's exit status, signals and environment, and that nothing is left afterwards.
+#include "desktop/bus/bus_test.h"
 
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
@@ -20,22 +20,20 @@ std::vector<std::string> shell(const std::string& script) {
     return {kLauncher, "run", "--", "sh", "-c", script};
 }
 
-// The folder of a bus whose address, "unix:path=FOLDER/bus,guid=...", is somewhere in `text`.
-fs::path folderOf(const std::string& text) {
-    const std::string address = text.substr(text.find("unix:path="));
-    const std::size_t begin = address.find('/');
-    return fs::path(address.substr(begin, address.find(',') - begin)).parent_path();
+// The folder of a bus whose address is somewhere in a line.
+fs::path folderIn(const std::string& line) {
+    return folderOf(line.substr(line.find("unix:path=")));
 }
 
-// A command that has the bus, the keeper and the service run, and what it told of them.
+// A command that uses the bus, the keeper and the service, and what it printed about them.
 struct RunningPlatform {
     RunningPlatform() {
-        folder = folderOf(launcher.readLine());
+        folder = folderIn(launcher.readLine());
         for (pid_t* process : {&daemon, &keeper, &service})
             *process = readProcess();
     }
 
-    // Any other line is a complaint.
+    // Any other line is an error message.
     pid_t readProcess() {
         const std::string line = launcher.readLine();
         EXPECT_TRUE(!line.empty() && line.find_first_not_of("0123456789") == std::string::npos) << line;
@@ -89,7 +87,7 @@ TEST(Launcher, ExplainsItself) {
 TEST(Launcher, GivesTheCommandABusOfItsOwn) {
     Launched launcher(shell("echo $DBUS_SESSION_BUS_ADDRESS; exec sleep 60"));
 
-    const fs::path folder = folderOf(launcher.readLine());
+    const fs::path folder = folderIn(launcher.readLine());
 
     EXPECT_TRUE(fs::is_socket(folder / "bus"));
     ASSERT_TRUE(sendSignal(launcher.process(), SIGTERM));
@@ -140,10 +138,10 @@ TEST(Launcher, EndsTheBusWhenTheCommandCannotBeStarted) {
     EXPECT_EQ(launcher.wait(), 127);
 
     EXPECT_TRUE(isGone(daemon));
-    EXPECT_FALSE(fs::exists(folderOf(line)));
+    EXPECT_FALSE(fs::exists(folderIn(line)));
 }
 
-// Not even then does the daemon stay, and without it the others go.
+// The daemon ends even then, and the others end with it.
 TEST(Launcher, KilledTakesTheDaemonAndTheOthersAlong) {
     ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
     RunningPlatform platform;

@@ -23,14 +23,14 @@ namespace fs = std::filesystem;
 TEST(PrivateBus, HasAFolderThatNobodyElseEnters) {
     const desktop::PrivateBus bus(ZUV_TEST_PROGRAMS_DIR);
 
-    EXPECT_EQ(fs::status(folderOf(bus)).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(fs::status(folderOf(bus.address())).permissions(), fs::perms::owner_all);
 }
 
 TEST(PrivateBus, HasASocketAndFilesThatNobodyElseOpens) {
     const desktop::PrivateBus bus(ZUV_TEST_PROGRAMS_DIR);
 
     int seen = 0;
-    for (const auto& entry : fs::directory_iterator(folderOf(bus))) {
+    for (const auto& entry : fs::directory_iterator(folderOf(bus.address()))) {
         if (entry.is_symlink())
             continue;
         ++seen;
@@ -53,7 +53,7 @@ TEST(PrivateBus, EndsWithEverythingItStarted) {
     ASSERT_TRUE(participant.join());
     ASSERT_EQ(participant.access.startService(), 0);
     ASSERT_TRUE(participant.client.awaitEvents(1));
-    const fs::path folder = folderOf(*bus);
+    const fs::path folder = folderOf(bus->address());
     const auto processes = processesOfGroup(bus->daemonProcess());
     ASSERT_GE(processes.size(), 3u) << "the daemon, the keeper and the service";
 
@@ -108,8 +108,8 @@ bool takesACommand() {
 
 enum class Answer { taken, refused };
 
-// What the bus of DBUS_SESSION_BUS_ADDRESS says to a process that has called `become`; in a process of its
-// own, for there is no way back.
+// How the bus of DBUS_SESSION_BUS_ADDRESS answers a process that has called `become`; in a process of its own, since
+// that cannot be undone.
 std::optional<Answer> answerTo(void (*become)()) {
     constexpr int kTaken = 10;
     constexpr int kRefused = 11;
@@ -158,8 +158,8 @@ bool findsPrivateShm(const std::string& name, void (*enter)()) {
     return fs::is_empty("/dev/shm") && shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600) >= 0;
 }
 
-// Whether `enter` gives a process an empty /dev/shm in which it can make `name`. In a process of its own:
-// there is no way back out of it.
+// Whether `enter` gives a process an empty /dev/shm in which it can create `name`; in a process of its own, since that
+// cannot be undone.
 bool hasPrivateShm(const std::string& name, void (*enter)()) {
     const pid_t child = fork();
     if (child == 0)

@@ -1,3 +1,4 @@
+/* A function of C that logs, for tests in C++. */
 #ifndef ZUV_TESTS_DESKTOP_LOG_LOG_FROM_C_H
 #define ZUV_TESTS_DESKTOP_LOG_LOG_FROM_C_H
 

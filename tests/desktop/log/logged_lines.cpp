@@ -1,5 +1,7 @@
 #include "desktop/log/logged_lines.h"
 
+#include "support/files.h"
+
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,15 +25,6 @@ namespace {
     _exit(0);
 }
 
-std::string readAll(int descriptor) {
-    std::string text;
-    std::array<char, 65536> buffer{};
-    ssize_t size = 0;
-    while ((size = read(descriptor, buffer.data(), buffer.size())) > 0)
-        text.append(buffer.data(), static_cast<std::size_t>(size));
-    return text;
-}
-
 } // namespace
 
 std::vector<std::string> loggedLines(const char* level, const std::function<void()>& log) {
@@ -44,7 +37,7 @@ std::vector<std::string> loggedLines(const char* level, const std::function<void
         logInto(ends[1], level, log);
     }
     close(ends[1]);
-    std::istringstream text(readAll(ends[0]));
+    std::istringstream text(readRest(ends[0]));
     close(ends[0]);
     int status = 0;
     if (waitpid(child, &status, 0) != child || status != 0)

@@ -1,3 +1,4 @@
+// What the desktop's log writes to stderr.
 #ifndef ZUV_TESTS_DESKTOP_LOG_LOGGED_LINES_H
 #define ZUV_TESTS_DESKTOP_LOG_LOGGED_LINES_H
 

@@ -26,10 +26,10 @@ private:
 
 std::unique_ptr<MediaPlayback> FakeEngine::open(const MediaLocation& location, double position, std::stop_token stop) {
     {
-        std::unique_lock lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_waiting = m_held;
-        m_changed.notify_all();
-        if (!m_changed.wait(lock, stop, [this] { return !m_held; }))
+        m_changed.notifyAll();
+        if (!m_changed.wait(m_mutex, stop, [this]() ZUV_REQUIRES(m_mutex) { return !m_held; }))
             throw CommandFailure(ResultCode::Internal, "Interrupted");
     }
     if (failing)
@@ -40,28 +40,28 @@ std::unique_ptr<MediaPlayback> FakeEngine::open(const MediaLocation& location, d
 }
 
 std::vector<std::string> FakeEngine::journal() {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_journal;
 }
 
 void FakeEngine::hold() {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_held = true;
 }
 
 void FakeEngine::awaitHeld() {
-    std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_waiting; });
+    const MutexLock lock(m_mutex);
+    m_changed.wait(m_mutex, [this]() ZUV_REQUIRES(m_mutex) { return m_waiting; });
 }
 
 void FakeEngine::release() {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_held = m_waiting = false;
-    m_changed.notify_all();
+    m_changed.notifyAll();
 }
 
 void FakeEngine::note(const std::string& entry) {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_journal.push_back(entry);
 }
 

@@ -49,6 +49,13 @@ TEST_F(MediaObjectTest, StartOpensTheMediumAndServesIt) {
     EXPECT_EQ(m_engine.journal(), std::vector<std::string>{"open film.webm at 0.000000"});
 }
 
+TEST_F(MediaObjectTest, SaysWhichCommandAnAnswerIsFor) {
+    for (const CommandName name : {CommandName::Seek, CommandName::Preload, CommandName::Start, CommandName::Stop}) {
+        answer(name, kMain, m_film, "1.000000");
+        EXPECT_EQ(m_events.answeredCommand(), name);
+    }
+}
+
 TEST_F(MediaObjectTest, StartIgnoresThePosition) {
     EXPECT_EQ(answer(CommandName::Start, kMain, m_film, "nonsense").code, ResultCode::Ok);
 }

@@ -85,6 +85,18 @@ TEST_F(MediaServiceTest, HandsCommandsToTheirObject) {
     EXPECT_EQ(started.objectId, object);
 }
 
+TEST_F(MediaServiceTest, SaysWhichCommandAnAnswerIsFor) {
+    const std::string object = create("ses-1");
+    EXPECT_EQ(m_events.answeredCommand(), CommandName::Create);
+    inspect();
+    EXPECT_EQ(m_events.answeredCommand(), CommandName::Inspect);
+    startFilm(object);
+    EXPECT_EQ(m_events.answeredCommand(), CommandName::Start);
+    m_service.onCommand(commandVector("seek", "ses-2", "obj-unknown"), ":1.1");
+    EXPECT_EQ(m_events.next().code, ResultCode::NotFound);
+    EXPECT_EQ(m_events.answeredCommand(), CommandName::Seek);
+}
+
 TEST_F(MediaServiceTest, AnswersForAnObjectThatItDoesNotKnow) {
     for (const auto& [command, answer] : {std::pair("start", "started"), std::pair("stop", "stopped"),
                                           std::pair("seek", "seeked"), std::pair("preload", "started")}) {
@@ -106,7 +118,7 @@ TEST_F(MediaServiceTest, RefusesWhatIsNoCommandOnTheBusOnly) {
     m_service.onCommand(commandVector("create", "ses-3", std::string(100'000, 'o')), ":1.1");
     EXPECT_EQ(inspect(), "objects=0");
     EXPECT_TRUE(m_events.empty());
-    const std::vector<Event> refusals = m_events.onBusOnly();
+    const std::vector<Event> refusals = m_events.refusals();
     ASSERT_EQ(refusals.size(), 4U);
     EXPECT_EQ(toValues(refusals[0]), refusalValues("", "", "", "A command has 11 entries, not 0"));
     EXPECT_EQ(toValues(refusals[1]), refusalValues("ses-1", "", "main_video", "A command has 11 entries, not 3"));

@@ -12,47 +12,54 @@ constexpr std::chrono::seconds kPatience{20};
 
 } // namespace
 
-void RecordingSink::publish(Event event) {
-    const std::lock_guard lock(m_mutex);
-    m_events.push_back(std::move(event));
-    m_changed.notify_all();
+void RecordingSink::publishAnswer(CommandName command, Event answer) {
+    const MutexLock lock(m_mutex);
+    m_answers.push_back({command, std::move(answer)});
+    m_changed.notifyAll();
 }
 
-void RecordingSink::publishOnBusOnly(Event event) {
-    const std::lock_guard lock(m_mutex);
-    m_onBusOnly.push_back(std::move(event));
+void RecordingSink::publishRefusal(Event refusal) {
+    const MutexLock lock(m_mutex);
+    m_refusals.push_back(std::move(refusal));
 }
 
-void RecordingSink::publishLater(Event event, std::weak_ptr<const void> subject) {
-    const std::lock_guard lock(m_mutex);
-    m_news.push_back({std::move(event), std::move(subject)});
-    m_changed.notify_all();
+void RecordingSink::publishNews(Event news, std::weak_ptr<const void> subject) {
+    const MutexLock lock(m_mutex);
+    m_news.push_back({std::move(news), std::move(subject)});
+    m_changed.notifyAll();
 }
 
 Event RecordingSink::next() {
-    std::unique_lock lock(m_mutex);
-    if (!m_changed.wait_for(lock, kPatience, [this] { return !m_events.empty(); })) {
-        ADD_FAILURE() << "no event came";
+    const MutexLock lock(m_mutex);
+    if (!m_changed.waitFor(m_mutex, kPatience, [this]() ZUV_REQUIRES(m_mutex) { return !m_answers.empty(); })) {
+        ADD_FAILURE() << "no answer came";
         return {};
     }
-    Event event = std::move(m_events.front());
-    m_events.pop_front();
-    return event;
+    Answer answer = std::move(m_answers.front());
+    m_answers.pop_front();
+    m_answered = answer.command;
+    return answer.event;
 }
 
-std::vector<Event> RecordingSink::onBusOnly() {
-    const std::lock_guard lock(m_mutex);
-    return m_onBusOnly;
+CommandName RecordingSink::answeredCommand() {
+    const MutexLock lock(m_mutex);
+    return m_answered.value();
+}
+
+std::vector<Event> RecordingSink::refusals() {
+    const MutexLock lock(m_mutex);
+    return m_refusals;
 }
 
 bool RecordingSink::empty() {
-    const std::lock_guard lock(m_mutex);
-    return m_events.empty();
+    const MutexLock lock(m_mutex);
+    return m_answers.empty();
 }
 
 std::vector<RecordingSink::News> RecordingSink::news(std::size_t count) {
-    std::unique_lock lock(m_mutex);
-    if (!m_changed.wait_for(lock, kPatience, [&] { return m_news.size() >= count; }))
+    const MutexLock lock(m_mutex);
+    if (!m_changed.waitFor(m_mutex, kPatience,
+                           [this, count]() ZUV_REQUIRES(m_mutex) { return m_news.size() >= count; }))
         ADD_FAILURE() << "no news came";
     return m_news;
 }

@@ -1,11 +1,11 @@
+// An EventSink for tests.
 #ifndef ZUV_TESTS_DESKTOP_SERVICE_RECORDING_SINK_H
 #define ZUV_TESTS_DESKTOP_SERVICE_RECORDING_SINK_H
 
+#include "base/mutex.h"
 #include "service/event_sink.h"
 
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -19,28 +19,36 @@ public:
         std::weak_ptr<const void> subject;
     };
 
-    void publish(Event event) override;
-    void publishOnBusOnly(Event event) override;
-    void publishLater(Event event, std::weak_ptr<const void> subject) override;
+    void publishAnswer(CommandName command, Event answer) override ZUV_EXCLUDES(m_mutex);
+    void publishRefusal(Event refusal) override ZUV_EXCLUDES(m_mutex);
+    void publishNews(Event news, std::weak_ptr<const void> subject) override ZUV_EXCLUDES(m_mutex);
 
-    /// The next event that was published, in their order; waits for it. A failed test when it does not come.
-    Event next();
+    /// Waits for the next answer, in the order of publishing. The test fails when none comes.
+    Event next() ZUV_EXCLUDES(m_mutex);
 
-    /// The events that were published on the bus only.
-    std::vector<Event> onBusOnly();
+    /// The command that next() returned the last answer to.
+    CommandName answeredCommand() ZUV_EXCLUDES(m_mutex);
 
-    /// Whether events wait for next().
-    bool empty();
+    std::vector<Event> refusals() ZUV_EXCLUDES(m_mutex);
 
-    /// All that was to be published later. What belongs to an answer is here soon after it.
-    std::vector<News> news(std::size_t count);
+    /// Whether there is no answer for next().
+    bool empty() ZUV_EXCLUDES(m_mutex);
+
+    /// Waits until there is so much news, which can come a little later than its answer, and returns all of it.
+    std::vector<News> news(std::size_t count) ZUV_EXCLUDES(m_mutex);
 
 private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::deque<Event> m_events;
-    std::vector<Event> m_onBusOnly;
-    std::vector<News> m_news;
+    struct Answer {
+        CommandName command;
+        Event event;
+    };
+
+    Mutex m_mutex;
+    ConditionVariable m_changed;
+    std::deque<Answer> m_answers ZUV_GUARDED_BY(m_mutex);
+    std::optional<CommandName> m_answered ZUV_GUARDED_BY(m_mutex);
+    std::vector<Event> m_refusals ZUV_GUARDED_BY(m_mutex);
+    std::vector<News> m_news ZUV_GUARDED_BY(m_mutex);
 };
 
 } // namespace velmora::desktop

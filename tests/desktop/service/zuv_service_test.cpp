@@ -267,7 +267,7 @@ TEST_F(ZuvServiceTest, AnnouncesAndServesTheOtherQualities) {
 }
 
 TEST_F(ZuvServiceTest, PassesAnHttpMediumOn) {
-    MediaServer source; // of the test's own
+    MediaServer source;
     const ServedMedium film(source, {"", clip("clip.webm")});
     const std::string object = m_client.createObject();
     const ReceivedEvent started = m_client.request("start", object, kMain, film.url());
@@ -312,7 +312,7 @@ TEST_F(ServiceEndTest, HasDroppedForeignMessagesWithALine) {
     testing::internal::CaptureStderr();
     OwnService service;
     m_client.awaitService();
-    bus_test::BusPeer peer;
+    BusPeer peer;
 
     EXPECT_GE(peer.sendForeignToAll(kCommandTopic), 0);
     EXPECT_GE(peer.publishTooLong(kCommandTopic), 0);

@@ -1,26 +1,13 @@
-// Programs that others wrote, as judges of what the server answers: about a file, and about the same file that another
-// server has.
+// Independent programs as readers: of a file, and of the same file from an upstream server.
 #include "desktop/service/http/served_film.h"
 #include "support/processes.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
-#include <utility>
 
 namespace velmora::desktop {
 namespace {
-
-struct Outcome {
-    int status;
-    std::string output;
-};
-
-Outcome run(const std::string& command) {
-    bus_test::Launched program({"sh", "-c", "exec 2>&1 && " + command});
-    std::string output = program.readRest();
-    return {program.wait(), std::move(output)};
-}
 
 enum class Way { File, Http };
 
@@ -41,13 +28,13 @@ protected:
 };
 
 #define SKIP_WITHOUT(program)                                                                                          \
-    if (run("command -v " program).status != 0)                                                                        \
+    if (runInShell("command -v " program).status != 0)                                                                 \
     GTEST_SKIP() << "the program " program " is missing"
 
 TEST_P(ConsumerTest, CurlFetchesAndGoesOn) {
     SKIP_WITHOUT("curl");
     addFile(m_folder, "film", m_bytes.substr(0, 5000));
-    const Outcome curl = run(m_in + "curl -qsSf --noproxy '*' -C - -o film " + m_medium.url());
+    const ProgramResult curl = runInShell(m_in + "curl -qsSf --noproxy '*' -C - -o film " + m_medium.url());
     EXPECT_EQ(curl.status, 0) << curl.output;
     EXPECT_TRUE(fileBytes(m_folder.path() / "film") == m_bytes);
 }
@@ -55,15 +42,16 @@ TEST_P(ConsumerTest, CurlFetchesAndGoesOn) {
 TEST_P(ConsumerTest, CurlFetchesOnlyWhatIsNew) {
     SKIP_WITHOUT("curl");
     const std::string curl = m_in + "curl -qsSf --noproxy '*' --etag-save tag --etag-compare tag -w '%{http_code}' ";
-    EXPECT_EQ(run(curl + "-o film " + m_medium.url()).output, "200");
+    EXPECT_EQ(runInShell(curl + "-o film " + m_medium.url()).output, "200");
     EXPECT_TRUE(fileBytes(m_folder.path() / "film") == m_bytes);
-    EXPECT_EQ(run(curl + "-o again " + m_medium.url()).output, "304");
+    EXPECT_EQ(runInShell(curl + "-o again " + m_medium.url()).output, "304");
 }
 
 TEST_P(ConsumerTest, WgetGoesOn) {
     SKIP_WITHOUT("wget");
     addFile(m_folder, "film", m_bytes.substr(0, 5000));
-    const Outcome wget = run(m_in + "wget --no-config --no-proxy -q --tries=1 --continue -O film " + m_medium.url());
+    const ProgramResult wget =
+        runInShell(m_in + "wget --no-config --no-proxy -q --tries=1 --continue -O film " + m_medium.url());
     EXPECT_EQ(wget.status, 0) << wget.output;
     EXPECT_TRUE(fileBytes(m_folder.path() / "film") == m_bytes);
 }
@@ -72,23 +60,23 @@ TEST_P(ConsumerTest, FfprobeFindsTheFilm) {
     SKIP_WITHOUT("ffprobe");
     const std::string ffprobe =
         "no_proxy=127.0.0.1 ffprobe -v error -show_entries stream=codec_name,height -of csv=p=0 ";
-    const Outcome seen = run(ffprobe + m_medium.url());
+    const ProgramResult seen = runInShell(ffprobe + m_medium.url());
     EXPECT_EQ(seen.status, 0) << seen.output;
-    EXPECT_EQ(seen.output, run(ffprobe + m_film.string()).output);
+    EXPECT_EQ(seen.output, runInShell(ffprobe + m_film.string()).output);
 }
 
 TEST_P(ConsumerTest, FfmpegSeeks) {
     SKIP_WITHOUT("ffmpeg");
-    const Outcome seen =
-        run("no_proxy=127.0.0.1 ffmpeg -nostdin -v error -ss 1 -i " + m_medium.url() + " -frames:v 3 -f framemd5 -");
+    const ProgramResult seen = runInShell("no_proxy=127.0.0.1 ffmpeg -nostdin -v error -ss 1 -i " + m_medium.url() +
+                                          " -frames:v 3 -f framemd5 -");
     EXPECT_EQ(seen.status, 0) << seen.output;
     EXPECT_EQ(seen.output,
-              run("ffmpeg -nostdin -v error -ss 1 -i " + m_film.string() + " -frames:v 3 -f framemd5 -").output);
+              runInShell("ffmpeg -nostdin -v error -ss 1 -i " + m_film.string() + " -frames:v 3 -f framemd5 -").output);
 }
 
 TEST_P(ConsumerTest, GstreamerDiscoversAFilmThatCanBeSought) {
     SKIP_WITHOUT("gst-discoverer-1.0");
-    const Outcome seen = run("no_proxy=127.0.0.1 gst-discoverer-1.0 " + m_medium.url());
+    const ProgramResult seen = runInShell("no_proxy=127.0.0.1 gst-discoverer-1.0 " + m_medium.url());
     EXPECT_EQ(seen.status, 0) << seen.output;
     EXPECT_NE(seen.output.find("Seekable: yes"), std::string::npos) << seen.output;
     EXPECT_NE(seen.output.find("video"), std::string::npos) << seen.output;

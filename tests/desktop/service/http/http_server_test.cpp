@@ -1,7 +1,8 @@
-// How the server treats connections and requests, whatever they are about.
+// How the server handles connections and requests in general, whatever the medium.
 #include "desktop/service/http/served_film.h"
 #include "desktop/service/http/tcp_connection.h"
 #include "support/http_client.h"
+#include "support/processes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,7 +11,6 @@
 #include <sys/resource.h>
 
 #include <filesystem>
-#include <iterator>
 #include <list>
 #include <optional>
 #include <sstream>
@@ -286,10 +286,6 @@ TEST_F(HttpServerTest, ServesBesideConnectionsThatSendTheirRequestsSlowly) {
     EXPECT_TRUE(fetch(m_medium.url()).body == m_bytes);
 }
 
-std::size_t threads() {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
-}
-
 TEST_F(HttpServerTest, ServesBesideAThousandReadersThatPause) {
     rlimit files{};
     getrlimit(RLIMIT_NOFILE, &files);
@@ -297,16 +293,16 @@ TEST_F(HttpServerTest, ServesBesideAThousandReadersThatPause) {
         GTEST_SKIP() << "needs 4000 open files";
     files.rlim_cur = files.rlim_max;
     setrlimit(RLIMIT_NOFILE, &files);
-    MediaServer server; // which may open as many
+    MediaServer server; // its limit of connections depends on the limit of files
     const ServedMedium big(server, {"", addFile(m_folder, "big.webm", manyBytes(2'000'000))});
     const ServedMedium next(server, {"", m_film});
-    const std::size_t before = threads();
+    const std::size_t before = threadCount();
     std::list<TcpConnection> paused;
     for (int i = 0; i < 1000; ++i)
         paused.emplace_back(big.url(), 4096).write(getRequest(big.url()));
     for (TcpConnection& reader : paused)
         ASSERT_TRUE(reader.readHeader().starts_with("HTTP/1.1 200"));
-    EXPECT_EQ(threads(), before);
+    EXPECT_EQ(threadCount(), before);
     EXPECT_TRUE(fetch(next.url()).body == m_bytes);
     EXPECT_TRUE(paused.back().read(2'000'000) == manyBytes(2'000'000));
 }
@@ -318,7 +314,7 @@ TEST_F(HttpServerTest, LetsFurtherConnectionsWaitForAnEnd) {
     const ServedMedium medium(server, {"", m_film});
     const TcpConnection first(medium.url());
     const TcpConnection second(medium.url());
-    EXPECT_EQ(fetch(medium.url()).status, 200); // as soon as they are closed for saying nothing
+    EXPECT_EQ(fetch(medium.url()).status, 200); // as soon as they are closed because no request came
 }
 
 TEST(HttpServer, EndsWhileReadersPauseAndConnectionsAreIdle) {

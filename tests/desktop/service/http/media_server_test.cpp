@@ -1,4 +1,4 @@
-// What the server answers about files, and for how long.
+// Responses from files, and how long media are served.
 #include "desktop/service/http/served_film.h"
 #include "desktop/service/http/tcp_connection.h"
 #include "support/http_client.h"
@@ -14,7 +14,7 @@ namespace {
 
 class MediaServerTest : public ServedFilm {
 protected:
-    /// A file that the kernel does not hold in the buffers of one connection.
+    /// A file that is larger than the kernel's buffers of a connection.
     std::filesystem::path addBigFile() {
         const std::filesystem::path big = addFile(m_folder, "big.webm");
         std::filesystem::resize_file(big, 1U << 30);

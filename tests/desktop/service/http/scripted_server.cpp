@@ -27,7 +27,7 @@ ScriptedServer::~ScriptedServer() {
     shutdown(m_socket.get(), SHUT_RDWR);
     m_listener.join();
     {
-        const std::lock_guard lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_ending = true;
         for (const int socket : m_open)
             shutdown(socket, SHUT_RDWR);
@@ -40,14 +40,16 @@ std::string ScriptedServer::url(const std::string& target) const {
 }
 
 std::vector<std::string> ScriptedServer::requests() {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_requests;
 }
 
 void ScriptedServer::listen() {
     for (int socket = 0; (socket = accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
-        const std::lock_guard lock(m_mutex);
-        m_open.push_back(socket);
+        {
+            const MutexLock lock(m_mutex);
+            m_open.push_back(socket);
+        }
         m_connections.emplace_back([this, socket] { serve(socket); });
     }
 }
@@ -57,14 +59,14 @@ void ScriptedServer::serve(int socket) {
     for (bool goesOn = true; goesOn;) {
         const std::string header = connection.readHeader();
         {
-            const std::lock_guard lock(m_mutex);
+            const MutexLock lock(m_mutex);
             if (m_ending || header.empty())
                 break;
             m_requests.push_back(header);
         }
         goesOn = m_script(header, connection);
     }
-    const std::lock_guard lock(m_mutex); // before the connection's end, for its number may be another's then
+    const MutexLock lock(m_mutex); // before the socket is closed, because its number can be reused then
     m_open.remove(socket);
 }
 

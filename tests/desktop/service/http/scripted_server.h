@@ -1,13 +1,13 @@
-// A server of the test's own, well-behaved or not.
+// A server whose responses are scripted by the test: valid, malformed or incomplete.
 #ifndef ZUV_TESTS_DESKTOP_SERVICE_HTTP_SCRIPTED_SERVER_H
 #define ZUV_TESTS_DESKTOP_SERVICE_HTTP_SCRIPTED_SERVER_H
 
 #include "base/file_descriptor.h"
+#include "base/mutex.h"
 #include "desktop/service/http/tcp_connection.h"
 
 #include <functional>
 #include <list>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,9 +16,9 @@ namespace velmora::desktop {
 
 class ScriptedServer {
 public:
-    /// Answers one request, on a thread of its connection.
-    /// @param header of the request, with its empty line.
-    /// @return whether the connection goes on.
+    /// Answers one request, on the thread of its connection.
+    /// @param header of the request, including the empty line.
+    /// @return whether the connection is kept.
     using Script = std::function<bool(const std::string& header, TcpConnection& connection)>;
 
     explicit ScriptedServer(Script script);
@@ -29,7 +29,7 @@ public:
 
     std::string url(const std::string& target = "/film.webm") const;
 
-    /// The headers of the requests until now.
+    /// The headers of the requests so far.
     std::vector<std::string> requests();
 
 private:
@@ -39,18 +39,18 @@ private:
     const Script m_script;
     FileDescriptor m_socket;
     unsigned m_port = 0;
-    std::mutex m_mutex; ///< guards what follows, but m_listener
-    bool m_ending = false;
-    std::list<int> m_open;
-    std::vector<std::string> m_requests;
-    std::list<std::jthread> m_connections;
+    Mutex m_mutex;
+    bool m_ending ZUV_GUARDED_BY(m_mutex) = false;
+    std::list<int> m_open ZUV_GUARDED_BY(m_mutex); ///< sockets
+    std::vector<std::string> m_requests ZUV_GUARDED_BY(m_mutex);
+    std::list<std::jthread> m_connections; ///< used by the listener only, until it has ended
     std::jthread m_listener;
 };
 
-/// A server that answers every request with the same bytes.
+/// Answers every request with the same bytes, then closes the connection.
 ScriptedServer::Script always(std::string answer);
 
-/// One that has these bytes, whole and in ranges "a-b" and "a-".
+/// Serves these bytes, whole and in ranges "a-b" and "a-".
 ScriptedServer::Script serving(std::string bytes);
 
 } // namespace velmora::desktop

@@ -1,4 +1,4 @@
-// A server with a file, for the tests of what it answers.
+// The fixture of tests about responses: a server with a file.
 #ifndef ZUV_TESTS_DESKTOP_SERVICE_HTTP_SERVED_FILM_H
 #define ZUV_TESTS_DESKTOP_SERVICE_HTTP_SERVED_FILM_H
 
@@ -13,7 +13,7 @@
 
 namespace velmora::desktop {
 
-/// Bytes of which no part is like another.
+/// Bytes that differ in each part, so that a test notices wrong offsets.
 inline std::string manyBytes(std::size_t size = 200'000) {
     std::string bytes(size, '\0');
     for (std::uint32_t i = 0; i < size / sizeof i; ++i)
@@ -21,7 +21,7 @@ inline std::string manyBytes(std::size_t size = 200'000) {
     return bytes;
 }
 
-/// Limits that a test need not wait for.
+/// Time limits that a test can wait for.
 inline ServingLimits shortLimits() {
     ServingLimits limits;
     limits.request = limits.connect = limits.firstByte = std::chrono::milliseconds(200);

@@ -1,5 +1,7 @@
 #include "desktop/service/http/tcp_connection.h"
 
+#include "support/awaiting.h"
+
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -13,8 +15,6 @@
 namespace velmora::desktop {
 
 namespace {
-
-constexpr std::chrono::seconds kPatience(20);
 
 std::size_t pathIn(const std::string& url) {
     return url.find('/', std::string("http://").size());

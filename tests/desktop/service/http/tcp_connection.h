@@ -1,4 +1,4 @@
-// One end of a TCP connection, byte for byte: what an HTTP client of good manners would not do.
+// One end of a TCP connection with control over each byte, for what well-behaved HTTP programs do not do.
 #ifndef ZUV_TESTS_DESKTOP_SERVICE_HTTP_TCP_CONNECTION_H
 #define ZUV_TESTS_DESKTOP_SERVICE_HTTP_TCP_CONNECTION_H
 
@@ -15,7 +15,7 @@ public:
     explicit TcpConnection(FileDescriptor socket) : m_socket(std::move(socket)) {}
 
     /// Connects to the server of a local URL.
-    /// @param receiveBuffer what the kernel receives ahead of read(), in bytes; 0: as much as it likes.
+    /// @param receiveBuffer how many bytes the kernel may receive ahead of read(); 0 for its default.
     explicit TcpConnection(const std::string& url, int receiveBuffer = 0);
 
     int descriptor() const { return m_socket.get(); }
@@ -23,16 +23,17 @@ public:
     /// @return false when the other end is gone.
     bool write(const std::string& bytes) const;
 
-    /// Up to and with the empty line; what there was of it when the other end closes or twenty seconds pass.
+    /// Returns everything up to and including the next empty line; what has come of it if the other end closes or
+    /// nothing comes for kPatience.
     std::string readHeader();
 
-    /// As many bytes; fewer when the other end closes or twenty seconds pass.
+    /// Returns `size` bytes; fewer if the other end closes or nothing comes for kPatience.
     std::string read(std::size_t size);
 
-    /// Everything up to the end.
+    /// Returns everything until the other end closes, or nothing comes for kPatience.
     std::string readRest();
 
-    /// Whether the other end closes it in this time. What comes before that is dropped.
+    /// Whether the other end closes the connection within this time. Bytes that arrive before are dropped.
     bool isClosedWithin(std::chrono::milliseconds time);
 
 private:
@@ -40,10 +41,10 @@ private:
     std::string take(std::size_t size);
 
     FileDescriptor m_socket;
-    std::string m_received; ///< and not returned yet
+    std::string m_received; ///< not returned yet
 };
 
-/// A request for a local URL, with further header lines, each with its line end.
+/// A GET request for a local URL. @param lines further header lines, each with its line end.
 std::string getRequest(const std::string& url, const std::string& lines = "", const std::string& version = "HTTP/1.1");
 
 } // namespace velmora::desktop

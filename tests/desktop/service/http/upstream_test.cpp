@@ -1,7 +1,8 @@
-// What is passed on from the servers that have http and https media.
+// What is passed on from upstream servers, for http and https media.
 #include "desktop/service/http/scripted_server.h"
 #include "desktop/service/http/served_film.h"
 #include "desktop/service/http/tcp_connection.h"
+#include "support/awaiting.h"
 #include "support/http_client.h"
 #include "support/processes.h"
 
@@ -9,6 +10,8 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <list>
+#include <optional>
 #include <thread>
 
 namespace velmora::desktop {
@@ -18,7 +21,7 @@ using namespace std::chrono_literals;
 
 constexpr const char* kOk = "HTTP/1.1 200 OK\r\n";
 
-/// The answer to a request about a medium that another server has.
+/// The answer to a request for a medium of an upstream server.
 HttpAnswer answerFrom(MediaServer& server, const std::string& source, const HttpQuestion& question = {}) {
     const ServedMedium medium(server, {source, ""});
     return ask(medium.url(), question);
@@ -240,7 +243,7 @@ TEST_F(UpstreamTest, SendsNoMoreThanTheSourcePromised) {
     EXPECT_EQ(answerTo("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok and more").body, "ok");
 }
 
-/// Says "100 Continue" until it is cut off.
+/// Sends "100 Continue" until the connection is cut.
 ScriptedServer::Script continuing(std::chrono::milliseconds pause) {
     return [pause](const std::string&, TcpConnection& connection) {
         while (connection.write("HTTP/1.1 100 Continue\r\n\r\n"))
@@ -311,7 +314,7 @@ TEST_F(UpstreamTest, LetsGoOfTheSourceWhenTheReaderLeaves) {
         reader.write(getRequest(medium.url()));
         reader.readHeader();
     }
-    EXPECT_TRUE(bus_test::eventually([&ended] { return ended.load(); }));
+    EXPECT_TRUE(eventually([&ended] { return ended.load(); }));
 }
 
 TEST_F(UpstreamTest, EndsWhateverTheSourceDoes) {
@@ -337,7 +340,7 @@ TEST_F(UpstreamTest, EndsWhateverTheSourceDoes) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
 }
 
-/// `openssl s_server` with a certificate of its own, which serves the files of a folder.
+/// `openssl s_server` with a self-signed certificate, serving the files of a folder.
 class TlsServer {
 public:
     explicit TlsServer(const TemporaryFolder& folder) : m_folder(folder.path()) {
@@ -359,7 +362,7 @@ public:
     }
     ~TlsServer() {
         if (m_process)
-            static_cast<void>(bus_test::sendSignal(m_process->process(), SIGKILL));
+            static_cast<void>(sendSignal(m_process->process(), SIGKILL));
     }
 
     bool runs() const { return !m_port.empty(); }
@@ -368,7 +371,7 @@ public:
 
 private:
     const std::filesystem::path m_folder;
-    std::optional<bus_test::Launched> m_process;
+    std::optional<Launched> m_process;
     std::string m_port;
 };
 

@@ -13,7 +13,7 @@ Command command(CommandName name) {
 }
 
 /// The members "0" to "10" as a reader of the region finds them.
-std::vector<std::string> parsed(const std::string& json) {
+std::vector<std::string> parsedMembers(const std::string& json) {
     Json::Value root;
     EXPECT_TRUE(Json::Reader().parse(json, root)) << json;
     std::vector<std::string> values;
@@ -67,7 +67,7 @@ TEST(EventJson, ReadsBackByteForByteWhateverTheTextsHold) {
     values[2] = "control \x01\x1f\x7f\n\t";
     values[3] = "\xff\xfe not UTF-8 \xc3";
     values[8] = "\xc3\xa4\xe2\x82\xac\xf0\x9f\x8e\xac";
-    EXPECT_EQ(parsed(toJson(values)), values);
+    EXPECT_EQ(parsedMembers(toJson(values)), values);
 }
 
 TEST(EventJson, HoldsNoZeroByte) {

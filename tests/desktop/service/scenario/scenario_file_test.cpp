@@ -390,7 +390,7 @@ TEST(ScenarioOption, RefusesAnInvalidFileBeforeAnythingStarts) {
     MappedRegion::remove();
     const Output output = runProgram("zuv-service", "--scenario " + file);
     EXPECT_EQ(output.status, 1);
-    EXPECT_NE(output.text.find(file + ": $.rules: is no array\n"), std::string::npos) << output.text;
+    EXPECT_NE(output.text.find(file + ": $.rules: is not an array\n"), std::string::npos) << output.text;
     EXPECT_FALSE(MappedRegion::exists());
 }
 

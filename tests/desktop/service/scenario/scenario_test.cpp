@@ -40,7 +40,7 @@ TEST(Scenario, RuleIsAboutTheNthCommandOfANameAndKind) {
         parseScenario(withRule(R"({"command": "preload", "kind": "advertisement", "nth": 3, "steps": []})"));
     ASSERT_EQ(scenario.rules.size(), 1U);
     EXPECT_EQ(scenario.rules[0].command, CommandName::Preload);
-    EXPECT_EQ(scenario.rules[0].kind, "advertisement");
+    EXPECT_EQ(scenario.rules[0].kind, MediaKind::Advertisement);
     EXPECT_EQ(scenario.rules[0].nth, 3);
     EXPECT_TRUE(scenario.rules[0].steps.empty());
 }
@@ -159,76 +159,77 @@ INSTANTIATE_TEST_SUITE_P(
         Invalid{"More", "{}\n{}", "Line 2, Column 1: Extra non-whitespace after JSON value."},
         Invalid{"TwiceTheSame", R"({"rules": [], "rules": []})", "Line 1, Column 15: Duplicate key: 'rules'"},
         Invalid{"TooDeep", std::string(2000, '['), "$: Exceeded stackLimit in readValue()."},
-        Invalid{"Array", "[]", "$: is no object"},
+        Invalid{"Array", "[]", "$: is not an object"},
         Invalid{"NoDescription", R"({"rules": []})", "$: lacks the member \"description\""},
         Invalid{"NoRules", R"({"description": ""})", "$: lacks the member \"rules\""},
         Invalid{"OtherMember", R"({"description": "", "rules": [], "rule": 1})",
                 "$: has an unknown member \"rule\"; known are description, once, rules"},
-        Invalid{"DescriptionIsNumber", R"({"description": 1, "rules": []})", "$.description: is no text"},
+        Invalid{"DescriptionIsNumber", R"({"description": 1, "rules": []})", "$.description: is not a string"},
         Invalid{"OnceIsNumber", R"({"description": "", "once": 1, "rules": []})", "$.once: is neither true nor false"},
-        Invalid{"RulesAreObject", R"({"description": "", "rules": {}})", "$.rules: is no array"}),
+        Invalid{"RulesAreObject", R"({"description": "", "rules": {}})", "$.rules: is not an array"}),
     [](const auto& tested) { return tested.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(
     Rule, InvalidScenario,
     testing::Values(
-        Invalid{"IsText", withRule(R"("start")"), "$.rules[0]: is no object"},
-        Invalid{"SecondIsText", withRule(R"({"steps": []}, "start")"), "$.rules[1]: is no object"},
+        Invalid{"IsText", withRule(R"("start")"), "$.rules[0]: is not an object"},
+        Invalid{"SecondIsText", withRule(R"({"steps": []}, "start")"), "$.rules[1]: is not an object"},
         Invalid{"NoSteps", withRule("{}"), "$.rules[0]: lacks the member \"steps\""},
         Invalid{"OtherMember", withRule(R"({"steps": [], "first": true})"),
                 "$.rules[0]: has an unknown member \"first\"; known are command, kind, nth, steps"},
         Invalid{"UnknownCommand", withRule(R"({"steps": [], "command": "dance"})"),
-                "$.rules[0].command: is \"dance\", and none of create, start, stop, seek, preload, inspect"},
-        Invalid{"CommandIsNumber", withRule(R"({"steps": [], "command": 1})"), "$.rules[0].command: is no text"},
+                "$.rules[0].command: is \"dance\", not one of create, start, stop, seek, preload, inspect"},
+        Invalid{"CommandIsNumber", withRule(R"({"steps": [], "command": 1})"), "$.rules[0].command: is not a string"},
         Invalid{"UnknownKind", withRule(R"({"steps": [], "kind": "subtitles"})"),
-                "$.rules[0].kind: is \"subtitles\", and none of main_video, advertisement"},
+                "$.rules[0].kind: is \"subtitles\", not one of main_video, advertisement"},
         Invalid{"CreateOfAKind", withRule(R"({"steps": [], "command": "create", "kind": "main_video"})"),
-                "$.rules[0].kind: is of no such command"},
+                "$.rules[0].kind: does not apply to this command"},
         Invalid{"InspectOfAKind", withRule(R"({"steps": [], "command": "inspect", "kind": "main_video"})"),
-                "$.rules[0].kind: is of no such command"},
+                "$.rules[0].kind: does not apply to this command"},
         Invalid{"SeekInAnAdvertisement", withRule(R"({"steps": [], "command": "seek", "kind": "advertisement"})"),
-                "$.rules[0].kind: is of no such command"},
+                "$.rules[0].kind: does not apply to this command"},
         Invalid{"NoFirst", withRule(R"({"steps": [], "nth": 0})"),
-                "$.rules[0].nth: is no whole number from 1 to 1000000"},
+                "$.rules[0].nth: is not a whole number from 1 to 1000000"},
         Invalid{"NthIsFraction", withRule(R"({"steps": [], "nth": 1.5})"),
-                "$.rules[0].nth: is no whole number from 1 to 1000000"},
+                "$.rules[0].nth: is not a whole number from 1 to 1000000"},
         Invalid{"NthIsText", withRule(R"({"steps": [], "nth": "1"})"),
-                "$.rules[0].nth: is no whole number from 1 to 1000000"},
-        Invalid{"StepsAreText", withRule(R"({"steps": "answer"})"), "$.rules[0].steps: is no array"}),
+                "$.rules[0].nth: is not a whole number from 1 to 1000000"},
+        Invalid{"StepsAreText", withRule(R"({"steps": "answer"})"), "$.rules[0].steps: is not an array"}),
     [](const auto& tested) { return tested.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(
     Step, InvalidScenario,
     testing::Values(
-        Invalid{"IsText", withStep(R"("answer")"), "$.rules[0].steps[0]: is no object"},
+        Invalid{"IsText", withStep(R"("answer")"), "$.rules[0].steps[0]: is not an object"},
         Invalid{"DoesNothing", withStep("{}"), "$.rules[0].steps[0]: lacks the member \"do\""},
         Invalid{"DoesAnotherThing", withStep(R"({"do": "sleep"})"),
-                "$.rules[0].steps[0].do: is \"sleep\", and none of answer, event, wait, freeze, exit, abort, "
+                "$.rules[0].steps[0].do: is \"sleep\", not one of answer, event, wait, freeze, exit, abort, "
                 "remove_memory, recreate_memory"},
         Invalid{"AnswerWithAName", withStep(R"({"do": "answer", "name": "started"})"),
                 "$.rules[0].steps[0]: has an unknown member \"name\"; known are do, code, session, object, "
                 "local_url, definitions, detail, kind, entries, times, channels, memory"},
         Invalid{"EventWithoutName", withStep(R"({"do": "event"})"), "$.rules[0].steps[0]: lacks the member \"name\""},
-        Invalid{"CodeIsNumber", withStep(R"({"do": "answer", "code": 500})"), "$.rules[0].steps[0].code: is no text"},
+        Invalid{"CodeIsNumber", withStep(R"({"do": "answer", "code": 500})"),
+                "$.rules[0].steps[0].code: is not a string"},
         Invalid{"AllEntries", withStep(R"({"do": "answer", "entries": 11})"),
-                "$.rules[0].steps[0].entries: is no whole number from 0 to 10"},
+                "$.rules[0].steps[0].entries: is not a whole number from 0 to 10"},
         Invalid{"NoTimes", withStep(R"({"do": "answer", "times": 0})"),
-                "$.rules[0].steps[0].times: is no whole number from 1 to 100000"},
+                "$.rules[0].steps[0].times: is not a whole number from 1 to 100000"},
         Invalid{"OtherChannel", withStep(R"({"do": "answer", "channels": "post"})"),
-                "$.rules[0].steps[0].channels: is \"post\", and none of both, bus, memory"},
+                "$.rules[0].steps[0].channels: is \"post\", not one of both, bus, memory"},
         Invalid{"OtherForm", withStep(R"({"do": "answer", "memory": "xml"})"),
-                "$.rules[0].steps[0].memory: is \"xml\", and none of whole, not_json, torn, oversize, "
+                "$.rules[0].steps[0].memory: is \"xml\", not one of whole, not_json, torn, oversize, "
                 "root_array, nested_member, deep_nesting, no_zero_byte"},
         Invalid{"FormOnTheBusOnly", withStep(R"({"do": "answer", "channels": "bus", "memory": "torn"})"),
-                "$.rules[0].steps[0].memory: goes with no event that is on the bus only"},
+                "$.rules[0].steps[0].memory: cannot be combined with \"channels\": \"bus\""},
         Invalid{"WaitsForNothing", withStep(R"({"do": "wait"})"),
                 "$.rules[0].steps[0]: waits for either \"milliseconds\" or \"answers\""},
         Invalid{"WaitsForBoth", withStep(R"({"do": "wait", "milliseconds": 1, "answers": 1})"),
                 "$.rules[0].steps[0]: waits for either \"milliseconds\" or \"answers\""},
         Invalid{"WaitsNoTime", withStep(R"({"do": "wait", "milliseconds": 0})"),
-                "$.rules[0].steps[0].milliseconds: is no whole number from 1 to 3600000"},
+                "$.rules[0].steps[0].milliseconds: is not a whole number from 1 to 3600000"},
         Invalid{"WaitsForNoAnswers", withStep(R"({"do": "wait", "answers": -1})"),
-                "$.rules[0].steps[0].answers: is no whole number from 1 to 1000000"},
+                "$.rules[0].steps[0].answers: is not a whole number from 1 to 1000000"},
         Invalid{"FreezesForAWhile", withStep(R"({"do": "freeze", "milliseconds": 5})"),
                 "$.rules[0].steps[0]: has an unknown member \"milliseconds\"; known are do"},
         Invalid{"ActsBehindTheEnd", withStep(R"({"do": "exit"}, {"do": "answer"})"),
@@ -255,7 +256,7 @@ TEST(ScenarioFile, IsLoaded) {
 TEST(ScenarioFile, IsNamedInItsErrors) {
     const TemporaryFolder folder;
     const auto file = addFile(folder, "mine.json", R"({"description": 1, "rules": []})");
-    EXPECT_EQ(errorOf(file), file.string() + ": $.description: is no text");
+    EXPECT_EQ(errorOf(file), file.string() + ": $.description: is not a string");
 }
 
 TEST(ScenarioFile, IsThereAndCanBeRead) {

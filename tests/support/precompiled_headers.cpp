@@ -1,0 +1,1 @@
+// Empty: the target exists for its precompiled headers, which the tests use.
