@@ -10,14 +10,14 @@ namespace velmora::desktop {
 
 class BodySource {
 public:
-    static constexpr ssize_t kNothingYet = 0; ///< Exchange::resume() is called when there is something
+    static constexpr ssize_t kNothingYet = 0; ///< Exchange::resume() is called when more has arrived
     static constexpr ssize_t kEnd = -1;
-    static constexpr ssize_t kFailed = -2; ///< the reader sees a body that is cut short, never a wrong one
+    static constexpr ssize_t kFailed = -2; ///< the response is cut short, so that the reader notices
 
     virtual ~BodySource() = default;
 
-    /// The bytes that follow. Never blocks for a network. On the server's thread.
-    /// @return how many, at most `size`, or one of the constants.
+    /// Copies the next bytes of the body. Does not wait for the network. Called on the server's thread.
+    /// @return the number of bytes, at most `size`, or one of the constants.
     virtual ssize_t read(char* bytes, std::size_t size) = 0;
 };
 

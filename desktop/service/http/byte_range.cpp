@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint64_t kMaximum = std::numeric_limits<std::uint64_t>::max();
 
-/// "first-last", either of which may be left out, but not both.
+/// "first-last"; one of them can be missing, but not both.
 struct RangeText {
     std::optional<std::uint64_t> first;
     std::optional<std::uint64_t> last;
@@ -28,7 +28,7 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
-/// A number that is too large for any file stands for the largest there is.
+/// A number that is too large becomes the maximum: no file is that long.
 std::optional<std::uint64_t> number(std::string_view digits) {
     std::uint64_t value = 0;
     const char* const end = digits.data() + digits.size();
@@ -49,7 +49,7 @@ std::optional<RangeText> parseRange(std::string_view text) {
     return wrongFirst || wrongLast || backwards ? std::nullopt : std::optional(range);
 }
 
-/// @return none when one of them is malformed.
+/// @return no value if a range is malformed.
 std::optional<std::vector<RangeText>> parseList(std::string_view list) {
     std::vector<RangeText> ranges;
     for (bool more = true; more;) {
@@ -67,7 +67,7 @@ std::optional<std::vector<RangeText>> parseList(std::string_view list) {
     return ranges;
 }
 
-/// @return length 0 when there is no such byte.
+/// @return length 0 if the range contains no byte.
 ByteRange cut(const RangeText& range, std::uint64_t size) {
     if (!range.first) {
         const std::uint64_t length = std::min(*range.last, size);

@@ -7,25 +7,25 @@
 
 namespace velmora::desktop {
 
-/// A run of bytes.
+/// Consecutive bytes of a file.
 struct ByteRange {
     std::uint64_t first;
     std::uint64_t length;
 };
 
-/// What a Range field asks of something of a known size.
+/// The bytes that a Range field requests.
 struct RequestedBytes {
     enum class Kind {
-        Whole, ///< all of it: no field, a unit other than bytes, or several ranges
+        Whole, ///< no field, a unit other than bytes, or several ranges
         Part,
-        Impossible, ///< a range that has no byte of it, or that is malformed
+        Impossible, ///< a range that contains no byte of the file, or is malformed
     };
     Kind kind;
-    ByteRange bytes; ///< cut at the end; empty when impossible
+    ByteRange bytes; ///< within the file; empty if impossible
 };
 
-/// @param field the value of Range, as "bytes=0-499", "bytes=500-" or "bytes=-500"; empty for none.
-/// @param size in bytes.
+/// @param field the value of Range, such as "bytes=0-499", "bytes=500-" or "bytes=-500"; empty without the field.
+/// @param size of the file, in bytes.
 RequestedBytes requestedBytes(const std::string& field, std::uint64_t size);
 
 } // namespace velmora::desktop

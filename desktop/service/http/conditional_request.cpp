@@ -10,7 +10,7 @@ namespace velmora::desktop {
 
 namespace {
 
-/// None when it is no date: such a condition is ignored.
+/// No value if the text is not a date: such a condition is ignored.
 std::optional<std::time_t> parseDate(const std::string& text) {
     const std::time_t time = curl_getdate(text.c_str(), nullptr);
     return time < 0 ? std::nullopt : std::optional(time);
@@ -18,7 +18,7 @@ std::optional<std::time_t> parseDate(const std::string& text) {
 
 enum class Comparison { Strong, Weak };
 
-/// Whether a list of entity tags has this one. A comma inside of a tag's quotes is part of the tag.
+/// Whether a list of entity tags contains this one. A comma within the quotes is part of a tag.
 bool contains(std::string_view list, const std::string& etag, Comparison comparison) {
     while (!list.empty()) {
         const bool weak = list.starts_with("W/\"");
@@ -48,7 +48,7 @@ bool unchangedSince(const std::string& field, std::time_t modified) {
 
 } // namespace
 
-// The order of evaluation is RFC 9110's, 13.2.2: a condition on the tag makes the one on the date void.
+// The order is that of RFC 9110, 13.2.2: a condition on the date is ignored if there is one on the tag.
 int evaluateConditions(const HttpRequest& request, const Validators& current) {
     const std::string ifMatch = request.field("If-Match");
     const std::string ifUnmodified = request.field("If-Unmodified-Since");

@@ -1,4 +1,4 @@
-// Requests that ask for something only if it has changed, or has not.
+// Conditional requests: for a medium only if it has changed, or only if it has not.
 #ifndef ZUV_DESKTOP_SERVICE_HTTP_CONDITIONAL_REQUEST_H
 #define ZUV_DESKTOP_SERVICE_HTTP_CONDITIONAL_REQUEST_H
 
@@ -9,20 +9,22 @@
 
 namespace velmora::desktop {
 
-/// What tells one state of a medium from another.
+/// What distinguishes one version of a medium from another.
 struct Validators {
     std::string etag; ///< strong, with its quotes
     std::time_t modified;
 };
 
-/// @return the status that the conditions of the request ask for: 412 when one is not met, 304 when the client has
-///         this state already, otherwise 200.
+/// Evaluates the conditions of a request.
+/// @return the status of the response: 412 if a condition is not met, 304 if the client has this version already,
+///     otherwise 200.
 int evaluateConditions(const HttpRequest& request, const Validators& current);
 
-/// Whether the Range field counts. It does not when If-Range names another state: the client then wants the whole.
+/// Whether the Range field applies. It does not if If-Range names another version: the client then wants the whole
+/// medium.
 bool rangeApplies(const HttpRequest& request, const Validators& current);
 
-/// A point in time as HTTP writes it: "Sun, 06 Nov 1994 08:49:37 GMT".
+/// A time in the format of HTTP: "Sun, 06 Nov 1994 08:49:37 GMT".
 std::string httpDate(std::time_t time);
 
 } // namespace velmora::desktop

@@ -16,7 +16,7 @@ ResponseHead optionsResponse(const HttpRequest& request) {
     head.fields["Access-Control-Allow-Headers"] =
         "Range, If-Range, If-Match, If-None-Match, If-Modified-Since, If-Unmodified-Since, Cache-Control";
     head.fields["Access-Control-Max-Age"] = "600";
-    // A page from the network asks for this machine's own addresses.
+    // Browsers ask this when a page from the network accesses this machine's addresses.
     if (!request.field("Access-Control-Request-Private-Network").empty())
         head.fields["Access-Control-Allow-Private-Network"] = "true";
     return head;

@@ -1,4 +1,4 @@
-// What lets a page of any origin use the media: CORS and its relatives.
+// The header fields that let pages of any origin use the media: CORS and related ones.
 #ifndef ZUV_DESKTOP_SERVICE_HTTP_CROSS_ORIGIN_H
 #define ZUV_DESKTOP_SERVICE_HTTP_CROSS_ORIGIN_H
 
@@ -6,13 +6,13 @@
 
 namespace velmora::desktop {
 
-/// The value of Allow.
+/// The value of the Allow field.
 constexpr const char* kAllowedMethods = "GET, HEAD, OPTIONS";
 
-/// The fields that every response has.
+/// Adds the fields that every response has.
 void addCrossOriginFields(HttpFields& fields);
 
-/// The response to OPTIONS, which browsers send before a request with fields of its own.
+/// The response to OPTIONS, which browsers send before a cross-origin request with additional fields.
 ResponseHead optionsResponse(const HttpRequest& request);
 
 } // namespace velmora::desktop

@@ -9,7 +9,7 @@ namespace velmora::desktop {
 
 namespace {
 
-// What is read of a body at a time, and kept for each response while its reader pauses.
+// How much of a body is read at a time. Each response holds such a block while its reader pauses.
 constexpr std::size_t kBlockSize = std::size_t{64} * 1024;
 
 static_assert(BodySource::kEnd == MHD_CONTENT_READER_END_OF_STREAM);

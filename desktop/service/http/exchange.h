@@ -12,7 +12,7 @@
 
 namespace velmora::desktop {
 
-/// Lives from the end of a request's header to the end of its response. All of it on the server's thread.
+/// Exists from the end of a request's header to the end of its response. Used on the server's thread only.
 class Exchange {
 public:
     Exchange(MHD_Connection* connection, HttpRequest request)
@@ -22,29 +22,29 @@ public:
 
     const HttpRequest& request() const { return m_request; }
 
-    /// What the request is about; none until it is found.
+    /// The requested medium; null until it is found.
     const ServedLocation* medium() const { return m_medium.get(); }
     void setMedium(std::shared_ptr<const ServedLocation> medium) { m_medium = std::move(medium); }
 
-    /// Where the body will come from. Kept until the response has ended, also when no body is sent.
+    /// Sets the source of the body. It is kept until the response has ended, even if no body is sent.
     void setBody(std::shared_ptr<BodySource> body) { m_body = std::move(body); }
 
-    /// Settles the response; only the first one counts.
+    /// Determines the response. Further calls have no effect.
     void respond(ResponseHead head);
 
-    /// Tells that the body has more.
+    /// Continues the response after the body source had nothing yet.
     void resume();
 
-    /// Cuts the connection.
+    /// Cuts the connection, and with it the response.
     void abandon();
 
-    /// Whether nothing is sent because the response or more of its body is awaited.
+    /// Whether the connection waits for the response, or for more of its body.
     bool suspended() const { return m_suspended; }
 
-    /// Sends the response if it is settled, otherwise waits for it.
+    /// Sends the response, or suspends the connection until there is one.
     MHD_Result proceed();
 
-    /// Writes the line of the log about it.
+    /// Logs the response.
     void report(bool complete) const;
 
 private:
@@ -57,7 +57,7 @@ private:
     const HttpRequest m_request;
     std::shared_ptr<const ServedLocation> m_medium;
     std::shared_ptr<BodySource> m_body;
-    ResponseHead m_head; ///< status 0 until it is settled
+    ResponseHead m_head; ///< status 0 until it is determined
     std::uint64_t m_sent = 0;
     bool m_suspended = false;
     bool m_abandoned = false;

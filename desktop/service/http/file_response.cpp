@@ -43,7 +43,7 @@ const char* contentType(const std::filesystem::path& file) {
     return found == kContentTypes.end() ? "application/octet-stream" : found->type;
 }
 
-/// Whether a file still has the contents that it had; its name and its links do not matter.
+/// Whether a file still has the same contents. Its names and links do not matter.
 bool sameContents(const struct stat& before, const struct stat& now) {
     return before.st_size == now.st_size && before.st_mtim.tv_sec == now.st_mtim.tv_sec &&
            before.st_mtim.tv_nsec == now.st_mtim.tv_nsec;
@@ -60,7 +60,7 @@ public:
         const ssize_t count =
             pread(m_file.get(), bytes, std::min<std::uint64_t>(size, m_left), static_cast<off_t>(m_next));
         struct stat now {};
-        // Looked at after reading: what was read before the file changed is of the old contents.
+        // The check follows the reading: bytes that were read before a change are of the old contents.
         if (count <= 0 || fstat(m_file.get(), &now) != 0 || !sameContents(m_status, now))
             return kFailed;
         m_next += static_cast<std::uint64_t>(count);
@@ -86,7 +86,7 @@ RequestedBytes bytesFor(const HttpRequest& request, const Validators& current, s
     return requestedBytes(ranged ? request.field("Range") : "", size);
 }
 
-/// The head of a response whose conditions are met.
+/// The head of a response to a request whose conditions are met.
 ResponseHead describe(const RequestedBytes& requested, std::uint64_t size) {
     using Kind = RequestedBytes::Kind;
     if (requested.kind == Kind::Impossible)
@@ -98,7 +98,7 @@ ResponseHead describe(const RequestedBytes& requested, std::uint64_t size) {
     return {206, {{"Content-Range", range}}, part.length};
 }
 
-/// @return 503 when it is the process that has too many files open.
+/// @return 503 if too many files are open, otherwise 404.
 int statusOfFailure(int error) {
     return error == EMFILE || error == ENFILE ? 503 : 404;
 }
@@ -106,7 +106,7 @@ int statusOfFailure(int error) {
 } // namespace
 
 FileResponse respondFromFile(const HttpRequest& request, const std::filesystem::path& path) {
-    // Not blocked by a pipe that took the file's place.
+    // O_NONBLOCK: a pipe may have taken the file's place, and opening it would block.
     FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (file.get() < 0)
         return {{statusOfFailure(errno)}, nullptr};

@@ -12,10 +12,10 @@ namespace velmora::desktop {
 
 struct FileResponse {
     ResponseHead head;
-    std::shared_ptr<BodySource> body; ///< none where the head says it all
+    std::shared_ptr<BodySource> body; ///< null if the response has no body
 };
 
-/// The answer to GET or HEAD of a file as it is now. The body fails as soon as the file is changed.
+/// The response to GET or HEAD of a file in its current state. The body fails once the file has changed.
 FileResponse respondFromFile(const HttpRequest& request, const std::filesystem::path& path);
 
 } // namespace velmora::desktop

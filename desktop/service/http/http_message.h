@@ -1,4 +1,4 @@
-// A request and the head of a response as plain data.
+// A request, and the head of a response, as plain data.
 #ifndef ZUV_DESKTOP_SERVICE_HTTP_HTTP_MESSAGE_H
 #define ZUV_DESKTOP_SERVICE_HTTP_HTTP_MESSAGE_H
 
@@ -11,7 +11,7 @@
 
 namespace velmora::desktop {
 
-/// Names of header fields are compared without regard to case.
+/// Compares names of header fields, in which case does not matter.
 struct FieldNameLess {
     bool operator()(const std::string& a, const std::string& b) const { return strcasecmp(a.c_str(), b.c_str()) < 0; }
 };
@@ -20,20 +20,20 @@ using HttpFields = std::map<std::string, std::string, FieldNameLess>;
 struct HttpRequest {
     std::string method;
     std::string path;  ///< decoded, without a query; "*" of OPTIONS
-    HttpFields fields; ///< a field that came in several lines has their values in one, separated by commas
+    HttpFields fields; ///< the values of repeated fields are joined, separated by commas
 
-    /// Empty when the request has no such field.
+    /// Empty if the request has no such field.
     std::string field(const std::string& name) const {
         const auto found = fields.find(name);
         return found == fields.end() ? "" : found->second;
     }
 };
 
-/// What a response begins with. Content-Length follows from `length`.
+/// Status and header of a response. Content-Length is derived from `length`.
 struct ResponseHead {
     int status = 0;
     HttpFields fields = {};
-    std::optional<std::uint64_t> length = 0; ///< of the body; none: not known before its end
+    std::optional<std::uint64_t> length = 0; ///< of the body, in bytes; no value if it is not known before the end
 };
 
 } // namespace velmora::desktop

@@ -22,13 +22,13 @@ namespace velmora::desktop {
 
 namespace {
 
-// Of one connection: its request's header, and that of its response.
+// Per connection, for the headers of its request and its response.
 constexpr std::size_t kConnectionMemory = std::size_t{32} * 1024;
 constexpr std::size_t kMaximumHeaderSize = std::size_t{16} * 1024;
 constexpr int kMaximumFields = 64;
 
-// A paused reader's share of the kernel's memory. The kernel's own choice is some megabytes, of which a thousand paused
-// readers would leave nothing to others.
+// How much the kernel buffers for a paused reader. Its default is some megabytes; a thousand paused readers would use
+// up the memory for all connections.
 constexpr int kSendBufferSize = 256 * 1024;
 
 void limitSendBuffer(int socket) {
@@ -41,7 +41,7 @@ MHD_Result addField(void* fields, MHD_ValueKind, const char* name, const char* v
     return MHD_YES;
 }
 
-/// A target may also be a whole URL: "GET http://127.0.0.1:1234/path".
+/// The target of a request can also be a URL: "GET http://127.0.0.1:1234/path".
 std::string pathOf(const std::string& target) {
     const std::size_t scheme = target.find("://");
     if (target.starts_with('/') || scheme == std::string::npos)
@@ -71,7 +71,7 @@ bool namesOneHost(const HttpRequest& request, std::string_view version) {
     return host.find(',') == std::string::npos && (!host.empty() || version == "HTTP/1.0");
 }
 
-/// @return 0 for a request that may be handed out.
+/// @return 0 for a request that is passed to the handler.
 int statusOfRefusal(MHD_Connection* connection, const HttpRequest& request, std::string_view version) {
     if (!namesOneHost(request, version))
         return 400;
@@ -81,7 +81,7 @@ int statusOfRefusal(MHD_Connection* connection, const HttpRequest& request, std:
     return fields > kMaximumFields || headerSize(connection) > kMaximumHeaderSize ? 431 : 0;
 }
 
-/// Each may have a file open beside its socket; the other half of what the process may open is for the media.
+/// A connection needs up to two descriptors, a socket and a file. Half of the process's limit is left for the media.
 unsigned connectionLimit(unsigned wanted) {
     rlimit files{};
     getrlimit(RLIMIT_NOFILE, &files);
@@ -103,7 +103,7 @@ bool hasLeft(int socket) {
 
 } // namespace
 
-/// What libmicrohttpd calls, within step(). No exception may pass through it.
+/// The functions that libmicrohttpd calls during step(). They must not let exceptions through.
 struct HttpServer::Callbacks {
     static void onConnection(void* server, MHD_Connection* connection, void**, MHD_ConnectionNotificationCode event) {
         auto& self = *static_cast<HttpServer*>(server);
@@ -116,8 +116,8 @@ struct HttpServer::Callbacks {
         self.m_connections.emplace(connection, Connection{socket, Clock::now()});
     }
 
-    /// Called when the header is there, when the whole request is, and each time the connection is resumed before it
-    /// has its response.
+    /// Called when the header has arrived, when the whole request has, and each time the connection is resumed before
+    /// it has a response.
     static MHD_Result onRequest(void* server, MHD_Connection* connection, const char* target, const char* method,
                                 const char* version, const char*, std::size_t*, void** context) {
         try {
@@ -136,7 +136,7 @@ struct HttpServer::Callbacks {
         }
     }
 
-    /// A response at this point has the connection closed without the rest of the request being read.
+    /// For a response at this point, libmicrohttpd closes the connection without reading the rest of the request.
     static MHD_Result refuse(MHD_Connection* connection, Exchange& exchange, std::string_view version) {
         const int status = statusOfRefusal(connection, exchange.request(), version);
         if (status == 0)
@@ -157,7 +157,7 @@ struct HttpServer::Callbacks {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        // No time limit of the library's own: it would count a reader's pause.
+        // Without the library's own time limit, which would include a reader's pauses.
         return MHD_start_daemon(MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG, 0, nullptr, nullptr,
                                 &onRequest, &server, MHD_OPTION_EXTERNAL_LOGGER, &logComplaint, nullptr,
                                 MHD_OPTION_SOCK_ADDR, &address, MHD_OPTION_CONNECTION_LIMIT,
@@ -199,7 +199,7 @@ void HttpServer::step() {
     }
     const std::size_t connections = m_connections.size();
     MHD_run(m_daemon.get());
-    // One that had to wait for the end of another is not seen before the next run.
+    // A connection that waited for the end of another one is only accepted by the next run.
     if (m_connections.size() < connections)
         MHD_run(m_daemon.get());
 }
@@ -208,7 +208,7 @@ std::chrono::milliseconds HttpServer::checkInterval() const {
     return std::min(std::chrono::milliseconds(500), m_limits.request / 4);
 }
 
-/// Also what waits for a response, or for more of one, that nobody will read.
+/// Also closes connections that wait for a response although their client has left.
 void HttpServer::closeWhatWaitsTooLong() {
     const Clock::time_point oldest = Clock::now() - m_limits.request;
     for (auto& [handle, connection] : m_connections) {

@@ -1,4 +1,4 @@
-// The HTTP server: libmicrohttpd behind requests and responses that are plain data.
+// The HTTP server, a layer over libmicrohttpd with requests and responses as plain data.
 #ifndef ZUV_DESKTOP_SERVICE_HTTP_HTTP_SERVER_H
 #define ZUV_DESKTOP_SERVICE_HTTP_HTTP_SERVER_H
 
@@ -14,43 +14,43 @@ struct MHD_Daemon;
 
 namespace velmora::desktop {
 
-/// Listens on 127.0.0.1. Has no thread: everything happens within step(), on whatever thread calls it.
+/// Listens on 127.0.0.1. Has no thread of its own: everything happens in step(), on the thread that calls it.
 ///
-/// Requests with a body, and those with more or longer header fields than any browser sends, are refused without being
-/// handed out.
+/// Refuses requests with a body, and those with more or longer header fields than any browser sends, without calling
+/// the handler.
 class HttpServer {
 public:
-    /// Answers a request by Exchange::respond(), now or later.
+    /// Answers a request with Exchange::respond(), at once or later.
     using Handler = std::function<void(Exchange&)>;
 
-    /// On a port that the kernel picks.
+    /// Listens on a port that the kernel selects.
     /// @throws std::runtime_error
     HttpServer(const ServingLimits& limits, Handler handler);
-    /// Cuts short whatever is being sent.
+    /// Cuts responses in progress short.
     ~HttpServer();
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
     unsigned port() const { return m_port; }
 
-    /// Becomes readable when there is something to do for step().
+    /// Becomes readable when step() has something to do.
     int descriptor() const { return m_descriptor; }
 
-    /// How long step() may wait to be called while the descriptor is not readable.
+    /// After which time step() must be called even if the descriptor is not readable.
     std::chrono::milliseconds patience() const;
 
-    /// Reads, answers and writes what can be without waiting.
+    /// Reads requests and writes responses as far as possible without waiting.
     void step();
 
-    /// Cuts the responses short whose medium is withdrawn.
+    /// Cuts the responses of withdrawn media short.
     void endWithdrawn();
 
 private:
     using Clock = std::chrono::steady_clock;
     struct Connection {
         int descriptor;
-        Clock::time_point waitingSince;               ///< for a request
-        std::unique_ptr<Exchange> exchange = nullptr; ///< none while it waits
+        Clock::time_point waitingSince;               ///< for a request; unused during an exchange
+        std::unique_ptr<Exchange> exchange = nullptr; ///< null between two requests
         bool handedOut = false;
     };
     struct Callbacks;
@@ -65,7 +65,7 @@ private:
     struct Stop {
         void operator()(MHD_Daemon* daemon) const;
     };
-    std::unique_ptr<MHD_Daemon, Stop> m_daemon; ///< last: its end closes the connections
+    std::unique_ptr<MHD_Daemon, Stop> m_daemon; ///< last, because its end closes the connections
     unsigned m_port = 0;
     int m_descriptor = -1;
 };

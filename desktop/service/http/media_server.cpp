@@ -13,7 +13,7 @@ namespace velmora::desktop {
 
 namespace {
 
-/// A reader or a server that left is no reason for a signal.
+/// Writing to a reader or server that has left must not raise a signal on this thread.
 void blockSignals() {
     sigset_t all;
     sigfillset(&all);
@@ -47,13 +47,13 @@ MediaServer::~MediaServer() {
 
 void MediaServer::add(const std::string& path, const MediaLocation& location) {
     auto medium = std::make_shared<ServedLocation>(location);
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_media.emplace(path, std::move(medium));
 }
 
 void MediaServer::withdraw(const std::string& path) {
     {
-        const std::lock_guard lock(m_mutex);
+        const MutexLock lock(m_mutex);
         const auto medium = m_media.find(path);
         medium->second->withdrawn = true;
         m_media.erase(medium);
@@ -63,7 +63,7 @@ void MediaServer::withdraw(const std::string& path) {
 }
 
 std::shared_ptr<const ServedLocation> MediaServer::find(const std::string& path) {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const auto medium = m_media.find(path);
     return medium == m_media.end() ? nullptr : medium->second;
 }
@@ -75,7 +75,7 @@ void MediaServer::run(const std::stop_token& stop) {
         m_upstream.step();
         if (m_withdrawing.exchange(false))
             m_http.endWithdrawn();
-        m_http.step(); // last: responses that were resumed go on in it, and do not end the waiting
+        m_http.step(); // last: it continues the resumed responses, which do not make the descriptor readable
     }
 }
 

@@ -2,6 +2,7 @@
 #ifndef ZUV_DESKTOP_SERVICE_HTTP_MEDIA_SERVER_H
 #define ZUV_DESKTOP_SERVICE_HTTP_MEDIA_SERVER_H
 
+#include "base/mutex.h"
 #include "service/http/http_server.h"
 #include "service/http/served_location.h"
 #include "service/http/serving_limits.h"
@@ -10,7 +11,6 @@
 #include <atomic>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -26,7 +26,7 @@ public:
     ServedMedium(const ServedMedium&) = delete;
     ServedMedium& operator=(const ServedMedium&) = delete;
 
-    /// The local URL, with a path that nobody can guess.
+    /// The local URL, with a path that cannot be guessed.
     std::string url() const;
 
 private:
@@ -34,16 +34,16 @@ private:
     const std::string m_path;
 };
 
-/// Serves the bytes of started media over HTTP on 127.0.0.1, to as many as ask, each for as long as it likes. The bytes
-/// of an http or https medium are passed on from where they are. What is answered to what stands in docs/desktop.md.
+/// Serves started media over HTTP on 127.0.0.1, to any number of readers, each at its own pace. An http or https medium
+/// is passed on from its upstream server. docs/desktop.md lists the responses.
 ///
-/// One thread of its own reads, writes and waits for all readers and all foreign servers.
+/// A thread of its own serves all readers and fetches from all upstream servers.
 class MediaServer {
 public:
-    /// Listens on a port that the kernel picks.
+    /// Listens on a port that the kernel selects.
     /// @throws std::runtime_error
     explicit MediaServer(const ServingLimits& limits = {});
-    /// Cuts short whatever is being sent, and waits for nobody.
+    /// Cuts responses in progress short. Does not wait for readers or upstream servers.
     ~MediaServer();
     MediaServer(const MediaServer&) = delete;
     MediaServer& operator=(const MediaServer&) = delete;
@@ -56,10 +56,10 @@ private:
     void run(const std::stop_token& stop);
     void answer(Exchange& exchange);
 
-    std::mutex m_mutex; ///< guards m_media
-    std::map<std::string, std::shared_ptr<ServedLocation>> m_media;
-    std::atomic<bool> m_withdrawing = false; ///< there may be responses to cut short
-    // The thread's alone, once it runs.
+    Mutex m_mutex;
+    std::map<std::string, std::shared_ptr<ServedLocation>> m_media ZUV_GUARDED_BY(m_mutex); ///< by path
+    std::atomic<bool> m_withdrawing = false; ///< whether responses may have to be cut short
+    // Used by the thread only, once it runs:
     UpstreamClient m_upstream;
     HttpServer m_http;
     std::jthread m_thread;

@@ -1,4 +1,4 @@
-// A medium as the server has it: where it is, and whether it is served still.
+// A served medium: its location, and whether it is still served.
 #ifndef ZUV_DESKTOP_SERVICE_HTTP_SERVED_LOCATION_H
 #define ZUV_DESKTOP_SERVICE_HTTP_SERVED_LOCATION_H
 
@@ -12,7 +12,7 @@ struct ServedLocation {
     explicit ServedLocation(MediaLocation where) : location(std::move(where)) {}
 
     const MediaLocation location;
-    std::atomic<bool> withdrawn = false; ///< responses about it are cut short
+    std::atomic<bool> withdrawn = false; ///< its responses are cut short
 };
 
 } // namespace velmora::desktop

@@ -10,7 +10,7 @@ namespace velmora::desktop {
 namespace {
 
 constexpr long kKeptConnections = 16;
-// How late a transfer that takes too long is noticed.
+// How late an exceeded time limit may be noticed.
 constexpr std::chrono::milliseconds kCheckInterval(100);
 
 } // namespace

@@ -1,4 +1,4 @@
-// The transfers from the servers that have http and https media: libcurl's multi interface.
+// The transfers from upstream servers, which provide http and https media: libcurl's multi interface.
 #ifndef ZUV_DESKTOP_SERVICE_HTTP_UPSTREAM_CLIENT_H
 #define ZUV_DESKTOP_SERVICE_HTTP_UPSTREAM_CLIENT_H
 
@@ -14,25 +14,25 @@ namespace velmora::desktop {
 
 class UpstreamTransfer;
 
-/// Has no thread: everything but wake() is called on the server's.
+/// Has no thread of its own: all functions except wake() are called on the server's thread.
 class UpstreamClient {
 public:
     /// @throws std::runtime_error
     explicit UpstreamClient(const ServingLimits& limits);
-    /// After all transfers.
+    /// Destroyed after all transfers.
     ~UpstreamClient() = default;
     UpstreamClient(const UpstreamClient&) = delete;
     UpstreamClient& operator=(const UpstreamClient&) = delete;
 
     const ServingLimits& limits() const { return m_limits; }
 
-    /// Waits until there is something to do for step(), another descriptor is readable, the time is over, or wake().
+    /// Waits until step() has something to do, the other descriptor is readable, the time is over, or wake() is called.
     void wait(int otherDescriptor, std::chrono::milliseconds patience);
 
-    /// Ends wait(), or the next one. Any thread.
+    /// Ends the current wait(), or the next one. Called on any thread.
     void wake();
 
-    /// Carries the transfers on as far as can be without waiting.
+    /// Continues the transfers as far as possible without waiting.
     void step();
 
 private:

@@ -12,7 +12,7 @@ namespace velmora::desktop {
 
 namespace {
 
-/// All values of a field, in the order of its lines.
+/// All values of a field, in their order.
 std::vector<std::string> valuesOf(CURL* transfer, const char* name) {
     std::vector<std::string> values;
     curl_header* header = nullptr;
@@ -35,7 +35,7 @@ std::optional<std::uint64_t> parseLength(const std::string& text) {
     return static_cast<std::uint64_t>(length);
 }
 
-/// libcurl takes a length that is too large for one that is not known, and of several the last.
+/// Checks what libcurl does not: it treats a length that is too large as unknown, and uses the last of several.
 bool lengthIsSound(CURL* transfer) {
     const std::vector<std::string> lengths = valuesOf(transfer, "Content-Length");
     return std::all_of(lengths.begin(), lengths.end(), [&](const std::string& length) {
@@ -43,13 +43,13 @@ bool lengthIsSound(CURL* transfer) {
     });
 }
 
-/// Readers asked for bytes as they are, and cannot be told of another encoding.
+/// An encoded body cannot be passed on, because readers did not accept any encoding.
 bool isEncoded(CURL* transfer) {
     const std::string encoding = valueOf(transfer, "Content-Encoding");
     return !encoding.empty() && strcasecmp(encoding.c_str(), "identity") != 0;
 }
 
-/// Whether a 206 says which part it is, and the part is as long as the body.
+/// Whether a 206 names its part, and the part is as long as the body.
 bool rangeIsSound(const std::string& range, const std::optional<std::uint64_t>& length) {
     static const std::regex kForm("bytes ([0-9]{1,19})-([0-9]{1,19})/([0-9]{1,19}|\\*)");
     std::smatch parts;
@@ -80,8 +80,8 @@ HttpFields fieldsOf(CURL* transfer, int status) {
     return fields;
 }
 
-/// 401 and 407 ask for credentials, which a reader of a local URL cannot have; a redirect at this point could not be
-/// followed.
+/// Whether a status can be passed on: not 401 and 407, because readers of a local URL cannot provide credentials, and
+/// not a redirect, because one that reaches this point could not be followed.
 bool isUsable(long status) {
     const bool refusal = status >= 400 && status <= 599 && status != 401 && status != 407;
     return status == 200 || status == 206 || status == 304 || refusal;

@@ -1,4 +1,4 @@
-// What of a foreign server's response is passed on.
+// Which parts of an upstream server's response are passed on.
 #ifndef ZUV_DESKTOP_SERVICE_HTTP_UPSTREAM_HEAD_H
 #define ZUV_DESKTOP_SERVICE_HTTP_UPSTREAM_HEAD_H
 
@@ -8,9 +8,9 @@
 
 namespace velmora::desktop {
 
-/// The head of the last response that a transfer received, with the fields that say what the body is and no others;
-/// status 502 when it contradicts itself or is nothing that a reader could use. The body is passed on with 200 and 206
-/// only: `length` is 0 otherwise.
+/// The head of the last response that a transfer received, with the fields that describe the body and no others; status
+/// 502 if the response is contradictory or of no use to a reader. The body is passed on with 200 and 206 only: `length`
+/// is 0 otherwise.
 ResponseHead passedOn(CURL* transfer);
 
 } // namespace velmora::desktop

@@ -16,18 +16,18 @@ namespace velmora::desktop {
 namespace {
 
 constexpr long kMaximumRedirects = 5;
-// Of all responses on the way to the medium: interim ones, redirects and the final one.
+// For all responses of a transfer together: interim ones, redirects and the final one.
 constexpr std::size_t kMaximumHeaderSize = std::size_t{64} * 1024;
-// What is received ahead of the reader.
+// How much is received ahead of the reader.
 constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
 
-/// Whether a value can be sent as it is.
+/// Whether a value can be sent in a header without escaping.
 bool isPlain(const std::string& value) {
     return std::none_of(value.begin(), value.end(),
                         [](unsigned char byte) { return (byte < ' ' && byte != '\t') || byte == 127; });
 }
 
-/// As the command-line tools of libcurl and OpenSSL understand the variables.
+/// Reads the environment variables as the command-line tools of libcurl and OpenSSL do.
 void trustCertificates(CURL* easy) {
     if (const char* file = std::getenv("SSL_CERT_FILE"))
         curl_easy_setopt(easy, CURLOPT_CAINFO, file);
@@ -58,13 +58,13 @@ void UpstreamTransfer::configure(const std::string& url) {
     curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(easy, CURLOPT_MAXREDIRS, kMaximumRedirects);
-    curl_easy_setopt(easy, CURLOPT_PROXY, ""); // none, whatever the environment says
+    curl_easy_setopt(easy, CURLOPT_PROXY, ""); // no proxy, even if the environment names one
     curl_easy_setopt(easy, CURLOPT_NOBODY, m_exchange.request().method == "HEAD" ? 1L : 0L);
-    // Each transfer has a connection of its own, which a pause holds up; HTTP/2 would share one.
+    // A pause stops the whole connection, which HTTP/2 would share between transfers.
     curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_client.limits().connect.count()));
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    // The end of the service does not wait for a name server.
+    // Otherwise the end of the service would wait for name servers.
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(easy, CURLOPT_USERAGENT, "zuv-service");
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_error.data());
@@ -81,7 +81,7 @@ void UpstreamTransfer::passFieldsOn() {
     const auto add = [this](const std::string& line) {
         m_fields.reset(curl_slist_append(m_fields.release(), line.c_str()));
     };
-    // Not compressed: ranges and lengths are the medium's own.
+    // Not compressed, because ranges and lengths are those of the medium.
     add("Accept-Encoding: identity");
     const std::string range = request.field("Range");
     const auto asked = requestedBytes(range, std::numeric_limits<std::uint64_t>::max());
@@ -96,7 +96,7 @@ void UpstreamTransfer::passFieldsOn() {
     curl_easy_setopt(m_easy.get(), CURLOPT_HTTPHEADER, m_fields.get());
 }
 
-/// Ends what sends headers without end, such as "100 Continue" again and again.
+/// Ends the transfer if a server sends headers without end, such as "100 Continue" again and again.
 // NOLINTNEXTLINE(readability-non-const-parameter): the type is libcurl's
 std::size_t UpstreamTransfer::onHeader(char* line, std::size_t, std::size_t size, void* transfer) {
     auto& self = *static_cast<UpstreamTransfer*>(transfer);
@@ -118,13 +118,13 @@ std::size_t UpstreamTransfer::onBody(char* bytes, std::size_t, std::size_t size,
     return size;
 }
 
-/// @return whether the body is wanted.
+/// @return whether the body is needed.
 bool UpstreamTransfer::answer() {
     if (std::exchange(m_answered, true))
         return m_outcome == kNothingYet;
     ResponseHead head = m_headerEnded ? passedOn(m_easy.get()) : ResponseHead{502};
     if (head.status == 502)
-        spdlog::warn("the server of {:?} answers what cannot be passed on", m_exchange.medium()->location.uri);
+        spdlog::warn("the response for {:?} cannot be passed on", m_exchange.medium()->location.uri);
     m_outcome = head.length == 0 ? kEnd : kNothingYet;
     m_exchange.respond(std::move(head));
     return m_outcome == kNothingYet;
@@ -152,7 +152,7 @@ void UpstreamTransfer::end(CURLcode result) {
 
 void UpstreamTransfer::check(std::chrono::steady_clock::time_point now) {
     if (!m_answered && now >= m_deadline)
-        fail(504, "the server does not answer in time");
+        fail(504, "the server did not answer in time");
 }
 
 ssize_t UpstreamTransfer::read(char* bytes, std::size_t size) {

@@ -1,4 +1,4 @@
-// One response of the server that has an http or https medium, as it is passed on.
+// A response of an upstream server, while it is passed on to a reader.
 #ifndef ZUV_DESKTOP_SERVICE_HTTP_UPSTREAM_TRANSFER_H
 #define ZUV_DESKTOP_SERVICE_HTTP_UPSTREAM_TRANSFER_H
 
@@ -16,13 +16,13 @@
 
 namespace velmora::desktop {
 
-/// Asks the server once, for what the client asked, and answers the exchange when the first byte of the body is there
-/// or nothing will come. While the reader pauses, so does the server.
+/// Sends the reader's request to the upstream server, and answers the exchange when the first byte of the body has
+/// arrived or none will. The transfer pauses while the reader does.
 class UpstreamTransfer final : public BodySource {
 public:
-    /// @param exchange outlives this.
+    /// @param exchange must outlive the transfer.
     UpstreamTransfer(UpstreamClient& client, const std::string& url, Exchange& exchange);
-    /// Ends the transfer wherever it is.
+    /// Ends the transfer in any state.
     ~UpstreamTransfer() override;
     UpstreamTransfer(const UpstreamTransfer&) = delete;
     UpstreamTransfer& operator=(const UpstreamTransfer&) = delete;
@@ -48,16 +48,16 @@ private:
     };
     UpstreamClient& m_client;
     Exchange& m_exchange;
-    const std::chrono::steady_clock::time_point m_deadline; ///< of the first byte
+    const std::chrono::steady_clock::time_point m_deadline; ///< for the first byte
     std::array<char, CURL_ERROR_SIZE> m_error{};
     std::unique_ptr<curl_slist, CleanUp> m_fields;
     std::unique_ptr<CURL, CleanUp> m_easy;
     std::size_t m_headerSize = 0;
-    bool m_headerEnded = false; ///< of the response that came last
-    std::string m_buffer;       ///< received, and not read yet
+    bool m_headerEnded = false; ///< of the latest response
+    std::string m_buffer;       ///< received, not read yet
     bool m_answered = false;
     bool m_paused = false;
-    ssize_t m_outcome = kNothingYet; ///< kEnd or kFailed when no more is received
+    ssize_t m_outcome = kNothingYet; ///< kEnd or kFailed when nothing more will be received
 };
 
 } // namespace velmora::desktop
