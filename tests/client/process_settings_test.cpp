@@ -91,7 +91,6 @@ TEST_F(Numbers, HaveAPointInALocaleWithAComma) {
 
     EXPECT_EQ(sent(5), (Strings{"", "3.250000", "12.500000", ""}));
     const Strings times = sent(4);
-    EXPECT_EQ(times.size(), 4u);
     for (const std::string& time : times)
         EXPECT_EQ(time.find_first_not_of("0123456789."), std::string::npos) << time;
     EXPECT_EQ(printed(1.5), "1,500000"); // the client leaves the application's locale alone
