@@ -27,12 +27,12 @@ bool isOwnWork() {
 }
 
 void Journal::add(std::string line) {
-    std::lock_guard lock(m_mutex);
+    const desktop::MutexLock lock(m_mutex);
     m_lines.emplace_back(std::move(line), std::this_thread::get_id());
 }
 
 void Journal::clear() {
-    std::lock_guard lock(m_mutex);
+    const desktop::MutexLock lock(m_mutex);
     m_lines.clear();
 }
 
@@ -41,7 +41,7 @@ std::vector<std::string> Journal::lines() const {
 }
 
 std::vector<std::string> Journal::linesOf(const std::string& beginning) const {
-    std::lock_guard lock(m_mutex);
+    const desktop::MutexLock lock(m_mutex);
     std::vector<std::string> result;
     for (const auto& [line, thread] : m_lines)
         if (line.starts_with(beginning))
@@ -55,7 +55,7 @@ std::size_t Journal::count(const std::string& line) const {
 }
 
 std::thread::id Journal::threadOf(const std::string& line) const {
-    std::lock_guard lock(m_mutex);
+    const desktop::MutexLock lock(m_mutex);
     const auto found =
         std::find_if(m_lines.begin(), m_lines.end(), [&](const auto& entry) { return entry.first == line; });
     return found == m_lines.end() ? std::thread::id() : found->second;

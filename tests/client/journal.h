@@ -3,10 +3,11 @@
 #ifndef ZUV_TESTS_CLIENT_JOURNAL_H
 #define ZUV_TESTS_CLIENT_JOURNAL_H
 
+#include "base/mutex.h"
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -40,8 +41,8 @@ public:
     std::thread::id threadOf(const std::string& line) const;
 
 private:
-    mutable std::mutex m_mutex;
-    std::vector<std::pair<std::string, std::thread::id>> m_lines;
+    mutable desktop::Mutex m_mutex;
+    std::vector<std::pair<std::string, std::thread::id>> m_lines ZUV_GUARDED_BY(m_mutex);
 };
 
 Journal& journal();

@@ -1,25 +1,25 @@
 #include "support/notification_record.h"
 
+#include "base/mutex.h"
 #include "support/awaiting.h"
 
-#include <condition_variable>
-#include <mutex>
 #include <utility>
 
 namespace velmora {
 namespace {
 
-std::mutex recordMutex; // guards record
-std::condition_variable recordGrew;
-std::vector<Notification> record;
+desktop::Mutex recordMutex;
+desktop::ConditionVariable recordGrew;
+std::vector<Notification> record ZUV_GUARDED_BY(recordMutex);
 
 void append(Medium medium, std::string proxyId, std::string changed, std::string value) {
-    const std::lock_guard<std::mutex> lock(recordMutex);
+    const desktop::MutexLock lock(recordMutex);
     record.push_back({medium, std::move(proxyId), std::move(changed), std::move(value), std::this_thread::get_id()});
-    recordGrew.notify_all();
+    recordGrew.notifyAll();
 }
 
-std::optional<Notification> nth(Medium medium, const std::string& changed, std::size_t count) {
+std::optional<Notification> nth(Medium medium, const std::string& changed, std::size_t count)
+    ZUV_REQUIRES(recordMutex) {
     for (const Notification& notification : record) {
         if (notification.medium == medium && notification.changed == changed && --count == 0)
             return notification;
@@ -38,18 +38,19 @@ void NotificationRecord::onAdvertisement(std::string proxyId, std::string change
 }
 
 std::optional<Notification> NotificationRecord::await(Medium medium, const std::string& changed, std::size_t count) {
-    std::unique_lock<std::mutex> lock(recordMutex);
-    recordGrew.wait_for(lock, kPatience, [&] { return nth(medium, changed, count).has_value(); });
+    const desktop::MutexLock lock(recordMutex);
+    recordGrew.waitFor(recordMutex, kPatience,
+                       [&]() ZUV_REQUIRES(recordMutex) { return nth(medium, changed, count).has_value(); });
     return nth(medium, changed, count);
 }
 
 bool NotificationRecord::await(const std::function<bool(const std::vector<Notification>&)>& condition) {
-    std::unique_lock<std::mutex> lock(recordMutex);
-    return recordGrew.wait_for(lock, kPatience, [&] { return condition(record); });
+    const desktop::MutexLock lock(recordMutex);
+    return recordGrew.waitFor(recordMutex, kPatience, [&]() ZUV_REQUIRES(recordMutex) { return condition(record); });
 }
 
 std::vector<Notification> NotificationRecord::all() {
-    const std::lock_guard<std::mutex> lock(recordMutex);
+    const desktop::MutexLock lock(recordMutex);
     return record;
 }
 

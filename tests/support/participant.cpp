@@ -8,10 +8,10 @@ namespace velmora {
 
 void RecordingClient::onModelAccessStateChanged() {
     {
-        const std::lock_guard lock(m_mutex);
+        const desktop::MutexLock lock(m_mutex);
         m_thread = std::this_thread::get_id();
         ++m_stateChanges;
-        m_changed.notify_all();
+        m_changed.notifyAll();
     }
     if (whenStateChanged)
         whenStateChanged();
@@ -19,42 +19,43 @@ void RecordingClient::onModelAccessStateChanged() {
 
 void RecordingClient::onZUVEvent(Event& event) {
     {
-        const std::lock_guard lock(m_mutex);
+        const desktop::MutexLock lock(m_mutex);
         m_thread = std::this_thread::get_id();
         m_events.push_back(event);
-        m_changed.notify_all();
+        m_changed.notifyAll();
     }
     if (whenEvent)
         whenEvent(event);
 }
 
 bool RecordingClient::awaitEvents(std::size_t count) {
-    std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, kPatience, [&] { return m_events.size() >= count; });
+    const desktop::MutexLock lock(m_mutex);
+    return m_changed.waitFor(m_mutex, kPatience, [&]() ZUV_REQUIRES(m_mutex) { return m_events.size() >= count; });
 }
 
 bool RecordingClient::awaitEvent(const std::function<bool(const Event&)>& wanted, std::chrono::milliseconds limit) {
-    std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, limit, [&] { return std::any_of(m_events.begin(), m_events.end(), wanted); });
+    const desktop::MutexLock lock(m_mutex);
+    return m_changed.waitFor(
+        m_mutex, limit, [&]() ZUV_REQUIRES(m_mutex) { return std::any_of(m_events.begin(), m_events.end(), wanted); });
 }
 
 bool RecordingClient::awaitStateChanges(int count) {
-    std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, kPatience, [&] { return m_stateChanges >= count; });
+    const desktop::MutexLock lock(m_mutex);
+    return m_changed.waitFor(m_mutex, kPatience, [&]() ZUV_REQUIRES(m_mutex) { return m_stateChanges >= count; });
 }
 
 std::vector<Event> RecordingClient::events() const {
-    const std::lock_guard lock(m_mutex);
+    const desktop::MutexLock lock(m_mutex);
     return m_events;
 }
 
 int RecordingClient::stateChanges() const {
-    const std::lock_guard lock(m_mutex);
+    const desktop::MutexLock lock(m_mutex);
     return m_stateChanges;
 }
 
 std::thread::id RecordingClient::thread() const {
-    const std::lock_guard lock(m_mutex);
+    const desktop::MutexLock lock(m_mutex);
     return m_thread;
 }
 

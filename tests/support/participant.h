@@ -2,12 +2,11 @@
 #ifndef ZUV_TESTS_SUPPORT_PARTICIPANT_H
 #define ZUV_TESTS_SUPPORT_PARTICIPANT_H
 
+#include "base/mutex.h"
 #include "zuv_model_access.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -39,11 +38,11 @@ public:
     std::thread::id thread() const;
 
 private:
-    mutable std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::vector<Event> m_events;
-    int m_stateChanges = 0;
-    std::thread::id m_thread;
+    mutable desktop::Mutex m_mutex;
+    desktop::ConditionVariable m_changed;
+    std::vector<Event> m_events ZUV_GUARDED_BY(m_mutex);
+    int m_stateChanges ZUV_GUARDED_BY(m_mutex) = 0;
+    std::thread::id m_thread ZUV_GUARDED_BY(m_mutex);
 };
 
 /// A connection together with the client that it delivers to.

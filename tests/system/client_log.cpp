@@ -1,14 +1,13 @@
 #include "system/client_log.h"
 
+#include "base/mutex.h"
 #include "csp_debug.h"
 #include "support/awaiting.h"
 #include "support/text.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstdarg>
 #include <cstdint>
-#include <mutex>
 #include <utility>
 
 namespace velmora::system_test {
@@ -18,11 +17,11 @@ constexpr uint32_t kLevelBits = 0xFFFFU;
 constexpr uint32_t kProgress = 4000;
 
 struct Record {
-    std::mutex mutex; // guards the rest
-    std::condition_variable grew;
-    std::vector<std::string> lines;
-    std::string heldText;
-    std::function<void()> whileHeld;
+    desktop::Mutex mutex;
+    desktop::ConditionVariable grew;
+    std::vector<std::string> lines ZUV_GUARDED_BY(mutex);
+    std::string heldText ZUV_GUARDED_BY(mutex);
+    std::function<void()> whileHeld ZUV_GUARDED_BY(mutex);
 };
 
 // Never destroyed: the library's delivery thread logs until the process ends.
@@ -43,11 +42,12 @@ std::size_t countIn(const std::vector<std::string>& lines, const std::string& te
 void append(const std::string& line) {
     std::function<void()> action;
     {
-        const std::lock_guard<std::mutex> lock(record().mutex);
-        record().lines.push_back(line);
-        record().grew.notify_all();
-        if (record().whileHeld && contains(line, record().heldText))
-            action = std::exchange(record().whileHeld, nullptr);
+        Record& log = record();
+        const desktop::MutexLock lock(log.mutex);
+        log.lines.push_back(line);
+        log.grew.notifyAll();
+        if (log.whileHeld && contains(line, log.heldText))
+            action = std::exchange(log.whileHeld, nullptr);
     }
     if (action)
         action();
@@ -56,8 +56,9 @@ void append(const std::string& line) {
 } // namespace
 
 std::vector<std::string> ClientLog::lines() {
-    const std::lock_guard<std::mutex> lock(record().mutex);
-    return record().lines;
+    Record& log = record();
+    const desktop::MutexLock lock(log.mutex);
+    return log.lines;
 }
 
 std::size_t ClientLog::count(const std::string& text) {
@@ -65,14 +66,17 @@ std::size_t ClientLog::count(const std::string& text) {
 }
 
 bool ClientLog::await(const std::string& text, std::size_t count) {
-    std::unique_lock<std::mutex> lock(record().mutex);
-    return record().grew.wait_for(lock, kPatience, [&] { return countIn(record().lines, text) >= count; });
+    Record& log = record();
+    const desktop::MutexLock lock(log.mutex);
+    return log.grew.waitFor(log.mutex, kPatience,
+                            [&]() ZUV_REQUIRES(log.mutex) { return countIn(log.lines, text) >= count; });
 }
 
 void ClientLog::hold(const std::string& text, std::function<void()> action) {
-    const std::lock_guard<std::mutex> lock(record().mutex);
-    record().heldText = text;
-    record().whileHeld = std::move(action);
+    Record& log = record();
+    const desktop::MutexLock lock(log.mutex);
+    log.heldText = text;
+    log.whileHeld = std::move(action);
 }
 
 } // namespace velmora::system_test

@@ -8,7 +8,7 @@
 namespace velmora::log_test {
 namespace {
 
-void logEachLevel() {
+void logEachProgramLevel() {
     desktop::useDesktopLogAsDefault();
     spdlog::error("failure name={}", "value");
     spdlog::warn("warning");
@@ -19,7 +19,7 @@ void logEachLevel() {
 
 std::vector<std::string> textsAt(const char* level) {
     std::vector<std::string> texts;
-    for (const std::string& line : loggedLines(level, logEachLevel))
+    for (const std::string& line : loggedLines(level, logEachProgramLevel))
         texts.push_back(textOf(line));
     return texts;
 }
