@@ -24,13 +24,34 @@
 //   Callbacks run on the bus connection's delivery thread. In synchronous mode, and in start() and startAd() with
 //   option 0, they also run on the application's thread that made the call.
 //
-//   A callback that reports "url" runs while the proxy's own lock is held. IT MUST NOT CALL ANY OPERATION OF THE SAME
-//   PROXY, not even id() or getState(): the lock is not recursive, so the call would never return. A callback must not
-//   wait for a thread that makes such a call, and it must not throw. It should not block, because the events after it
-//   have to wait.
+//   A callback that reports "url" usually runs while its proxy's lock is held. A CALLBACK MUST NOT CALL ANY OPERATION
+//   OF ANY PROXY, not even id() or getState(). The lock is not recursive, so a call of the same proxy never returns. In
+//   synchronous mode two callbacks can run at the same time on two threads: if each calls the other's proxy, both wait
+//   for ever. A callback must not wait for a thread that makes such calls, and it must not throw. It should not block,
+//   because the events after it have to wait.
 //
 //   The recommended pattern: copy the three strings into a queue, wake up a thread of the application and return. That
 //   thread may call everything. ZUVMediaProxyInterface::getObjectById() is safe inside a callback as well.
+//
+//   Nothing ends the bus connection, so callbacks can still run while the process ends and its static objects are
+//   destroyed. Let them use only objects that are never destroyed, such as a queue that is made with new and kept.
+//   setZUVCallback(nullptr) before the end does not wait for a callback that is already running.
+//
+// WHAT A CALLBACK DOES NOT SAY
+//   A callback names the proxy, but not the call that it answers. That matters in three sequences:
+//
+//   Stop, and start another title: start(A), stop() and start(B) before A's answer arrives. A's answer then counts as
+//   the answer to start(B): "url" reports A's URL, which the service no longer serves, and the state becomes Started.
+//   B's answer finds that state and calls nothing; only localURL() has B's URL. Start the other title on a new proxy,
+//   or wait for the callback of the first start before you stop it.
+//
+//   An advertisement before its film: start() and startAd(), and the advertisement's answer arrives first. It sets the
+//   main video's state to Started, so the film's answer calls nothing; only localURL() has the film's URL. Start an
+//   advertisement after the film's callback.
+//
+//   Preload, and start with option 0: "definitions" is called at once, with the text that the proxy received last. That
+//   can be the text of an earlier title, or an empty text, which is not JSON. "definitions" is called again when the
+//   service reports those of the new title. Ignore an empty text, and use the latest one.
 //
 // ASYNCHRONOUS AND SYNCHRONOUS MODE
 //   The library begins in asynchronous mode: the operations of a proxy publish a command on the bus and return. Answers
@@ -67,7 +88,7 @@
 #include <string>
 
 #define ZUV_MEDIA_PROXY_VERSION_MAJOR 1
-#define ZUV_MEDIA_PROXY_VERSION_MINOR 0
+#define ZUV_MEDIA_PROXY_VERSION_MINOR 1
 #define ZUV_MEDIA_PROXY_VERSION_PATCH 0
 
 #if defined(__GNUC__)
@@ -129,7 +150,8 @@ public:
     virtual int getState() = 0;
 
     /// Starts the main video. The state is Starting when the call returns or a callback runs, and Started after that.
-    /// Success: callback "url", followed later by "definitions". Failure: the state stays Starting until stop().
+    /// Success: callback "url", followed later by "definitions". Failure: the state stays Starting until stop(). The
+    /// section WHAT A CALLBACK DOES NOT SAY at the top of this file has the exceptions.
     ///
     /// @param url what the service is to play; ignored with option 0.
     /// @param option 0 takes over what preload() had the service start; no command is sent. If the preload's answer has
@@ -190,13 +212,37 @@ public:
     /// The one instance; the first call connects to the bus. See requestZUVMediaProxy().
     static ZUVMediaProxyManagerInterface* getInstance();
 
+    /// Asks the service for a sign of life, and waits for it. Restarts nothing.
+    ///
+    /// Blocks for at most 200 ms. In synchronous mode it first waits up to 250 ms for its own answer in shared memory,
+    /// which makes at most 450 ms plus the time of the reads. The platform's time for publishing comes on top; in
+    /// asynchronous mode the library's lock is held for that time, and creations, getObjectById() and events wait.
+    ///
+    /// Call it on a thread of the application, never inside a callback: there it holds up the very event that it waits
+    /// for. In synchronous mode it is a synchronous request, of which only one may run at a time, and publishes a
+    /// neutral event first, as preload() does. If it is the first call of the library, it connects to the bus: see
+    /// requestZUVMediaProxy(). A program that loads the library with dlopen() looks it up as
+    /// "_ZN7velmora29ZUVMediaProxyManagerInterface20checkZUVServiceAliveEv".
+    ///
+    /// @return true if its own answer was found in shared memory, or if any "status" or successful "created" event
+    ///     arrived during the 200 ms. The library does not check which request such an event answers: it may belong to
+    ///     another request or to another application, and in rare cases the wait ends without any event. False means
+    ///     that there was none in time: the service is not running, hangs, or is too busy.
+    static bool checkZUVServiceAlive();
+
     /// Creates a remote media object and its proxy.
     ///
     /// Blocks until the service announces the object: a few milliseconds when the service is running. Without an answer
     /// it sends a new command every 200 ms, restarts the service once after 0.2 s, waits up to 500 ms for it, and gives
-    /// up when 2.0 s have passed since the restart. In all that is 2.3 s when no event arrives at all, and 2.6 s when
-    /// unrelated events keep waking it. In synchronous mode each command also waits for its own answer, which makes
-    /// 2.55 s and 2.9 s. The platform's time for publishing and for the start request comes on top.
+    /// up when 2.0 s have passed since the restart. In all that is 2.3 s when no event arrives, and at most 2.6 s when
+    /// unrelated events wake it. In synchronous mode each command also waits up to 250 ms for its own answer, which
+    /// makes 2.55 s and at most 3.1 s. The longest case: the first command is refused after 0.2 s, the wait after it
+    /// lasts 0.2 s, and the next command is not answered, so the restart comes after 0.65 s; a command ends exactly
+    /// 2.0 s after that; and another 0.2 s of waiting and 0.25 s for the last command follow. The platform's time for
+    /// publishing and for the start request comes on top.
+    ///
+    /// In asynchronous mode it gives up right after it has sent one more command, usually 2.1 s after the restart. If
+    /// the service creates an object for that command, the answer is left to the next creation, which may return it.
     ///
     /// @return the proxy, registered under its identifier; on failure a proxy whose id() is empty. The pointer itself
     ///     is empty only if the library could not be set up.

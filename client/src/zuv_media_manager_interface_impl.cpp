@@ -17,6 +17,10 @@ ZUVMediaProxyManagerInterface* ZUVMediaProxyManagerInterface::getInstance() {
     return instance;
 }
 
+bool ZUVMediaProxyManagerInterface::checkZUVServiceAlive() {
+    return ZUVMediaProxyManager::getInstance()->checkZUVServiceAlive();
+}
+
 ZUVMediaProxyManagerInterfaceImpl::ZUVMediaProxyManagerInterfaceImpl() : m_impl(ZUVMediaProxyManager::getInstance()) {
     if (m_impl == nullptr)
         ZUV_LOG(kFailure, "Fail to get ZUVMediaProxyManager.\n");

@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 #include <utility>
 
 // THREADS AND LOCKS
@@ -57,8 +58,9 @@ constexpr std::chrono::milliseconds kRestartWait{500};
 constexpr std::chrono::milliseconds kAttemptWait{200};
 constexpr std::chrono::milliseconds kAliveWait{200};
 
-constexpr useconds_t kMemorySleepMicroseconds = 1000000;
-constexpr useconds_t kRestartSleepMicroseconds = 800000;
+// Slept with sleep_for(), which goes on after a signal of the application has interrupted it; usleep() does not.
+constexpr std::chrono::milliseconds kMemorySleep{1000};
+constexpr std::chrono::milliseconds kRestartSleep{800};
 
 /// Returns false if `timeout` passed first. Any wake-up counts, even a spurious one or one for another event.
 bool wokenWithin(std::chrono::milliseconds timeout, std::condition_variable& condition,
@@ -342,7 +344,7 @@ int ZUVMediaProxyManager::waitRequestRemoteObjectCompleted(std::string id, std::
     std::string eventName = parameterAt(event, EventField::Name);
     int elapsed = 0;
     while (eventId != id || eventName != name) {
-        usleep(kPollMilliseconds * 1000);
+        std::this_thread::sleep_for(std::chrono::milliseconds(kPollMilliseconds));
         elapsed += kPollMilliseconds;
         event = readZUVEventMemory();
         eventId = parameterAt(event, EventField::SessionId);
@@ -592,10 +594,10 @@ std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::createNewZUVMediaProx
         ZUV_LOG(kFailure, "service not work,  restart zuv service.\n");
         forgetAnnouncedIds();
         requestStartZUVService();
-        usleep(kMemorySleepMicroseconds);
+        std::this_thread::sleep_for(kMemorySleep);
     }
     if (checkZUVEventMemory() == -1) {
-        usleep(kMemorySleepMicroseconds);
+        std::this_thread::sleep_for(kMemorySleep);
         checkZUVEventMemory();
     }
     std::string sessionId = getNextSessionId();
@@ -603,7 +605,7 @@ std::shared_ptr<ZUVMediaProxyObject> ZUVMediaProxyManager::createNewZUVMediaProx
         forgetAnnouncedIds();
         ZUV_LOG(kFailure, "Wait response timeout for id:%s, restart zuv service.\n", sessionId.c_str());
         requestStartZUVService();
-        usleep(kRestartSleepMicroseconds);
+        std::this_thread::sleep_for(kRestartSleep);
     }
     // Sent again on purpose, whatever the first request returned: services in the field expect the repetition.
     if (requestCreateRemoteObjectSync(sessionId) == -1) {

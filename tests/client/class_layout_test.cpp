@@ -74,6 +74,7 @@ static_assert(std::is_same_v<ZUVCallback, void (*)(std::string, std::string, std
 static_assert(std::is_same_v<decltype(&requestZUVMediaProxy), ZUVMediaProxyManagerInterface* (*)()>);
 static_assert(
     std::is_same_v<decltype(&ZUVMediaProxyManagerInterface::getInstance), ZUVMediaProxyManagerInterface* (*)()>);
+static_assert(std::is_same_v<decltype(&ZUVMediaProxyManagerInterface::checkZUVServiceAlive), bool (*)()>);
 static_assert(std::is_same_v<decltype(&ZUVMediaProxyInterface::create), Proxy (*)()>);
 static_assert(std::is_same_v<decltype(&ZUVMediaProxyInterface::getObjectById), Proxy (*)(std::string)>);
 static_assert(std::is_same_v<decltype(&ZUVMediaProxyManager::getInstance), ZUVMediaProxyManager* (*)()>);

@@ -245,7 +245,7 @@ int __wrap_shm_open(const char*, int, mode_t) {
     return -1;
 }
 
-int __wrap_usleep(useconds_t) {
+int __wrap_nanosleep(const timespec*, timespec*) {
     return 0;
 }
 

@@ -286,6 +286,30 @@ TEST_F(EntryInterface, KnownIdentifierGivesTheRegisteredObject) {
     EXPECT_JOURNAL();
 }
 
+// The static of the manager interface.
+
+TEST_F(EntryInterface, LivenessCheckGoesStraightToTheManager) {
+    readyInterface();
+
+    EXPECT_FALSE(ZUVMediaProxyManagerInterface::checkZUVServiceAlive());
+
+    EXPECT_EQ(journal().lines().front(), managerLog(4000, "checkZUVServiceAlive", "Enter \n"));
+    EXPECT_EQ(bus().commandCount("inspect"), 1);
+    EXPECT_EQ(journal().lines().back(), managerLog(4000, "checkZUVServiceAlive", "wait  timeout.\n"));
+}
+
+TEST_F(EntryInterface, LivenessCheckReturnsTheManagersResult) {
+    virtualTime().after(milliseconds(50), [] { bus().deliver({"status", "200", "session", ""}); });
+
+    EXPECT_TRUE(ZUVMediaProxyManagerInterface::checkZUVServiceAlive());
+}
+
+TEST_F(EntryInterface, LivenessCheckMakesTheManagerWhenThereIsNone) {
+    ZUVMediaProxyManagerInterface::checkZUVServiceAlive();
+
+    EXPECT_EQ(journal().count(busLine("connection made")), 1u);
+}
+
 TEST_F(EntryInterface, ProxyIsDestroyedWholeThroughItsInterface) {
     // Longer than a string keeps in itself, so that the leak check sees a destructor that did not run.
     const std::string id(100, 'x');

@@ -135,6 +135,22 @@ TEST_P(FailingRepeatedCheck, OfACreationIsMadeAThirdTimeWithoutARestart) {
 INSTANTIATE_TEST_SUITE_P(Calls, FailingRepeatedCheck, ::testing::Values(openFails, resizeFails, mapGivesNull),
                          caseName);
 
+// Sleeps, in the synchronous creation that takes longest: three for the missing region and the restart, and five for
+// each of the three commands.
+
+class InterruptedSleep : public Creation, public ::testing::WithParamInterface<int> {};
+
+TEST_P(InterruptedSleep, LastsItsFullTime) {
+    failNth(Call::Sleep, GetParam());
+
+    EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "");
+
+    EXPECT_TRUE(stopFailing(Call::Sleep));
+    EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(3550));
+}
+
+INSTANTIATE_TEST_SUITE_P(NthOfEighteen, InterruptedSleep, ::testing::Range(1, 19));
+
 // The clock, in the playback commands.
 
 class FailingRequestTime : public EveryOperation {

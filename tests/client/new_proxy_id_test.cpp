@@ -76,6 +76,32 @@ TEST_F(NewProxyId, IsEmptyAfterTenUnansweredCommandsAndOneRestart) {
     EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(2310));
 }
 
+TEST_F(NewProxyId, SendsItsLastCommandTwoSecondsAndATenthAfterTheRestart) {
+    letPublishesTakeAMillisecond();
+    nanoseconds restart{};
+    nanoseconds last{};
+    bus().onStartService = [&] { restart = virtualTime().now(); };
+    bus().onEveryCommand("create", [&](const Strings&) { last = virtualTime().now(); });
+
+    manager.createNewProxyId();
+
+    EXPECT_EQ(std::chrono::round<milliseconds>(last - restart), milliseconds(2108)); // eight publishes of 1 ms
+    EXPECT_EQ(virtualTime().now(), last);
+}
+
+// The first attempt is woken, so that one begins exactly at the restart's threshold and waits in vain; so is the third,
+// so that one begins exactly at the total limit.
+TEST_F(NewProxyId, LastsTwoSecondsAndSixTenthsAtMost) {
+    virtualTime().set(nanoseconds(0));
+    wakeWithStatus(milliseconds(100));
+    wakeWithStatus(milliseconds(200));
+    wakeWithStatus(milliseconds(1200));
+
+    EXPECT_EQ(manager.createNewProxyId(), "");
+
+    EXPECT_EQ(virtualTime().now(), milliseconds(2600));
+}
+
 TEST_F(NewProxyId, SendsAndRestartsWithTheLockHeld) {
     bool held = true;
     bus().onPublish = [&](const std::string&, const Strings&) {
@@ -434,6 +460,14 @@ TEST_F(NewProxyId, ReleasesTheLockWhenThePublishThrows) {
 class NewProxyIdInSynchronousMode : public NewProxyId {
 protected:
     NewProxyIdInSynchronousMode() { enterSynchronousMode(); }
+    /// The nth "create" is refused this long after it was sent.
+    static void refuseInMemory(int nth, nanoseconds delay) {
+        bus().onCommand("create", nth, [delay](const Strings& command) {
+            virtualTime().after(delay, [session = command[2]] {
+                eventRegion().writeEvent({"created", "500", session, ""});
+            });
+        });
+    }
     static std::vector<std::string> unansweredAttempt(int nth) {
         return joined({{attemptEntered()}, unansweredSyncCreate(attemptSession(nth))});
     }
@@ -543,6 +577,20 @@ TEST_F(NewProxyIdInSynchronousMode, GivesUpAfterFiveUnansweredCommandsAndOneRest
                                  unansweredAttempt(5),
                                  {givingUp(5), resultIs("")}}));
     EXPECT_EQ(virtualTime().now(), kTimeAtBeginning + milliseconds(2550));
+}
+
+// The service refuses the first command exactly at the restart's threshold, and later ones such that a command fails
+// exactly at the total limit.
+TEST_F(NewProxyIdInSynchronousMode, LastsThreeSecondsAndATenthAtMost) {
+    virtualTime().set(nanoseconds(0));
+    refuseInMemory(1, milliseconds(200));
+    for (const int nth : {3, 4, 5})
+        refuseInMemory(nth, milliseconds(150));
+
+    EXPECT_EQ(manager.createNewProxyId(), "");
+
+    EXPECT_EQ(journal().count(busLine("start service")), 1u);
+    EXPECT_EQ(virtualTime().now(), milliseconds(3100));
 }
 
 TEST_F(NewProxyIdInSynchronousMode, DoesNotTakeAnEarlierIdentifierForTheAnswer) {

@@ -667,6 +667,45 @@ TEST_F(Sequences, PreloadedPlay) {
     EXPECT_EQ(journal().linesOf("callback").size(), 2u);
 }
 
+// What the public header says a callback does not say.
+
+TEST_F(Sequences, LateAnswerToAStoppedStartTakesTheCallbackOfTheNextOne) {
+    object->start("A", 1);
+    object->stop();
+    object->start("B", 1);
+    bus().deliver({"started", "200", "", "movie", "", "", "local A", "", "", "main_video"});
+    bus().deliver({"started", "200", "", "movie", "", "", "local B", "", "", "main_video"});
+
+    EXPECT_EQ(journal().linesOf("callback"), Strings{calledBack("main", "movie", "url", "local A")});
+    EXPECT_EQ(object->localURL(), "local B");
+}
+
+TEST_F(Sequences, AdvertisementThatStartsBeforeItsFilmTakesTheFilmsCallback) {
+    object->start("film", 1);
+    object->startAd("advertisement", 1);
+    bus().deliver(started("movie", "advertisement"));
+    bus().deliver(started("movie", "main_video"));
+
+    EXPECT_EQ(journal().linesOf("callback"), Strings{calledBack("ad", "movie", "url", "local")});
+    EXPECT_EQ(object->localURL(), "local");
+}
+
+TEST_F(Sequences, PreloadedPlayBeginsWithTheDefinitionsOfTheTitleBefore) {
+    object->start("url", 1);
+    bus().deliver({"definition", "200", "", "movie", "", "", "", "earlier"});
+    object->stop();
+    object->preload(0.0, "next", "", "");
+    bus().deliver(started("movie", "main_video"));
+    journal().clear();
+
+    object->start("", 0);
+    bus().deliver({"definition", "200", "", "movie", "", "", "", "new"});
+
+    EXPECT_EQ(journal().linesOf("callback"), (Strings{calledBack("main", "movie", "url", "local"),
+                                                      calledBack("main", "movie", "definitions", "earlier"),
+                                                      calledBack("main", "movie", "definitions", "new")}));
+}
+
 TEST_F(Sequences, SynchronousStartOfTheMainVideoCallsBackOnce) {
     enterSynchronousMode();
     answerInMemory("start", started("movie", "main_video"));

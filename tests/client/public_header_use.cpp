@@ -7,6 +7,8 @@ void useEverything(velmora::ZUVCallback callback) {
     manager = velmora::ZUVMediaProxyManagerInterface::getInstance();
     manager->setZUVCallback(callback);
     manager->setZUVAdCallback(nullptr);
+    if (!velmora::ZUVMediaProxyManagerInterface::checkZUVServiceAlive())
+        return;
     std::shared_ptr<velmora::ZUVMediaProxyInterface> proxy = manager->createNewZUVMediaProxy();
     proxy = manager->createNewZUVMediaProxy("id");
     proxy = manager->createNewZUVMediaProxySync();

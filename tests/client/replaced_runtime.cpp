@@ -153,7 +153,7 @@ nanoseconds asNanoseconds(const timespec& time) {
 extern "C" {
 
 int __real_clock_gettime(clockid_t clock, timespec* time);
-int __real_usleep(useconds_t duration);
+int __real_nanosleep(const timespec* duration, timespec* remaining);
 int __real_pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,
                                   const timespec* deadline);
 
@@ -169,13 +169,19 @@ int __wrap_clock_gettime(clockid_t clock, timespec* time) {
     return 0;
 }
 
-int __wrap_usleep(useconds_t duration) {
+int __wrap_nanosleep(const timespec* duration, timespec* remaining) {
     if (!virtualTime().isRunning())
-        return __real_usleep(duration);
+        return __real_nanosleep(duration, remaining);
+    const bool interrupted = isToFail(Call::Sleep);
     const OwnWork work;
-    journal().add(slept(std::chrono::microseconds(duration)));
-    virtualTime().sleep(std::chrono::microseconds(duration));
-    return 0;
+    const nanoseconds time = asNanoseconds(*duration) / (interrupted ? 2 : 1);
+    journal().add(slept(std::chrono::duration_cast<microseconds>(time)));
+    virtualTime().sleep(time);
+    if (!interrupted)
+        return 0;
+    *remaining = asTimespec(asNanoseconds(*duration) - time);
+    errno = EINTR;
+    return -1;
 }
 
 int __wrap_pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,

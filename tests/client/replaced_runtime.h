@@ -23,12 +23,13 @@ enum class Call {
     UuidBuffer,      ///< the malloc of a UUID's text: null
     Lock,            ///< the lock of any mutex: std::system_error
     ReadClock,       ///< clock_gettime of the monotonic clock: -1
+    Sleep,           ///< nanosleep: -1, interrupted by a signal when half the time has passed
     OpenRegion,      ///< shm_open: -1
     ResizeRegion,    ///< ftruncate: -1
     MapRegion,       ///< mmap: MAP_FAILED
     MapRegionToNull, ///< mmap: null
 };
-inline constexpr int kCallKinds = 8;
+inline constexpr int kCallKinds = 9;
 
 /// Makes the nth call of this kind fail, counted from 1 at this moment, and no other.
 void failNth(Call call, int nth);
@@ -43,7 +44,7 @@ bool stopFailing(Call call);
 bool isToFail(Call call);
 
 // ---- Virtual time: it stands still unless a test, a sleep or a timed wait advances it, so that no test waits for real
-// time. Replaces clock_gettime, usleep, std::chrono::steady_clock::now, and the timed wait and notify_all of
+// time. Replaces clock_gettime, nanosleep, std::chrono::steady_clock::now, and the timed wait and notify_all of
 // std::condition_variable; before begin() and after end() the real functions run.
 
 using std::chrono::microseconds;

@@ -60,6 +60,19 @@ TEST(SharedObject, CreatesAnObjectThatTheServiceAnnounces) {
     EXPECT_EQ(proxy->id(), "movie");
 }
 
+TEST(SharedObject, ChecksWhetherTheServiceIsAlive) {
+    const Library library;
+    std::thread service;
+    bus().onCommand("inspect", 1, [&](const Strings& command) {
+        service = std::thread([session = command[2]] { bus().deliver({"status", "200", session, ""}); });
+    });
+    const auto check = library.symbol<bool()>("_ZN7velmora29ZUVMediaProxyManagerInterface20checkZUVServiceAliveEv");
+
+    EXPECT_TRUE(check());
+
+    service.join();
+}
+
 TEST(SharedObject, LogsThroughThePlatform) {
     const Library library;
 
@@ -146,6 +159,7 @@ TEST(SharedObject, ExportsItsPublicSymbolsAlone) {
     exported.erase("_ZTVN7velmora29ZUVMediaProxyManagerInterfaceE");
 
     EXPECT_EQ(exported, (Lines{"requestZUVMediaProxy", "_ZN7velmora29ZUVMediaProxyManagerInterface11getInstanceEv",
+                               "_ZN7velmora29ZUVMediaProxyManagerInterface20checkZUVServiceAliveEv",
                                "_ZN7velmora22ZUVMediaProxyInterface6createEv",
                                "_ZN7velmora22ZUVMediaProxyInterface13getObjectByIdE"
                                "NSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE",

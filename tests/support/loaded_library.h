@@ -24,10 +24,16 @@ public:
 
     /// What its entry point gives.
     ZUVMediaProxyManagerInterface* manager() const {
-        void* const symbol = dlsym(m_handle, "requestZUVMediaProxy");
-        if (symbol == nullptr)
+        return symbol<decltype(requestZUVMediaProxy)>("requestZUVMediaProxy")();
+    }
+
+    /// An exported function.
+    template <typename Function>
+    Function* symbol(const char* name) const {
+        void* const address = dlsym(m_handle, name);
+        if (address == nullptr)
             throw std::runtime_error(dlerror());
-        return reinterpret_cast<decltype(&requestZUVMediaProxy)>(symbol)();
+        return reinterpret_cast<Function*>(address);
     }
 
 private:
