@@ -23,16 +23,27 @@ function(zuv_check_package package)
         -P ${CMAKE_CURRENT_SOURCE_DIR}/check_dependencies.cmake)
 endfunction()
 
+# Names of libraries' packages differ between Debian 12 and 13.
 set(same_version "${library_package} \\(= ${PROJECT_VERSION}\\)")
 zuv_check_package(${library_package}
     FILES ${runtime_files}
-    NEEDS libc6 libjsoncpp25 libspdlog1.10-fmt9 libstdc\\+\\+6 libsystemd0 libuuid1)
+    NEEDS libc6 libjsoncpp[0-9]+ libspdlog1\\.[0-9]+-fmt[0-9]+ libstdc\\+\\+6 libsystemd0 "libuuid1(t64)?")
 zuv_check_package(libzuv-media-proxy-dev
     FILES ${development_files}
     NEEDS ${same_version})
+# The names that clients ask the bus to start.
+file(STRINGS ${PROJECT_SOURCE_DIR}/desktop/bus/topic_message.h bus_names REGEX " k(Service|Keeper)Name = ")
+list(TRANSFORM bus_names REPLACE ".*\"(.*)\".*" "\\1")
+set(activation_files ${bus_names})
+list(TRANSFORM activation_files PREPEND share/dbus-1/services/)
+list(TRANSFORM activation_files APPEND .service)
+list(TRANSFORM manual_pages APPEND .gz)
 zuv_check_package(zuv-desktop
-    FILES ${desktop_files}
-    NEEDS ${same_version} dbus-daemon gstreamer1.0-plugins-base gstreamer1.0-plugins-good libgstreamer1.0-0)
+    FILES ${desktop_files} ${manual_pages} ${activation_files}
+    NEEDS ${same_version} dbus-daemon gstreamer1.0-plugins-base gstreamer1.0-plugins-good "libgstreamer1.0-0(t64)?")
+zuv_package_test(session_bus_finds_the_programs COMMAND ${CMAKE_COMMAND}
+    -DTREE=${packages}/zuv-desktop "-DNAMES=${bus_names}"
+    -P ${CMAKE_CURRENT_SOURCE_DIR}/check_activation.cmake)
 
 # All three in one place.
 set(program ${PROJECT_SOURCE_DIR}/examples/minimal/main.cpp)
