@@ -1,15 +1,21 @@
 # Run by CPack before it makes the packages: what belongs into Debian's packages, but not into an installation that can
 # be moved to another folder.
-function(add_copyright package tree)
-    file(COPY ${CPACK_ZUV_PACKAGING}/copyright DESTINATION ${tree}/share/doc/${package})
+# Without the time of compression, equal files make equal packages.
+function(compress)
+    if(ARGN)
+        execute_process(COMMAND gzip --best --no-name ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
+    endif()
 endfunction()
 
-# Debian compresses manual pages; without the time of compression, equal pages make equal packages.
+function(add_documents package tree)
+    set(folder ${tree}/share/doc/${package})
+    file(COPY ${CPACK_ZUV_PACKAGING}/copyright ${CPACK_ZUV_PACKAGING}/changelog DESTINATION ${folder})
+    compress(${folder}/changelog)
+endfunction()
+
 function(compress_manual_pages tree)
     file(GLOB pages ${tree}/share/man/man1/*.1)
-    if(pages)
-        execute_process(COMMAND gzip --best --no-name ${pages} COMMAND_ERROR_IS_FATAL ANY)
-    endif()
+    compress(${pages})
 endfunction()
 
 # The session bus starts programs by absolute paths.
@@ -21,7 +27,7 @@ endfunction()
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     string(TOUPPER ${component} upper)
     set(tree ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/${component}/usr)
-    add_copyright(${CPACK_DEBIAN_${upper}_PACKAGE_NAME} ${tree})
+    add_documents(${CPACK_DEBIAN_${upper}_PACKAGE_NAME} ${tree})
     compress_manual_pages(${tree})
     if(component STREQUAL desktop)
         add_bus_activation(${tree})

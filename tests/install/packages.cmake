@@ -11,15 +11,16 @@ function(zuv_package_test name)
     set_tests_properties(package.${name} PROPERTIES LABELS package FIXTURES_REQUIRED packages)
 endfunction()
 
-# What a package holds, and what it asks for: PACKAGE FILES ... NEEDS ...
+# What a package holds, and what it asks for: PACKAGE FILES ... NEEDS ... [RECOMMENDS ...]
 function(zuv_check_package package)
-    cmake_parse_arguments(PARSE_ARGV 1 package "" "" "FILES;NEEDS")
-    list(APPEND package_FILES share/doc/${package}/copyright)
+    cmake_parse_arguments(PARSE_ARGV 1 package "" "" "FILES;NEEDS;RECOMMENDS")
+    list(APPEND package_FILES share/doc/${package}/changelog.gz share/doc/${package}/copyright)
     zuv_compare_files(compare ${package} ${packages}/${package}/usr ${package_FILES})
     zuv_package_test(${package}_has_its_files COMMAND ${compare})
     list(JOIN package_NEEDS "," needs)
+    list(JOIN package_RECOMMENDS "," recommends)
     zuv_package_test(${package}_asks_for_what_it_needs COMMAND ${CMAKE_COMMAND}
-        -DPACKAGES=${packages} -DPACKAGE=${package} "-DNEEDS=${needs}"
+        -DPACKAGES=${packages} -DPACKAGE=${package} "-DDEPENDS=${needs}" "-DRECOMMENDS=${recommends}"
         -P ${CMAKE_CURRENT_SOURCE_DIR}/check_dependencies.cmake)
 endfunction()
 
@@ -40,7 +41,8 @@ list(TRANSFORM activation_files APPEND .service)
 list(TRANSFORM manual_pages APPEND .gz)
 zuv_check_package(zuv-desktop
     FILES ${desktop_files} ${manual_pages} ${activation_files}
-    NEEDS ${same_version} dbus-daemon gstreamer1.0-plugins-base gstreamer1.0-plugins-good "libgstreamer1.0-0(t64)?")
+    NEEDS ${same_version} dbus-daemon gstreamer1.0-plugins-base gstreamer1.0-plugins-good "libgstreamer1.0-0(t64)?"
+    RECOMMENDS gstreamer1.0-libav gstreamer1.0-plugins-bad gstreamer1.0-tools)
 zuv_package_test(session_bus_finds_the_programs COMMAND ${CMAKE_COMMAND}
     -DTREE=${packages}/zuv-desktop "-DNAMES=${bus_names}"
     -P ${CMAKE_CURRENT_SOURCE_DIR}/check_activation.cmake)
@@ -50,3 +52,8 @@ set(program ${PROJECT_SOURCE_DIR}/examples/minimal/main.cpp)
 zuv_package_test(readme_example_plays COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/compile_and_play.sh
     ${packages}/all/usr ${CMAKE_INSTALL_LIBDIR} ${program} ${ZUV_TEST_MEDIA_DIR}/clip.webm
     ${CMAKE_CXX_COMPILER} "${CMAKE_CXX_FLAGS}")
+
+add_test(NAME package.changelog_tells_of_this_version
+    COMMAND grep -Fx "zuv-media-proxy (${PROJECT_VERSION}) unstable$<SEMICOLON> urgency=medium"
+        ${PROJECT_SOURCE_DIR}/packaging/changelog)
+set_tests_properties(package.changelog_tells_of_this_version PROPERTIES LABELS package)
