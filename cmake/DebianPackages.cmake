@@ -5,7 +5,8 @@
 #   libzuv-media-proxyN    runtime: both libraries. The desktop platform's is included, because the client's cannot be
 #                          loaded without it and both always come from one build.
 #   libzuv-media-proxy-dev development
-#   zuv-desktop            the desktop platform's programs, if this build has them
+#   zuv-desktop            the desktop platform's programs, if this build has them, and what the session bus needs to
+#                          start them
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zuv-media-proxy)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -26,8 +27,8 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
-set(CPACK_ZUV_COPYRIGHT ${PROJECT_SOURCE_DIR}/packaging/copyright)
-set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/add_documents.cmake)
+set(CPACK_ZUV_PACKAGING ${PROJECT_SOURCE_DIR}/packaging)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/add_debian_files.cmake)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libzuv-media-proxy${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
@@ -50,15 +51,22 @@ set(CPACK_DEBIAN_DESKTOP_PACKAGE_NAME zuv-desktop)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_DEPENDS
     "dbus-daemon, gstreamer1.0-plugins-base, gstreamer1.0-plugins-good")
-set(CPACK_DEBIAN_DESKTOP_PACKAGE_SUGGESTS libzuv-media-proxy-dev)
+# zuv-make-clip runs gst-launch-1.0. libav and the bad plugins decode H.264 and AAC, and read HLS and DASH.
+set(CPACK_DEBIAN_DESKTOP_PACKAGE_RECOMMENDS "gstreamer1.0-libav, gstreamer1.0-plugins-bad, gstreamer1.0-tools")
+set(CPACK_DEBIAN_DESKTOP_PACKAGE_SUGGESTS
+    "gstreamer1.0-plugins-base-apps, gstreamer1.0-plugins-ugly, libzuv-media-proxy-dev")
 set(CPACK_COMPONENT_DESKTOP_DEPENDS runtime)
 set(CPACK_COMPONENT_DESKTOP_DESCRIPTION
     "Desktop platform of the media proxy client
 What stands in for the device on a development machine: a launcher that runs
-any command with a bus and a media service around it, and two players.")
+any command with a bus and a media service around it, two players, and a
+maker of clips. On a session bus, the media service starts when it is first
+needed.")
 
 if(NOT CMAKE_CROSSCOMPILING)
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+    # zuv-player is linked with the desktop platform's library, which is in another of these packages.
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 elseif(CMAKE_LIBRARY_ARCHITECTURE STREQUAL arm-linux-gnueabihf)
     # The target's packages were unpacked, not installed, so dpkg cannot tell which package has a library. A test
     # compares this list with what the libraries need.

@@ -3,7 +3,8 @@
 #                (with ZUV_PLATFORM_DIR the platform's library is not installed: it belongs to the SDK)
 #   development  what building a program needs: headers, the link to the library, the packages for CMake and pkg-config,
 #                documents
-#   desktop      the desktop platform's programs, the examples, and the link to the desktop platform's library
+#   desktop      the desktop platform's programs, the examples, the maker of clips, their manual pages, and the link to
+#                the desktop platform's library
 include(CMakePackageConfigHelpers)
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/zuv_media_proxy)
@@ -34,3 +35,9 @@ endif()
 install(FILES LICENSE CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
     FILES_MATCHING PATTERN "*.md")
+
+if(TARGET zuv-desktop)
+    install(PROGRAMS scripts/make-clip RENAME zuv-make-clip
+        DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT desktop)
+    install(DIRECTORY packaging/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT desktop)
+endif()

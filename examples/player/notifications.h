@@ -1,4 +1,4 @@
-// The library's callbacks, which put their notifications into a queue for the player's thread.
+// What the player's thread is told: the library's callbacks, and the answers on the bus, in one queue.
 #ifndef ZUV_EXAMPLES_PLAYER_NOTIFICATIONS_H
 #define ZUV_EXAMPLES_PLAYER_NOTIFICATIONS_H
 
@@ -18,8 +18,8 @@ struct Notification {
     Timeline::Clock::time_point when;
     Medium medium;
     std::string proxyId;
-    std::string changed; ///< "url" or "definitions"
-    std::string value;
+    std::string changed; ///< "url" or "definitions" by a callback; "seeked", "stopped" or "failed" by an answer
+    std::string value;   ///< of a failure: the code and the detail
 };
 
 /// A queue between the callbacks, whichever threads they run on, and one reader.
@@ -35,12 +35,12 @@ public:
     /// The queue of the process. It is never destroyed, because callbacks may run until the process has ended.
     static NotificationQueue& instance();
 
+    void append(Notification notification);
+
     /// Takes the oldest notification; waits for one until `deadline`, and returns none if there is none by then.
     std::optional<Notification> take(Timeline::Clock::time_point deadline);
 
 private:
-    void append(Notification notification);
-
     std::mutex m_mutex; // guards m_notifications
     std::condition_variable m_arrived;
     std::deque<Notification> m_notifications;

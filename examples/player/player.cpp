@@ -1,35 +1,23 @@
 #include "player.h"
 
 #include "media_comparison.h"
+#include "viewer.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
 using velmora::ZUVMediaProxyInterface;
 using velmora::ZUVMediaProxyManagerInterface;
-namespace State = velmora::ZUVMediaProxyState;
 
 namespace {
 
-// A medium on a slow network may take a second. If a medium cannot be played, there is no notification at all.
+// A medium on a slow network may take a second. A service that hangs does not answer at all.
 constexpr std::chrono::seconds kAnswerLimit{5};
 constexpr std::chrono::milliseconds kPlayAWhile{500}; // definitions follow a start after 400 ms
 constexpr std::chrono::milliseconds kPollInterval{5};
-
-std::string stateName(int state) {
-    switch (state) {
-    case State::Idle:
-        return "Idle";
-    case State::Starting:
-        return "Starting";
-    default:
-        return "Started";
-    }
-}
 
 const char* nameOf(Notification::Medium medium) {
     return medium == Notification::Medium::MainVideo ? "main video" : "advertisement";
@@ -48,13 +36,13 @@ Player::Player(ZUVMediaProxyManagerInterface& manager, const Timeline& timeline,
     : m_timeline(timeline) {
     manager.setZUVCallback(&NotificationQueue::onMainVideoChanged);
     manager.setZUVAdCallback(&NotificationQueue::onAdvertisementChanged);
-    say(synchronous ? "creates a proxy, synchronously" : "creates a proxy");
+    note(synchronous ? "creates a proxy, synchronously" : "creates a proxy");
     m_proxy = createProxy(manager, synchronous);
-    m_timeline.show("library", "proxy " + m_proxy->id());
+    m_timeline.show("the media service has created " + m_proxy->id());
 }
 
 void Player::play(const Programme& programme) {
-    playMainVideo(programme.mainVideo);
+    playMainVideo(programme.mainVideo, programme.viewer);
     playAdvertisement(programme.advertisement);
     seek(programme.seekSeconds);
     stop();
@@ -63,56 +51,64 @@ void Player::play(const Programme& programme) {
     stop();
 }
 
-void Player::playMainVideo(const std::string& medium) {
-    say("starts the main video " + medium);
+void Player::playMainVideo(const std::string& medium, const std::string& viewer) {
+    note("starts the main video " + medium);
     m_proxy->start(medium, 1);
     const Notification url = awaitNotification(Notification::Medium::MainVideo, "url", medium);
-    verify(url.value, medium);
+    verify("main video", url.value, medium);
     awaitNotification(Notification::Medium::MainVideo, "definitions", medium);
+    if (viewer.empty())
+        return;
+    m_timeline.show("main video: shown by " + viewer);
+    view(viewer, url.value);
 }
 
 void Player::playAdvertisement(const std::string& medium) {
-    say("advertisement break: starts " + medium);
+    note("advertisement break: starts " + medium);
     m_proxy->startAd(medium, 1);
     const Notification url = awaitNotification(Notification::Medium::Advertisement, "url", medium);
-    verify(url.value, medium);
+    verify("advertisement", url.value, medium);
     playAWhile();
+    note("stops the advertisement");
     m_proxy->stopAd();
-    say("stopped the advertisement");
+    awaitNotification(Notification::Medium::Advertisement, "stopped", medium);
 }
 
 void Player::seek(double seconds) {
     char position[32];
-    std::snprintf(position, sizeof position, "%.3f", seconds);
-    say(std::string("seeks the main video to ") + position + " s");
+    std::snprintf(position, sizeof position, "%.3f s", seconds);
+    note(std::string("seeks the main video to ") + position);
     m_proxy->seek(seconds, "");
+    awaitNotification(Notification::Medium::MainVideo, "seeked", position);
+    m_timeline.show(std::string("main video: sought to ") + position);
     playAWhile();
 }
 
 void Player::stop() {
+    note("stops the main video");
     m_proxy->stop();
-    say("stopped the main video; state " + stateName(m_proxy->getState()));
+    awaitNotification(Notification::Medium::MainVideo, "stopped", "the main video");
 }
 
 // The answer to a preload makes no callback; it only sets the local URL.
 void Player::preload(const std::string& medium) {
-    say("preloads the next title " + medium);
+    note("preloads the next title " + medium);
     m_proxy->preload(0.0, medium, "", "");
     const auto deadline = Timeline::Clock::now() + kAnswerLimit;
     while (m_proxy->localURL().empty()) {
         if (Timeline::Clock::now() > deadline)
-            throw std::runtime_error("no answer to the preload of " + medium + "; the log above has the reason");
-        std::this_thread::sleep_for(kPollInterval);
+            throw std::runtime_error("no answer to the preload of " + medium + " from the media service");
+        noteNextNotification(Timeline::Clock::now() + kPollInterval);
     }
-    m_timeline.show("service", "preloaded; local URL " + m_proxy->localURL());
+    m_timeline.show("next title: preloaded, not started");
 }
 
 void Player::startPreloaded(const std::string& medium) {
-    say("starts what was preloaded (option 0)");
+    note("starts what was preloaded (option 0)");
     m_proxy->start("", 0);
     const Notification url = awaitNotification(Notification::Medium::MainVideo, "url", medium);
     awaitNotification(Notification::Medium::MainVideo, "definitions", medium);
-    verify(url.value, medium);
+    verify("next title", url.value, medium);
     playAWhile();
 }
 
@@ -123,43 +119,45 @@ Notification Player::awaitNotification(Notification::Medium medium, const std::s
                notification.changed == changed;
     };
     const auto deadline = Timeline::Clock::now() + kAnswerLimit;
-    auto notification = std::find_if(m_shown.begin(), m_shown.end(), isAwaited);
-    while (notification == m_shown.end()) {
-        if (!showNextNotification(deadline))
-            throw std::runtime_error("no " + changed + " for " + subject +
-                                     ": the service could not play it; the log above has the reason");
-        notification = std::find_if(m_shown.begin(), m_shown.end(), isAwaited);
+    auto notification = std::find_if(m_noted.begin(), m_noted.end(), isAwaited);
+    while (notification == m_noted.end()) {
+        if (!noteNextNotification(deadline))
+            throw std::runtime_error("no " + changed + " for " + subject + ": the media service does not answer");
+        notification = std::find_if(m_noted.begin(), m_noted.end(), isAwaited);
     }
     Notification awaited = std::move(*notification);
-    m_shown.erase(notification);
+    m_noted.erase(notification);
     return awaited;
 }
 
-bool Player::showNextNotification(Timeline::Clock::time_point deadline) {
+bool Player::noteNextNotification(Timeline::Clock::time_point deadline) {
     auto notification = NotificationQueue::instance().take(deadline);
     if (!notification)
         return false;
-    m_timeline.show(notification->when, "service",
-                    std::string(nameOf(notification->medium)) + ": " + notification->changed + " " +
-                        notification->value);
-    m_shown.push_back(std::move(*notification));
+    const std::string what = std::string(nameOf(notification->medium)) + ": " + notification->changed +
+                             (notification->value.empty() ? "" : " " + notification->value);
+    m_timeline.note(notification->when, "service", what);
+    if (notification->changed == "failed" && m_proxy && notification->proxyId == m_proxy->id())
+        throw std::runtime_error(what);
+    m_noted.push_back(std::move(*notification));
     return true;
 }
 
 void Player::playAWhile() {
     const auto end = Timeline::Clock::now() + kPlayAWhile;
-    while (showNextNotification(end)) {
+    while (noteNextNotification(end)) {
     }
 }
 
-void Player::say(const std::string& what) {
+void Player::note(const std::string& what) {
     const auto now = Timeline::Clock::now();
-    while (showNextNotification(now)) {
+    while (noteNextNotification(now)) {
     }
-    m_timeline.show(now, "player", what);
+    m_timeline.note(now, "player", what);
 }
 
-void Player::verify(const std::string& localUrl, const std::string& medium) {
+void Player::verify(const std::string& name, const std::string& localUrl, const std::string& medium) {
     const std::uint64_t bytes = fetchAndCompare(localUrl, medium);
-    say("fetched " + std::to_string(bytes) + " bytes from the local URL: the medium's own");
+    m_timeline.show(name + ": fetched " + std::to_string(bytes) +
+                    " bytes from its local URL, all of them the medium's");
 }

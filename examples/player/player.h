@@ -2,6 +2,7 @@
 #ifndef ZUV_EXAMPLES_PLAYER_PLAYER_H
 #define ZUV_EXAMPLES_PLAYER_PLAYER_H
 
+#include "answers.h"
 #include "notifications.h"
 #include "timeline.h"
 #include "zuv_media_proxy.h"
@@ -11,48 +12,51 @@
 #include <string>
 
 struct Programme {
-    std::string mainVideo; ///< the absolute path of a file, or an http URL; likewise the next two
+    std::string mainVideo; ///< as resolveMedium() returns it; likewise the next two
     std::string advertisement;
     std::string nextTitle;
+    std::string viewer; ///< a command that shows the main video's local URL; empty for none
     double seekSeconds = 0.0;
-    bool synchronous = false; ///< create the proxy synchronously; every request then waits for its answer
 };
 
 /// Plays a programme on one proxy and shows it on a timeline. Everything runs on the calling thread; the library's
-/// callbacks only queue their notifications.
+/// callbacks and the bus connection only queue their notifications.
 class Player {
 public:
     /// Registers the callbacks and creates the proxy. Blocks for up to four seconds if the service does not answer.
     ///
-    /// @throws std::runtime_error if the service does not answer.
+    /// @throws std::runtime_error if there is no bus or the service does not answer.
     Player(velmora::ZUVMediaProxyManagerInterface& manager, const Timeline& timeline, bool synchronous);
 
-    /// Plays the whole programme and stops. Every wait has a time limit.
+    /// Plays the whole programme and stops. Every wait has a time limit, except that for the viewer.
     ///
-    /// @throws std::runtime_error with what did not happen in time.
+    /// @throws std::runtime_error with what failed, or did not happen in time.
     void play(const Programme& programme);
 
 private:
-    void playMainVideo(const std::string& medium);
+    void playMainVideo(const std::string& medium, const std::string& viewer);
     void playAdvertisement(const std::string& medium);
     void seek(double seconds);
     void stop();
     void preload(const std::string& medium);
     void startPreloaded(const std::string& medium);
 
-    /// Waits for one notification about `subject`, which may be one that was already shown.
+    /// Waits for one notification about `subject`, which may be one that was already noted.
     Notification awaitNotification(Notification::Medium medium, const std::string& changed, const std::string& subject);
 
     /// Puts the oldest notification on the timeline. Waits for one until `deadline`; returns false if there is none by
     /// then.
-    bool showNextNotification(Timeline::Clock::time_point deadline);
+    ///
+    /// @throws std::runtime_error if it is a failure of this proxy.
+    bool noteNextNotification(Timeline::Clock::time_point deadline);
     void playAWhile();
-    void verify(const std::string& localUrl, const std::string& medium);
-    void say(const std::string& what);
+    void verify(const std::string& name, const std::string& localUrl, const std::string& medium);
+    void note(const std::string& what);
 
     const Timeline& m_timeline;
+    Answers m_answers;
     std::shared_ptr<velmora::ZUVMediaProxyInterface> m_proxy;
-    std::deque<Notification> m_shown; ///< notifications on the timeline that were not awaited yet
+    std::deque<Notification> m_noted; ///< notifications on the timeline that were not awaited yet
 };
 
 #endif // ZUV_EXAMPLES_PLAYER_PLAYER_H

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the packages of a folder into an empty Debian, compiles the README's example there like a reader would, and
-# has it play. Needs root, and a Debian mirror (ZUV_DEBIAN_MIRROR names another one) for what the packages depend on;
-# CACHE keeps the empty Debian, which knows its mirror, and downloads.
+# has it play, by the launcher and on a session bus. Needs root, and a Debian mirror (ZUV_DEBIAN_MIRROR names another
+# one) for what the packages depend on; CACHE keeps the empty Debian, which knows its mirror, and downloads.
 #
 #   empty_debian.sh PACKAGES MEDIUM CACHE
 set -euo pipefail
@@ -39,5 +39,6 @@ c++ -o /test/minimal /test/main.cpp $(pkg-config --cflags zuv_media_proxy)
 zuv-desktop run --private-shm -- /test/minimal /test/medium </dev/null >/test/output
 cat /test/output
 grep -q ' url http://127\.0\.0\.1' /test/output
+dbus-run-session -- zuv-player --sync /test/medium </dev/null
 CHROOT
 INSIDE

@@ -1,11 +1,15 @@
 // The example programs as a person runs them, beside the service on a private bus: their exit status and their output.
 #include "support/processes.h"
+#include "support/test_files.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
+#include <vector>
 
 using namespace velmora;
+using velmora::desktop::TemporaryFolder;
 
 namespace {
 
@@ -26,6 +30,18 @@ bool contains(const ProgramResult& result, const std::string& text) {
     return result.output.find(text) != std::string::npos;
 }
 
+/// The last line of a program's output.
+std::string lastLine(const ProgramResult& result) {
+    const std::string text = result.output.substr(0, result.output.find_last_not_of('\n') + 1);
+    return text.substr(text.rfind('\n') + 1);
+}
+
+/// The last of the lines that the player itself wrote; its service may write more.
+std::string reason(const ProgramResult& result) {
+    const std::size_t begin = result.output.rfind("zuv-player: ");
+    return begin == std::string::npos ? "" : result.output.substr(begin, result.output.find('\n', begin) - begin);
+}
+
 class PlayerInBothModes : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(PlayerInBothModes, PlaysTheWholeProgrammeAndProvesTheBytes) {
@@ -33,7 +49,8 @@ TEST_P(PlayerInBothModes, PlaysTheWholeProgrammeAndProvesTheBytes) {
 
     EXPECT_EQ(result.status, 0) << result.output;
     for (const char* step : {"main video: url http://127.0.0.1:", "main video: definitions ",
-                             "advertisement: url http://127.0.0.1:", "Seek Done.", "preloaded; local URL ", "done"})
+                             "advertisement: url http://127.0.0.1:", "Seek Done.", "main video: sought to 1.000 s",
+                             "next title: preloaded", "done"})
         EXPECT_TRUE(contains(result, step)) << step << "\n" << result.output;
 }
 
@@ -41,8 +58,16 @@ TEST_P(PlayerInBothModes, SaysSoWhenTheMediumCannotBePlayed) {
     const ProgramResult result = play(std::string(GetParam()) + " " ZUV_TEST_MEDIA_DIR "/not-media.txt");
 
     EXPECT_EQ(result.status, 1) << result.output;
-    EXPECT_TRUE(contains(result, "zuv-player: no url for ")) << result.output;
+    EXPECT_EQ(reason(result).rfind("zuv-player: main video: failed 415 ", 0), 0U) << result.output;
     EXPECT_TRUE(contains(result, "ZUV Media Proxy stated : 415")) << result.output;
+}
+
+TEST_P(PlayerInBothModes, FailsWhereTheSeekFails) {
+    const ProgramResult result = play(std::string(GetParam()) + " --seek 1000 " + kClip);
+
+    EXPECT_EQ(result.status, 1) << result.output;
+    EXPECT_EQ(reason(result), "zuv-player: main video: failed 400 Position 1000.000 s is behind the end, 3.000 s")
+        << result.output;
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, PlayerInBothModes, ::testing::Values("", "--sync"),
@@ -52,29 +77,84 @@ TEST(Player, SaysSoWhenTheFileIsMissing) {
     const ProgramResult result = runInShell(kPlayer + "/no/such/file.webm");
 
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(contains(result, "zuv-player: no such media file: /no/such/file.webm")) << result.output;
+    EXPECT_EQ(lastLine(result), "zuv-player: no such media file: /no/such/file.webm");
+}
+
+TEST(Player, PlaysFileUrls) {
+    const TemporaryFolder folder;
+    std::filesystem::create_symlink(kClip, folder.path() / "a clip.webm");
+
+    const ProgramResult result = play("file://" + folder.path().string() + "/a%20clip.webm");
+
+    EXPECT_EQ(result.status, 0) << result.output;
+}
+
+// The local URL of one player is the other's medium.
+TEST(Player, PlaysHttpUrlsAndHasAViewerShowTheMainVideo) {
+    const ProgramResult result = play("--viewer '" + kPlayer + "' " + kClip);
+
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_TRUE(contains(result, "starts the main video http://127.0.0.1:")) << result.output;
+}
+
+TEST(Player, FailsWhereTheViewerFails) {
+    const ProgramResult result = play("--viewer false " + kClip);
+
+    EXPECT_EQ(result.status, 1) << result.output;
+    EXPECT_EQ(reason(result).rfind("zuv-player: the viewer failed: false http://", 0), 0U) << result.output;
+}
+
+struct WrongCommandLine {
+    std::string arguments;
+    std::string reason;
+};
+
+TEST(Player, SaysWhatIsWrongWithTheCommandLine) {
+    for (const auto& [arguments, reason] : std::vector<WrongCommandLine>{
+             {"", "no medium given: zuv-player MEDIUM"},
+             {"--snyc a", "no such option: --snyc; did you mean --sync?"},
+             {"--colour a", "no such option: --colour"},
+             {"a b", "one medium too many: b"},
+             {"--seek soon a", "--seek: not a number of seconds from 0: soon"},
+             {"--seek -1 a", "--seek: not a number of seconds from 0: -1"},
+             {"htp://a/b", "cannot play htp: URLs, only file:, http: and https: URLs; did you mean http:?"},
+             {"file://home/a", "not a file of this machine: file://home/a; did you mean file:///home/a?"},
+             {"file:/%4", "not a URL: file:/%4: a % is followed by two hexadecimal digits, and is itself %25"}}) {
+        const ProgramResult result = runInShell(kPlayer + arguments);
+
+        EXPECT_EQ(result.status, 2) << arguments;
+        EXPECT_EQ(lastLine(result), "zuv-player: " + reason) << result.output;
+    }
 }
 
 TEST(Player, SaysSoWhenTheLibraryIsMissing) {
     const ProgramResult result = runInShell(kPlayer + "--library /no/such/library.so " + kClip);
 
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(contains(result, "cannot load the media proxy library: /no/such/library.so")) << result.output;
+    EXPECT_EQ(lastLine(result).rfind("zuv-player: cannot load the media proxy library: /no/such/library.so", 0), 0U)
+        << result.output;
 }
 
 TEST(Player, SaysSoWhenThereIsNoBus) {
     const ProgramResult result = runInShell("DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent " + kPlayer + kClip);
 
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(contains(result, "the media service does not answer")) << result.output;
+    EXPECT_EQ(lastLine(result), "zuv-player: the media service does not answer: there is no bus") << result.output;
 }
 
 TEST(Player, ExplainsItsOptions) {
     const ProgramResult result = runInShell(kPlayer + "--help");
 
     EXPECT_EQ(result.status, 0);
-    for (const char* option : {"--sync", "--ad", "--seek", "--next", "--library"})
+    for (const char* option : {"--sync", "--ad", "--seek", "--next", "--library", "--viewer", "--version"})
         EXPECT_TRUE(contains(result, option)) << option;
+}
+
+TEST(Player, SaysItsVersion) {
+    const ProgramResult result = runInShell(kPlayer + "--version");
+
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(lastLine(result), ZUV_VERSION);
 }
 
 // With simulated media any file that exists is played.
@@ -84,6 +164,17 @@ TEST(PlayerInAScenario, PlaysWhereTheServiceAnswersTwice) {
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_TRUE(contains(result, "scenario applies to the answer name=started")) << result.output;
     EXPECT_TRUE(contains(result, "done")) << result.output;
+}
+
+TEST(PlayerInAScenario, FailsWhereTheSeekIsNotAnswered) {
+    const TemporaryFolder folder;
+    const auto scenario =
+        addFile(folder, "scenario.json", R"({"description": "Silence.", "rules": [{"command": "seek", "steps": []}]})");
+
+    const ProgramResult result = playInScenario(scenario.string(), kClip);
+
+    EXPECT_EQ(result.status, 1) << result.output;
+    EXPECT_EQ(reason(result), "zuv-player: no seeked for 1.000 s: the media service does not answer") << result.output;
 }
 
 // The output ends with the last process that has it open: a service left behind would keep the test waiting.
