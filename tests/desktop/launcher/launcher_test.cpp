@@ -70,11 +70,27 @@ TEST(Launcher, RefusesAnUnknownCommandWithAClearError) {
     EXPECT_EQ(launcher.wait(), 127);
 }
 
+TEST(Launcher, TellsWhatCannotBeExecutedFromWhatIsNotFound) {
+    Launched launcher({kLauncher, "run", "--", "/etc/passwd"});
+
+    EXPECT_EQ(launcher.readRest(), "zuv-desktop: cannot start /etc/passwd: Permission denied\n");
+    EXPECT_EQ(launcher.wait(), 126);
+}
+
+TEST(Launcher, EndsWithAStatusOfItsOwnWhenItsOptionsAreWrong) {
+    for (const std::vector<std::string>& options :
+         std::vector<std::vector<std::string>>{{}, {"--engin"}, {"run", "--engine", "vlc", "--", "true"}}) {
+        std::vector<std::string> command = options;
+        command.insert(command.begin(), kLauncher);
+        EXPECT_EQ(Launched(command).wait(), 2);
+    }
+}
+
 TEST(Launcher, RefusesToRunNothing) {
     Launched launcher({kLauncher, "run"});
 
     EXPECT_NE(launcher.readRest().find("COMMAND is required"), std::string::npos);
-    EXPECT_NE(launcher.wait(), 0);
+    EXPECT_EQ(launcher.wait(), 2);
 }
 
 TEST(Launcher, ExplainsItself) {
@@ -98,6 +114,13 @@ TEST(Launcher, GivesTheCommandAShmOfItsOwnWhenAsked) {
     Launched launcher({kLauncher, "run", "--private-shm", "--", "ls", "-A", "/dev/shm"});
 
     EXPECT_EQ(launcher.readRest(), "");
+    EXPECT_EQ(launcher.wait(), 0);
+}
+
+TEST(Launcher, PassesTheOpenTimeoutOnToTheService) {
+    Launched launcher({kLauncher, "run", "--open-timeout", "0.25", "--", "printenv", "ZUV_SERVICE_OPEN_TIMEOUT"});
+
+    EXPECT_EQ(std::stod(launcher.readLine()), 0.25);
     EXPECT_EQ(launcher.wait(), 0);
 }
 

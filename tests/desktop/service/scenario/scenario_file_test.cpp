@@ -400,6 +400,14 @@ TEST(ScenarioOption, RefusesANameThatThereIsNot) {
     EXPECT_NE(output.text.find("/no-such-scenario.json: No such file or directory"), std::string::npos) << output.text;
 }
 
+TEST(ScenarioOption, SuggestsANameThatThereIs) {
+    for (const std::string program : {"zuv-service", "zuv-desktop run"}) {
+        const Output output =
+            runProgram(program, "--scenario answer-dealyed" + std::string(program == "zuv-service" ? "" : " -- true"));
+        EXPECT_NE(output.text.find("; did you mean \"answer-delayed\"?\n"), std::string::npos) << output.text;
+    }
+}
+
 /// The launcher with the real service behind it, and a client that prints what a start brings.
 Output launch(const std::string& options) {
     setenv("ZUV_LOG_LEVEL", "off", 1);
