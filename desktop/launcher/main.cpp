@@ -21,7 +21,8 @@ using namespace velmora::desktop;
 namespace {
 
 struct RunOptions {
-    bool privateShm = false;
+    bool privateShm = false; ///< required; by default it is private where that is possible
+    bool sharedShm = false;
     std::string engine;
     double openTimeout = kDefaultOpenTimeout;
     std::string scenario;
@@ -65,13 +66,24 @@ int listScenarios() {
     }
 }
 
+void isolateShm(const RunOptions& options) {
+    if (options.sharedShm)
+        return;
+    const std::error_code problem = tryPrivateShm();
+    if (!problem)
+        enterPrivateShm();
+    else if (options.privateShm)
+        throw std::system_error(problem, "cannot have a /dev/shm of its own");
+    else
+        spdlog::warn("no private /dev/shm ({}): shared with other runs of this user", problem.message());
+}
+
 int run(const RunOptions& options) {
     try {
         tellService(options);
         // Read before the mounts are unshared, which changes the path in a chroot.
         const auto programs = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-        if (options.privateShm)
-            enterPrivateShm();
+        isolateShm(options);
         const Supervision supervision;
         const PrivateBus bus(programs);
         spdlog::debug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
@@ -99,7 +111,11 @@ int main(int argc, char** argv) {
     CommandLineParser parser("The desktop platform of the media proxy: what stands in for the device.");
     parser.addFlag("--list-scenarios", kListScenariosHelp, listing);
     CommandLineParser& runParser = parser.addSubcommand("run", kRunDescription, options.command);
-    runParser.addFlag("--private-shm", "Give the command and the service a /dev/shm of their own", options.privateShm);
+    runParser.addFlag("--private-shm",
+                      "Fail where the command and the service cannot have a /dev/shm of their own. Without this "
+                      "option they then share the machine's",
+                      options.privateShm);
+    runParser.addFlag("--shared-shm", "Let the command and the service use the machine's /dev/shm", options.sharedShm);
     runParser.addWord({"--engine", kEngineHelp, ""}, {kGstreamerEngine, kSimulatedEngine}, options.engine);
     runParser.addNumber({"--open-timeout", kOpenTimeoutHelp, ""}, kOpenTimeoutRange, options.openTimeout);
     runParser.addText({"--scenario", kScenarioHelp, ""}, options.scenario);
@@ -110,6 +126,8 @@ int main(int argc, char** argv) {
         return listScenarios();
     if (!runParser.isGiven())
         return parser.refuse("run -- COMMAND is required");
+    if (options.privateShm && options.sharedShm)
+        return runParser.refuse("--private-shm and --shared-shm exclude each other");
     useDesktopLogAsDefault();
     return run(options);
 }
