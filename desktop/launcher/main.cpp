@@ -2,6 +2,7 @@
 #include "base/command_line.h"
 #include "bus/topic_message.h"
 #include "launcher/private_bus.h"
+#include "launcher/shared_region.h"
 #include "launcher/supervision.h"
 #include "log/desktop_log.h"
 #include "service/scenario/scenario_files.h"
@@ -66,16 +67,28 @@ int listScenarios() {
     }
 }
 
-void isolateShm(const RunOptions& options) {
+/// @return whether the run has a /dev/shm of its own.
+bool isolateShm(const RunOptions& options) {
     if (options.sharedShm)
-        return;
+        return false;
     const std::error_code problem = tryPrivateShm();
-    if (!problem)
+    if (!problem) {
         enterPrivateShm();
-    else if (options.privateShm)
+        return true;
+    }
+    if (options.privateShm)
         throw std::system_error(problem, "cannot have a /dev/shm of its own");
-    else
-        spdlog::warn("no private /dev/shm ({}): shared with other runs of this user", problem.message());
+    spdlog::warn("no private /dev/shm ({}): shared with other runs of this user", problem.message());
+    return false;
+}
+
+/// Returns when the command and everything else of the run has ended.
+int runOnBus(const CommandLine& command, const std::filesystem::path& programs) {
+    const Supervision supervision;
+    const PrivateBus bus(programs);
+    spdlog::debug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
+    setenv(kBusAddressVariable, bus.address().c_str(), 1);
+    return runCommand(command, supervision);
 }
 
 int run(const RunOptions& options) {
@@ -83,12 +96,11 @@ int run(const RunOptions& options) {
         tellService(options);
         // Read before the mounts are unshared, which changes the path in a chroot.
         const auto programs = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-        isolateShm(options);
-        const Supervision supervision;
-        const PrivateBus bus(programs);
-        spdlog::debug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
-        setenv(kBusAddressVariable, bus.address().c_str(), 1);
-        return runCommand(options.command, supervision);
+        const bool hasPrivateShm = isolateShm(options);
+        const int status = runOnBus(options.command, programs);
+        if (!hasPrivateShm)
+            removeUnusedRegion();
+        return status;
     } catch (const std::exception& error) {
         return complain(error, exit_status::kNothingRun);
     }

@@ -93,7 +93,7 @@ std::unique_ptr<ScenarioPlayer> makePlayer(const Scenario& scenario, sd_event* l
 /// Returns when SIGTERM or SIGINT arrives or the bus connection is lost, after the media have ended.
 void serve(const ServiceOptions& options) {
     const std::optional<Scenario> scenario = chosenScenario(options);
-    EventRegion region("/ZUV_PROXY");
+    EventRegion region(kEventRegionName);
     MediaServer server;
     const std::unique_ptr<MediaEngine> engine = makeEngine(options);
     // The order matters at the end: first the media end, then the name on the bus is released, and the server, which

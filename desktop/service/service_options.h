@@ -10,6 +10,9 @@ namespace velmora::desktop {
 inline constexpr const char* kGstreamerEngine = "gstreamer";
 inline constexpr const char* kSimulatedEngine = "simulated";
 
+/// The name of the event region, as for shm_open().
+inline constexpr const char* kEventRegionName = "/ZUV_PROXY";
+
 inline constexpr const char* kEngineVariable = "ZUV_SERVICE_ENGINE";
 inline constexpr const char* kScenarioVariable = "ZUV_SERVICE_SCENARIO";
 inline constexpr const char* kOpenTimeoutVariable = "ZUV_SERVICE_OPEN_TIMEOUT";
