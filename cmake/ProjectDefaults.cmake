@@ -45,8 +45,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-psabi>)
 endif()
 
-# A file with main() consists mostly of CLI11's templates, which run once. With optimisation it would take longer to
-# compile than the rest of the program.
+# A file that consists mostly of CLI11's templates, which run once. With optimisation it would take longer to compile
+# than the rest of the program.
 function(zuv_leave_unoptimized source)
     set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "-O0;-U_FORTIFY_SOURCE")
 endfunction()

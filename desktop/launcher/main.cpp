@@ -1,33 +1,31 @@
 // zuv-desktop: runs a command with the desktop platform around it.
+#include "base/command_line.h"
 #include "bus/topic_message.h"
 #include "launcher/private_bus.h"
+#include "launcher/shared_region.h"
 #include "launcher/supervision.h"
 #include "log/desktop_log.h"
 #include "service/scenario/scenario_files.h"
 #include "service/service_options.h"
 
-#include <CLI/CLI.hpp>
 #include <spdlog/spdlog.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <string>
-#include <string_view>
 #include <system_error>
 
 using namespace velmora::desktop;
 
 namespace {
 
-constexpr int kOwnFailure = 125;
-constexpr int kCommandNotStarted = 127;
-
 struct RunOptions {
-    bool privateShm = false;
+    bool privateShm = false; ///< required; by default it is private where that is possible
+    bool sharedShm = false;
     std::string engine;
+    double openTimeout = kDefaultOpenTimeout;
     std::string scenario;
     CommandLine command;
 };
@@ -42,7 +40,8 @@ int runCommand(const CommandLine& command, const Supervision& supervision) {
     try {
         process = startProgram(command);
     } catch (const std::system_error& error) {
-        return complain(error, kCommandNotStarted);
+        const bool isMissing = error.code() == std::errc::no_such_file_or_directory;
+        return complain(error, isMissing ? exit_status::kNotFound : exit_status::kNotExecutable);
     }
     return supervision.untilEndOf(process);
 }
@@ -51,6 +50,8 @@ int runCommand(const CommandLine& command, const Supervision& supervision) {
 void tellService(const RunOptions& options) {
     if (!options.engine.empty())
         setenv(kEngineVariable, options.engine.c_str(), 1);
+    if (options.openTimeout != kDefaultOpenTimeout)
+        setenv(kOpenTimeoutVariable, std::to_string(options.openTimeout).c_str(), 1);
     if (options.scenario.empty())
         return;
     const std::filesystem::path file = scenarioFile(options.scenario);
@@ -60,11 +61,34 @@ void tellService(const RunOptions& options) {
 
 int listScenarios() {
     try {
-        std::fputs(scenarioList().c_str(), stdout);
-        return EXIT_SUCCESS;
+        return printResult(scenarioList());
     } catch (const std::exception& error) {
-        return complain(error, kOwnFailure);
+        return complain(error, exit_status::kFailure);
     }
+}
+
+/// @return whether the run has a /dev/shm of its own.
+bool isolateShm(const RunOptions& options) {
+    if (options.sharedShm)
+        return false;
+    const std::error_code problem = tryPrivateShm();
+    if (!problem) {
+        enterPrivateShm();
+        return true;
+    }
+    if (options.privateShm)
+        throw std::system_error(problem, "cannot have a /dev/shm of its own");
+    spdlog::warn("no private /dev/shm ({}): shared with other runs of this user", problem.message());
+    return false;
+}
+
+/// Returns when the command and everything else of the run has ended.
+int runOnBus(const CommandLine& command, const std::filesystem::path& programs) {
+    const Supervision supervision;
+    const PrivateBus bus(programs);
+    spdlog::debug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
+    setenv(kBusAddressVariable, bus.address().c_str(), 1);
+    return runCommand(command, supervision);
 }
 
 int run(const RunOptions& options) {
@@ -72,55 +96,50 @@ int run(const RunOptions& options) {
         tellService(options);
         // Read before the mounts are unshared, which changes the path in a chroot.
         const auto programs = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-        if (options.privateShm)
-            enterPrivateShm();
-        const Supervision supervision;
-        const PrivateBus bus(programs);
-        spdlog::debug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
-        setenv(kBusAddressVariable, bus.address().c_str(), 1);
-        return runCommand(options.command, supervision);
+        const bool hasPrivateShm = isolateShm(options);
+        const int status = runOnBus(options.command, programs);
+        if (!hasPrivateShm)
+            removeUnusedRegion();
+        return status;
     } catch (const std::exception& error) {
-        return complain(error, kOwnFailure);
+        return complain(error, exit_status::kNothingRun);
     }
 }
+
+constexpr const char* kRunDescription =
+    "Runs a command with the desktop platform around it: run [OPTIONS] -- COMMAND ...\n"
+    "COMMAND, everything behind --, runs on a bus of its own with the media service and the keeper behind it. They\n"
+    "start when they are first asked for and end with the command. SIGINT, SIGTERM and SIGHUP are passed on to it.\n"
+    "Exits with the command's status; with 128 + n when signal n killed it, with 127 when it was not found, with 126\n"
+    "when it could not be executed, with 125 when the bus could not be started or the scenario is not valid, and with "
+    "2\n"
+    "when the options are wrong.";
 
 } // namespace
 
 int main(int argc, char** argv) {
-    // CLI11 gets the arguments before "--" only: it would interpret a "[...]" or a second "--" in the command.
-    char** const end = argv + argc;
-    char** const separator = std::find(argv, end, std::string_view("--"));
-
-    CLI::App app("The desktop platform of the media proxy: what stands in for the device.");
-    app.require_subcommand(0, 1);
     bool listing = false;
-    app.add_flag("--list-scenarios", listing, "Explain the scenarios that come with the desktop platform");
     RunOptions options;
-    CLI::App* runApp =
-        app.add_subcommand("run", "Runs a command with the desktop platform around it: run -- COMMAND ...");
-    runApp->add_flag("--private-shm", options.privateShm, "Give the command and the service a /dev/shm of their own");
-    runApp
-        ->add_option("--engine", options.engine,
-                     "What plays the service's media: gstreamer, or simulated, which plays whatever exists "
-                     "without looking at it")
-        ->check(CLI::IsMember({kGstreamerEngine, kSimulatedEngine}));
-    runApp->add_option("--scenario", options.scenario,
-                       "Have the service misbehave on purpose: a scenario's file, or the name of one of "
-                       "--list-scenarios");
-    runApp->footer("COMMAND, everything behind --, runs on a bus of its own with the media service and the keeper\n"
-                   "behind it. They start when they are first asked for and end with the command. SIGINT, SIGTERM\n"
-                   "and SIGHUP are passed on to the command.\n"
-                   "Exits with the command's status; with 128 + n when signal n killed it, with 127 when it could\n"
-                   "not be started, with 125 when the bus could not or the scenario is not valid.");
-    CLI11_PARSE(app, static_cast<int>(separator - argv), argv);
+    CommandLineParser parser("The desktop platform of the media proxy: what stands in for the device.");
+    parser.addFlag("--list-scenarios", kListScenariosHelp, listing);
+    CommandLineParser& runParser = parser.addSubcommand("run", kRunDescription, options.command);
+    runParser.addFlag("--private-shm",
+                      "Fail where the command and the service cannot have a /dev/shm of their own. Without this "
+                      "option they then share the machine's",
+                      options.privateShm);
+    runParser.addFlag("--shared-shm", "Let the command and the service use the machine's /dev/shm", options.sharedShm);
+    runParser.addWord({"--engine", kEngineHelp, ""}, {kGstreamerEngine, kSimulatedEngine}, options.engine);
+    runParser.addNumber({"--open-timeout", kOpenTimeoutHelp, ""}, kOpenTimeoutRange, options.openTimeout);
+    runParser.addText({"--scenario", kScenarioHelp, ""}, options.scenario);
+    if (const auto status = parser.parse(argc, argv))
+        return *status;
 
     if (listing)
         return listScenarios();
-    if (!runApp->parsed())
-        return app.exit(CLI::RequiredError::Subcommand(1));
-    options.command.assign(std::min(separator + 1, end), end);
-    if (options.command.empty())
-        return app.exit(CLI::RequiredError("-- COMMAND"));
+    if (!runParser.isGiven())
+        return parser.refuse("run -- COMMAND is required");
+    if (options.privateShm && options.sharedShm)
+        return runParser.refuse("--private-shm and --shared-shm exclude each other");
     useDesktopLogAsDefault();
     return run(options);
 }

@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -109,6 +110,16 @@ void enterUserNamespace() {
     writeFile("/proc/self/gid_map", group + " " + group + " 1\n");
 }
 
+// The errno value, which all fit an exit status, or 0.
+int errorOf(void (*attempt)()) noexcept {
+    try {
+        attempt();
+        return 0;
+    } catch (const std::system_error& error) {
+        return error.code().value();
+    }
+}
+
 } // namespace
 
 PrivateBus::PrivateBus(const fs::path& programs) : PrivateBus(programs, makePipe()) {}
@@ -123,10 +134,22 @@ PrivateBus::PrivateBus(const fs::path& programs, Pipe readiness)
 void enterPrivateShm() {
     if (unshare(CLONE_NEWNS) < 0)
         enterUserNamespace();
-    // Keeps the mounts from here on invisible outside.
-    if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) < 0 ||
+    // Mounts from here on are invisible outside; those of the machine still appear here.
+    if (mount("none", "/", nullptr, MS_REC | MS_SLAVE, nullptr) < 0 ||
         mount("tmpfs", "/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777") < 0)
         throw systemError(errno, "cannot have a /dev/shm of its own");
+}
+
+std::error_code tryPrivateShm() {
+    const pid_t child = fork();
+    if (child < 0)
+        return {errno, std::generic_category()};
+    if (child == 0)
+        _exit(errorOf(enterPrivateShm));
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : ECHILD, std::generic_category()};
 }
 
 } // namespace velmora::desktop

@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <string>
+#include <system_error>
 
 namespace velmora::desktop {
 
@@ -42,8 +43,12 @@ private:
 /// Gives the calling process, and the programs that it starts afterwards, an empty /dev/shm. A process that may not
 /// mount enters a user namespace in which it may, with the same user and group. Called while the process has one
 /// thread.
-/// @throws std::system_error when the machine does not allow it.
+/// @throws std::system_error when the machine does not allow it. The process may then be in namespaces of its own.
 void enterPrivateShm();
+
+/// Tries enterPrivateShm() in a child process, where a failure has no effect on the caller.
+/// @return the error, or the value that converts to false when there is none.
+std::error_code tryPrivateShm();
 
 } // namespace velmora::desktop
 

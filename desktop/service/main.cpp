@@ -12,6 +12,7 @@
 // LOCKS
 //   LoopTasks and Worker each guard their queue with a mutex, and MediaServer the set of served media. No two are held
 //   at the same time, and none while a task runs. Everything else belongs to one thread, as its class says.
+#include "base/command_line.h"
 #include "bus/topic_message.h"
 #include "log/desktop_log.h"
 #include "service/event_publisher.h"
@@ -26,14 +27,11 @@
 #include "service/scenario/service_action.h"
 #include "service/service_options.h"
 
-#include <CLI/CLI.hpp>
 #include <gst/gst.h>
 #include <spdlog/spdlog.h>
 #include <sys/resource.h>
 
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <optional>
@@ -45,7 +43,7 @@ using namespace velmora::desktop;
 
 struct ServiceOptions {
     std::string engine = kGstreamerEngine;
-    double openTimeout = 5;
+    double openTimeout = kDefaultOpenTimeout;
     std::string scenario;
     bool listScenarios = false;
 };
@@ -105,7 +103,7 @@ std::unique_ptr<ScenarioPlayer> makePlayer(const Scenario& scenario, sd_event* l
 /// Returns when SIGTERM or SIGINT arrives or the bus connection is lost, after the media have ended.
 void serve(const ServiceOptions& options) {
     const std::optional<Scenario> scenario = chosenScenario(options);
-    EventRegion region("/ZUV_PROXY");
+    EventRegion region(kEventRegionName);
     MediaServer server;
     const std::unique_ptr<MediaEngine> engine = makeEngine(options);
     // The order matters at the end: first the media end, then the name on the bus is released, and the server ends
@@ -125,38 +123,27 @@ void serve(const ServiceOptions& options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("Plays the media of the clients on the bus that DBUS_SESSION_BUS_ADDRESS names. "
-                 "Usually started by the bus.");
-    app.set_version_flag("--version", ZUV_VERSION);
     ServiceOptions options;
-    app.add_option("--engine", options.engine,
-                   "What plays the media: gstreamer, or simulated, which plays whatever exists without "
-                   "looking at it")
-        ->envname(kEngineVariable)
-        ->check(CLI::IsMember({kGstreamerEngine, kSimulatedEngine}))
-        ->capture_default_str();
-    app.add_option("--open-timeout", options.openTimeout,
-                   "Seconds after which a medium that is not ready counts as unplayable")
-        ->check(CLI::Range(0.001, 3600.0))
-        ->capture_default_str();
-    app.add_option("--scenario", options.scenario,
-                   "Misbehave on purpose: a scenario's file, or the name of one of --list-scenarios")
-        ->envname(kScenarioVariable);
-    app.add_flag("--list-scenarios", options.listScenarios, "Explain the scenarios that come with the service");
-    CLI11_PARSE(app, argc, argv);
+    CommandLineParser parser("Plays the media of the clients on the bus that DBUS_SESSION_BUS_ADDRESS names. "
+                             "Usually started by the bus.");
+    parser.addWord({"--engine", kEngineHelp, kEngineVariable}, {kGstreamerEngine, kSimulatedEngine}, options.engine);
+    parser.addNumber({"--open-timeout", kOpenTimeoutHelp, kOpenTimeoutVariable}, kOpenTimeoutRange,
+                     options.openTimeout);
+    parser.addText({"--scenario", kScenarioHelp, kScenarioVariable}, options.scenario);
+    parser.addFlag("--list-scenarios", kListScenariosHelp, options.listScenarios);
+    if (const auto status = parser.parse(argc, argv))
+        return *status;
     try {
         useDesktopLogAsDefault();
-        if (options.listScenarios) {
-            std::fputs(scenarioList().c_str(), stdout);
-            return EXIT_SUCCESS;
-        }
+        if (options.listScenarios)
+            return printResult(scenarioList());
         blockSignals();
         allowManyReaders();
         serve(options);
     } catch (const std::exception& error) {
         spdlog::error("{}", error.what());
-        return EXIT_FAILURE;
+        return exit_status::kFailure;
     }
     spdlog::info("ended");
-    return EXIT_SUCCESS;
+    return exit_status::kSuccess;
 }

@@ -10,9 +10,11 @@ namespace velmora::desktop {
 
 /// The shared memory that holds the latest event as JSON text, for clients that poll instead of listening.
 ///
-/// Clients map the region once and keep the mapping. A restarted service therefore writes to the existing region, which
-/// is only ever unlinked by a scenario. The region is written through its descriptor instead of a mapping: if another
-/// process shortens it, a write fails, where access to a mapping would kill the service. One thread, without locks.
+/// Clients map the region once and keep the mapping. A restarted service therefore writes to the existing region, and one
+/// whose region's name somebody removes writes to a new region as well as to the old one. The region is written through
+/// its descriptor instead of a mapping: if another process shortens it, a write fails, where access to a mapping would
+/// kill the service. While this object exists, it holds a shared flock() on the region, by which others see that the
+/// region is in use. One thread, without locks.
 class EventRegion {
 public:
     /// The size of the region in bytes: a text and the zero byte that ends it.
@@ -20,9 +22,10 @@ public:
     /// The length of the longest text, in bytes.
     static constexpr std::size_t kLongestText = kSize - 1;
 
-    /// Creates the region, or opens an existing one without changing its content.
+    /// Creates the region with all its memory, or opens an existing one without changing its content. An existing one
+    /// that belongs to another user, or that others have access to, is not trusted but replaced.
     /// @param name as for shm_open().
-    /// @throws std::system_error
+    /// @throws std::system_error; std::runtime_error when what has the name cannot be replaced.
     explicit EventRegion(std::string name);
 
     /// Replaces the text. While it changes, a reader sees the old text, no text or the new one. A reader that copies
@@ -35,7 +38,7 @@ public:
     /// @throws std::system_error
     void fill(const std::string& bytes);
 
-    /// Removes the region's name. Processes that have the region mapped keep it; others can no longer open it.
+    /// Removes the region's name, for good. Processes that have the region mapped keep it; others can no longer open it.
     void remove();
 
     /// Replaces the region by a new one of the same name. Processes that have the old one mapped see no more events.
@@ -43,11 +46,13 @@ public:
     void recreate();
 
 private:
-    void open();
-    void writeAt(const std::string& bytes, std::size_t offset);
+    void fill(const FileDescriptor& region, const std::string& bytes) const;
+    void writeAt(const FileDescriptor& region, const std::string& bytes, std::size_t offset) const;
 
     std::string m_name;
-    FileDescriptor m_descriptor;
+    FileDescriptor m_region;
+    FileDescriptor m_former; ///< the region before this one, if somebody removed its name
+    bool m_isRemoved = false;
 };
 
 } // namespace velmora::desktop

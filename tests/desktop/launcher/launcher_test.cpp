@@ -4,10 +4,12 @@
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 namespace velmora::bus_test {
 namespace {
@@ -70,11 +72,27 @@ TEST(Launcher, RefusesAnUnknownCommandWithAClearError) {
     EXPECT_EQ(launcher.wait(), 127);
 }
 
+TEST(Launcher, TellsWhatCannotBeExecutedFromWhatIsNotFound) {
+    Launched launcher({kLauncher, "run", "--", "/etc/passwd"});
+
+    EXPECT_EQ(launcher.readRest(), "zuv-desktop: cannot start /etc/passwd: Permission denied\n");
+    EXPECT_EQ(launcher.wait(), 126);
+}
+
+TEST(Launcher, EndsWithAStatusOfItsOwnWhenItsOptionsAreWrong) {
+    for (const std::vector<std::string>& options :
+         std::vector<std::vector<std::string>>{{}, {"--engin"}, {"run", "--engine", "vlc", "--", "true"}}) {
+        std::vector<std::string> command = options;
+        command.insert(command.begin(), kLauncher);
+        EXPECT_EQ(Launched(command).wait(), 2);
+    }
+}
+
 TEST(Launcher, RefusesToRunNothing) {
     Launched launcher({kLauncher, "run"});
 
     EXPECT_NE(launcher.readRest().find("COMMAND is required"), std::string::npos);
-    EXPECT_NE(launcher.wait(), 0);
+    EXPECT_EQ(launcher.wait(), 2);
 }
 
 TEST(Launcher, ExplainsItself) {
@@ -94,10 +112,64 @@ TEST(Launcher, GivesTheCommandABusOfItsOwn) {
     launcher.wait();
 }
 
-TEST(Launcher, GivesTheCommandAShmOfItsOwnWhenAsked) {
-    Launched launcher({kLauncher, "run", "--private-shm", "--", "ls", "-A", "/dev/shm"});
+/// A file in the machine's /dev/shm, and a command that succeeds if it finds it there.
+class ShmOfRun : public ::testing::Test {
+protected:
+    ShmOfRun() { std::ofstream(m_file).close(); }
+    ~ShmOfRun() override { fs::remove(m_file); }
 
+    enum class Machine { allowsMounts, refusesMounts };
+
+    std::vector<std::string> search(const std::vector<std::string>& options, Machine machine = Machine::allowsMounts) {
+        std::vector<std::string> command = {kLauncher, "run"};
+        if (machine == Machine::refusesMounts)
+            command.insert(command.begin(), ZUV_TEST_WITHOUT_MOUNT);
+        command.insert(command.end(), options.begin(), options.end());
+        command.insert(command.end(), {"--", "test", "-e", m_file});
+        return command;
+    }
+
+    const std::string m_file = "/dev/shm/zuv_launcher_test_" + std::to_string(getpid());
+};
+
+TEST_F(ShmOfRun, IsItsOwn) {
+    EXPECT_EQ(Launched(search({})).wait(), 1);
+    EXPECT_EQ(Launched(search({"--private-shm"})).wait(), 1);
+}
+
+TEST_F(ShmOfRun, IsTheMachinesWhenAsked) {
+    EXPECT_EQ(Launched(search({"--shared-shm"})).wait(), 0);
+}
+
+TEST_F(ShmOfRun, IsTheMachinesWhereItCannotBeItsOwnWhichALineSays) {
+    Launched launcher(search({}, Machine::refusesMounts));
+
+    const std::string line = launcher.readLine();
+
+    EXPECT_NE(line.find("no private /dev/shm (Operation not permitted): shared with other runs"), std::string::npos)
+        << line;
     EXPECT_EQ(launcher.readRest(), "");
+    EXPECT_EQ(launcher.wait(), 0);
+}
+
+TEST_F(ShmOfRun, IsItsOwnOrNoneWhenThatIsRequired) {
+    Launched launcher(search({"--private-shm"}, Machine::refusesMounts));
+
+    EXPECT_EQ(launcher.readRest(), "zuv-desktop: cannot have a /dev/shm of its own: Operation not permitted\n");
+    EXPECT_EQ(launcher.wait(), 125);
+}
+
+TEST_F(ShmOfRun, IsNotBoth) {
+    Launched launcher(search({"--private-shm", "--shared-shm"}));
+
+    EXPECT_NE(launcher.readRest().find("--private-shm and --shared-shm exclude each other"), std::string::npos);
+    EXPECT_EQ(launcher.wait(), 2);
+}
+
+TEST(Launcher, PassesTheOpenTimeoutOnToTheService) {
+    Launched launcher({kLauncher, "run", "--open-timeout", "0.25", "--", "printenv", "ZUV_SERVICE_OPEN_TIMEOUT"});
+
+    EXPECT_EQ(std::stod(launcher.readLine()), 0.25);
     EXPECT_EQ(launcher.wait(), 0);
 }
 

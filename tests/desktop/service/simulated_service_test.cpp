@@ -119,7 +119,7 @@ TEST_F(SimulatedServiceTest, ServesMoreReadersThanTheShellsLimitOfOpenFilesAllow
 TEST(ServiceEngine, IsOneThatThereIs) {
     const Output output = runProgram("zuv-service", "--engine other");
     EXPECT_NE(output.status, 0);
-    EXPECT_NE(output.text.find("--engine: other not in {gstreamer,simulated}"), std::string::npos) << output.text;
+    EXPECT_NE(output.text.find(R"("other" is not gstreamer or simulated)"), std::string::npos) << output.text;
 }
 
 } // namespace

@@ -392,6 +392,16 @@ TEST_F(ServiceEndTest, GivesUpOnAMediumAfterTheOpenTimeout) {
     EXPECT_EQ(event.detail(), "Not ready within 200 ms");
 }
 
+TEST_F(ServiceEndTest, TakesTheOpenTimeoutFromTheEnvironment) {
+    const SilentServer silent;
+    setenv("ZUV_SERVICE_OPEN_TIMEOUT", "0.2", 1);
+    const OwnService service;
+    unsetenv("ZUV_SERVICE_OPEN_TIMEOUT");
+    m_client.awaitService();
+    const ReceivedEvent event = m_client.request("start", m_client.createObject(), kMain, silent.url());
+    EXPECT_EQ(event.detail(), "Not ready within 200 ms");
+}
+
 TEST_F(ServiceEndTest, LeavesTheNameToTheServiceThatHasIt) {
     const OwnService first;
     m_client.awaitService();
@@ -416,9 +426,11 @@ TEST(ZuvServiceProgram, ExplainsItself) {
 }
 
 TEST(ZuvServiceProgram, RefusesWhatItDoesNotKnow) {
-    EXPECT_NE(runProgram("zuv-service", "--nonsense").status, 0);
-    EXPECT_NE(runProgram("zuv-service", "--open-timeout soon").status, 0);
-    EXPECT_NE(runProgram("zuv-service", "--open-timeout 0").status, 0);
+    EXPECT_EQ(runProgram("zuv-service", "--nonsense").status, 2);
+    EXPECT_EQ(runProgram("zuv-service", "--open-timeout soon").status, 2);
+    EXPECT_EQ(runProgram("zuv-service", "--open-timeout 0").status, 2);
+    EXPECT_EQ(runProgram("zuv-keeper", "--nonsense").status, 2);
+    EXPECT_EQ(runProgram("zuv-keeper", "--version").text, ZUV_VERSION "\n");
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "desktop/service/service_client.h"
 #include "desktop/service/service_process.h"
 #include "launcher/private_bus.h"
+#include "service/ipc/event_region.h"
 #include "service/protocol/event.h"
 #include "service/scenario/scenario_files.h"
 #include "support/test_files.h"
@@ -400,6 +401,14 @@ TEST(ScenarioOption, RefusesANameThatThereIsNot) {
     EXPECT_NE(output.text.find("/no-such-scenario.json: No such file or directory"), std::string::npos) << output.text;
 }
 
+TEST(ScenarioOption, SuggestsANameThatThereIs) {
+    for (const std::string program : {"zuv-service", "zuv-desktop run"}) {
+        const Output output =
+            runProgram(program, "--scenario answer-dealyed" + std::string(program == "zuv-service" ? "" : " -- true"));
+        EXPECT_NE(output.text.find("; did you mean \"answer-delayed\"?\n"), std::string::npos) << output.text;
+    }
+}
+
 /// The launcher with the real service behind it, and a client that prints what a start brings.
 Output launch(const std::string& options) {
     setenv("ZUV_LOG_LEVEL", "off", 1);
@@ -423,6 +432,19 @@ TEST(Launcher, HasTheServicePlayAScenarioOfAFile) {
 
 TEST(Launcher, HasTheServicePlayRealMediaUnlessToldOtherwise) {
     EXPECT_TRUE(launch("").text.starts_with("started 415 ")); // the client starts what is no medium
+}
+
+TEST(Launcher, LeavesNoRegionInASharedShmUnlessSomebodyUsesIt) {
+    MappedRegion::remove();
+    setenv("ZUV_LOG_LEVEL", "off", 1);
+    const std::string command = "run --shared-shm --engine simulated -- " ZUV_TEST_SERVICE_USER;
+    EXPECT_TRUE(runProgram("zuv-desktop", command).text.starts_with("started "));
+    EXPECT_FALSE(MappedRegion::exists());
+    const EventRegion ofAnotherService("/ZUV_PROXY");
+    EXPECT_TRUE(runProgram("zuv-desktop", command).text.starts_with("started "));
+    EXPECT_TRUE(MappedRegion::exists());
+    unsetenv("ZUV_LOG_LEVEL");
+    MappedRegion::remove();
 }
 
 TEST(Launcher, RefusesAnInvalidScenarioBeforeAnythingStarts) {

@@ -4,6 +4,7 @@
 #include "support/test_files.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace velmora::desktop {
 namespace {
@@ -264,6 +265,23 @@ TEST(ScenarioFile, IsThereAndCanBeRead) {
     const std::string missing = folder.path() / "missing.json";
     EXPECT_EQ(errorOf(missing), missing + ": No such file or directory");
     EXPECT_EQ(errorOf(folder.path()), folder.path().string() + ": is a folder");
+}
+
+TEST(ScenarioFile, IsARegularFile) {
+    const TemporaryFolder folder;
+    const std::string fifo = folder.path() / "fifo.json";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(errorOf(fifo), fifo + ": is not a regular file");
+    EXPECT_EQ(errorOf("/dev/zero"), "/dev/zero: is not a regular file");
+}
+
+TEST(ScenarioFile, HasAtMostOneMebibyte) {
+    const TemporaryFolder folder;
+    const std::string start = R"({"description": "", "rules": []})";
+    const auto longest = addFile(folder, "longest.json", start + std::string((1 << 20) - start.size(), ' '));
+    EXPECT_EQ(errorOf(longest), "");
+    const auto longer = addFile(folder, "longer.json", start + std::string((1 << 20) - start.size() + 1, ' '));
+    EXPECT_EQ(errorOf(longer), longer.string() + ": is longer than 1048576 bytes");
 }
 
 TEST(ScenarioFile, CanBeEmptyAndIsThenNoScenario) {
