@@ -4,6 +4,7 @@
 #include "launcher/private_bus.h"
 #include "launcher/shared_region.h"
 #include "launcher/supervision.h"
+#include "launcher/temporary_folder.h"
 #include "log/desktop_log.h"
 #include "service/scenario/scenario_files.h"
 #include "service/service_options.h"
@@ -84,6 +85,7 @@ bool isolateShm(const RunOptions& options) {
 
 /// Returns when the command and everything else of the run has ended.
 int runOnBus(const CommandLine& command, const std::filesystem::path& programs) {
+    removeAbandonedFolders();
     const Supervision supervision;
     const PrivateBus bus(programs);
     spdlog::debug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());

@@ -1,8 +1,11 @@
 // zuv-desktop run: the command's exit status, signals and environment, and that nothing is left afterwards.
 #include "desktop/bus/bus_test.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -223,7 +226,79 @@ TEST(Launcher, KilledTakesTheDaemonAndTheOthersAlong) {
 
     for (const pid_t process : {platform.daemon, platform.keeper, platform.service})
         EXPECT_TRUE(eventually([process] { return waitpid(process, nullptr, WNOHANG) == process; })) << process;
-    fs::remove_all(platform.folder);
+    EXPECT_TRUE(fs::exists(platform.folder));
+
+    EXPECT_EQ(Launched(shell("exit 0")).wait(), 0);
+
+    EXPECT_FALSE(fs::exists(platform.folder)) << "the next run removes it";
+}
+
+/// A folder in /tmp whose name says that a process has it.
+class FolderInTmp {
+public:
+    explicit FolderInTmp(const std::string& owner, mode_t mode = 0700)
+        : m_path("/tmp/zuv-desktop-" + owner + "-" + std::to_string(100'000 + getpid() % 900'000)) {
+        fs::remove_all(m_path);
+        EXPECT_EQ(mkdir(m_path.c_str(), mode), 0);
+    }
+    ~FolderInTmp() { fs::remove_all(m_path); }
+    FolderInTmp(const FolderInTmp&) = delete;
+    FolderInTmp& operator=(const FolderInTmp&) = delete;
+
+    const std::string& path() const { return m_path; }
+    bool exists() const { return fs::exists(m_path); }
+
+private:
+    std::string m_path;
+};
+
+constexpr const char* kNoProcess = "2147483646"; // more than any machine has
+
+TEST(AbandonedFolders, AreRemovedAndNothingElse) {
+    const FolderInTmp abandoned(kNoProcess);
+    const FolderInTmp ofAProcess(std::to_string(getpid()));
+    const FolderInTmp ofNobody("x" + std::string(kNoProcess));
+    const FolderInTmp withSign("+" + std::string(kNoProcess));
+
+    desktop::removeAbandonedFolders();
+
+    EXPECT_FALSE(abandoned.exists());
+    EXPECT_TRUE(ofAProcess.exists());
+    EXPECT_TRUE(ofNobody.exists());
+    EXPECT_TRUE(withSign.exists());
+}
+
+TEST(AbandonedFolders, AreNeitherOpenToOthersNorLockedNorOfOthers) {
+    { // made accessible by somebody, so not as it was made
+        const FolderInTmp folder(kNoProcess);
+        fs::permissions(folder.path(), fs::perms::all);
+        desktop::removeAbandonedFolders();
+        EXPECT_TRUE(folder.exists());
+    }
+    {
+        const FolderInTmp folder(kNoProcess);
+        const desktop::FileDescriptor used(open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        ASSERT_EQ(flock(used.get(), LOCK_SH), 0);
+        desktop::removeAbandonedFolders();
+        EXPECT_TRUE(folder.exists());
+    }
+    if (geteuid() == 0) {
+        const FolderInTmp folder(kNoProcess);
+        ASSERT_EQ(chown(folder.path().c_str(), 65534, 65534), 0);
+        desktop::removeAbandonedFolders();
+        EXPECT_TRUE(folder.exists());
+    }
+}
+
+TEST(AbandonedFolders, AreFolders) {
+    const FolderInTmp linked("target");
+    const std::string link = "/tmp/zuv-desktop-" + std::string(kNoProcess) + "-abcdef";
+    fs::remove(link);
+    fs::create_directory_symlink(linked.path(), link);
+    desktop::removeAbandonedFolders();
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_TRUE(linked.exists());
+    fs::remove(link);
 }
 
 } // namespace
