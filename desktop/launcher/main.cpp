@@ -36,7 +36,7 @@ int complain(const std::exception& error, int status) {
     return status;
 }
 
-int runCommand(const CommandLine& command, const Supervision& supervision) {
+int runCommand(const CommandLine& command, const Supervision& supervision, pid_t daemon) {
     pid_t process = 0;
     try {
         process = startProgram(command);
@@ -44,7 +44,7 @@ int runCommand(const CommandLine& command, const Supervision& supervision) {
         const bool isMissing = error.code() == std::errc::no_such_file_or_directory;
         return complain(error, isMissing ? exit_status::kNotFound : exit_status::kNotExecutable);
     }
-    return supervision.untilEndOf(process);
+    return supervision.untilEndOf(process, daemon);
 }
 
 /// Passes the options in the environment, because the bus starts the service without arguments.
@@ -90,7 +90,7 @@ int runOnBus(const CommandLine& command, const std::filesystem::path& programs) 
     const PrivateBus bus(programs);
     spdlog::debug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
     setenv(kBusAddressVariable, bus.address().c_str(), 1);
-    return runCommand(command, supervision);
+    return runCommand(command, supervision, bus.daemonProcess());
 }
 
 int run(const RunOptions& options) {

@@ -45,6 +45,14 @@ struct RunningPlatform {
         return std::atoi(line.c_str());
     }
 
+    // The next line with that word; the command logs what it makes of the loss of its bus, too.
+    std::string lineWith(const std::string& word) {
+        std::string line = launcher.readLine();
+        while (!line.empty() && line.find(word) == std::string::npos)
+            line = launcher.readLine();
+        return line;
+    }
+
     Launched launcher{shell("echo $DBUS_SESSION_BUS_ADDRESS; exec " ZUV_TEST_PLATFORM_USER)};
     fs::path folder;
     pid_t daemon = 0;
@@ -203,6 +211,35 @@ TEST(Launcher, EndsEverythingItStarted) {
     EXPECT_FALSE(fs::exists(platform.folder));
 }
 
+TEST(Launcher, NamesTheProcessThatEndedAndWhatFollows) {
+    RunningPlatform platform;
+
+    ASSERT_TRUE(sendSignal(platform.service, SIGSEGV));
+    EXPECT_NE(platform.launcher.readLine().find("zuv-service (process " + std::to_string(platform.service) +
+                                                ") was killed by SIGSEGV: its objects are lost, and the next creation"),
+              std::string::npos);
+    ASSERT_TRUE(sendSignal(platform.keeper, SIGKILL));
+    EXPECT_NE(platform.launcher.readLine().find("zuv-keeper (process " + std::to_string(platform.keeper) +
+                                                ") was killed by SIGKILL: the values that it kept are lost"),
+              std::string::npos);
+    ASSERT_TRUE(sendSignal(platform.daemon, SIGKILL));
+    EXPECT_NE(platform.lineWith("dbus-daemon")
+                  .find("dbus-daemon (process " + std::to_string(platform.daemon) +
+                        ") was killed by SIGKILL: the service and the keeper end with it"),
+              std::string::npos);
+    EXPECT_TRUE(isGone(platform.service)) << "it has been waited for";
+    ASSERT_TRUE(sendSignal(platform.launcher.process(), SIGTERM));
+    EXPECT_EQ(platform.launcher.wait(), 128 + SIGTERM);
+    EXPECT_FALSE(fs::exists(platform.folder));
+}
+
+TEST(Launcher, NamesTheSignalThatKilledTheCommandUnlessItPassedItOn) {
+    Launched launcher(shell("kill -KILL $$"));
+    EXPECT_NE(launcher.readRest().find(", the command) was killed by SIGKILL\n"), std::string::npos);
+    Launched other(shell("kill -TERM $$"));
+    EXPECT_EQ(other.readRest(), "");
+}
+
 TEST(Launcher, EndsTheBusWhenTheCommandCannotBeStarted) {
     setenv("ZUV_LOG_LEVEL", "progress", 1);
     Launched launcher({kLauncher, "run", "--", "no-such-command"});
@@ -226,8 +263,6 @@ TEST(Launcher, KilledTakesTheDaemonAndTheOthersAlong) {
 
     for (const pid_t process : {platform.daemon, platform.keeper, platform.service})
         EXPECT_TRUE(eventually([process] { return waitpid(process, nullptr, WNOHANG) == process; })) << process;
-    EXPECT_TRUE(fs::exists(platform.folder));
-
     EXPECT_EQ(Launched(shell("exit 0")).wait(), 0);
 
     EXPECT_FALSE(fs::exists(platform.folder)) << "the next run removes it";
@@ -268,26 +303,27 @@ TEST(AbandonedFolders, AreRemovedAndNothingElse) {
     EXPECT_TRUE(withSign.exists());
 }
 
-TEST(AbandonedFolders, AreNeitherOpenToOthersNorLockedNorOfOthers) {
-    { // made accessible by somebody, so not as it was made
-        const FolderInTmp folder(kNoProcess);
-        fs::permissions(folder.path(), fs::perms::all);
-        desktop::removeAbandonedFolders();
-        EXPECT_TRUE(folder.exists());
-    }
-    {
-        const FolderInTmp folder(kNoProcess);
-        const desktop::FileDescriptor used(open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        ASSERT_EQ(flock(used.get(), LOCK_SH), 0);
-        desktop::removeAbandonedFolders();
-        EXPECT_TRUE(folder.exists());
-    }
-    if (geteuid() == 0) {
-        const FolderInTmp folder(kNoProcess);
-        ASSERT_EQ(chown(folder.path().c_str(), 65534, 65534), 0);
-        desktop::removeAbandonedFolders();
-        EXPECT_TRUE(folder.exists());
-    }
+// A folder gets the mode of an abandoned one last: tests that run at the same time remove such folders.
+TEST(AbandonedFolders, AreNeitherOpenToOthersNorLocked) {
+    const FolderInTmp folder(kNoProcess, 0755);
+    desktop::removeAbandonedFolders();
+    EXPECT_TRUE(folder.exists());
+
+    const desktop::FileDescriptor user(open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(flock(user.get(), LOCK_SH), 0);
+    fs::permissions(folder.path(), fs::perms::owner_all);
+    desktop::removeAbandonedFolders();
+    EXPECT_TRUE(folder.exists());
+}
+
+TEST(AbandonedFolders, AreNotThoseOfOthers) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs root, to give a folder away";
+    const FolderInTmp folder(kNoProcess, 0755);
+    ASSERT_EQ(chown(folder.path().c_str(), 65534, 65534), 0);
+    fs::permissions(folder.path(), fs::perms::owner_all);
+    desktop::removeAbandonedFolders();
+    EXPECT_TRUE(folder.exists());
 }
 
 TEST(AbandonedFolders, AreFolders) {
