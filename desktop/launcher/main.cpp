@@ -4,6 +4,7 @@
 #include "launcher/private_bus.h"
 #include "launcher/shared_region.h"
 #include "launcher/supervision.h"
+#include "launcher/temporary_folder.h"
 #include "log/desktop_log.h"
 #include "service/scenario/scenario_files.h"
 #include "service/service_options.h"
@@ -35,7 +36,7 @@ int complain(const std::exception& error, int status) {
     return status;
 }
 
-int runCommand(const CommandLine& command, const Supervision& supervision) {
+int runCommand(const CommandLine& command, const Supervision& supervision, pid_t daemon) {
     pid_t process = 0;
     try {
         process = startProgram(command);
@@ -43,7 +44,7 @@ int runCommand(const CommandLine& command, const Supervision& supervision) {
         const bool isMissing = error.code() == std::errc::no_such_file_or_directory;
         return complain(error, isMissing ? exit_status::kNotFound : exit_status::kNotExecutable);
     }
-    return supervision.untilEndOf(process);
+    return supervision.untilEndOf(process, daemon);
 }
 
 /// Passes the options in the environment, because the bus starts the service without arguments.
@@ -84,11 +85,12 @@ bool isolateShm(const RunOptions& options) {
 
 /// Returns when the command and everything else of the run has ended.
 int runOnBus(const CommandLine& command, const std::filesystem::path& programs) {
+    removeAbandonedFolders();
     const Supervision supervision;
     const PrivateBus bus(programs);
     spdlog::debug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
     setenv(kBusAddressVariable, bus.address().c_str(), 1);
-    return runCommand(command, supervision);
+    return runCommand(command, supervision, bus.daemonProcess());
 }
 
 int run(const RunOptions& options) {

@@ -1,4 +1,4 @@
-// Runs a command to its end, on behalf of whoever signals this process.
+// Runs a command to its end, on behalf of whoever signals this process, and reports what else ends meanwhile.
 #ifndef ZUV_DESKTOP_LAUNCHER_SUPERVISION_H
 #define ZUV_DESKTOP_LAUNCHER_SUPERVISION_H
 
@@ -17,9 +17,12 @@ public:
     Supervision();
 
     /// Waits for `command` to end, and meanwhile passes on SIGINT, SIGTERM and SIGHUP. Signals from the terminal are
-    /// not passed on, because the terminal sends them to the command as well.
+    /// not passed on, because the terminal sends them to the command as well. Logs how the bus daemon, the service and
+    /// the keeper end, and which signal killed the command, unless it is one of those three.
+    /// @param daemon the leader of the process group of the daemon, the service and the keeper. Its status is left to
+    ///     its owner; other children of this process are waited for here.
     /// @return the command's exit status, or 128 + n when signal n killed it.
-    int untilEndOf(pid_t command) const;
+    int untilEndOf(pid_t command, pid_t daemon) const;
 
 private:
     FileDescriptor m_signals;

@@ -1,10 +1,13 @@
 #include "service/event_publisher.h"
 
+#include <fmt/format.h>
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
+#include <array>
 #include <ctime>
 #include <exception>
+#include <utility>
 
 namespace velmora::desktop {
 
@@ -19,6 +22,46 @@ EventOutput outputOf(const Event& event) {
     return {toJson(values), values};
 }
 
+/// The entries that the list has; a scenario can leave some out.
+std::string described(const std::vector<std::string>& values) {
+    constexpr std::array<std::pair<std::size_t, const char*>, 6> kShown = {{{event_entry::kName, "name"},
+                                                                            {event_entry::kCode, "code"},
+                                                                            {event_entry::kSession, "session"},
+                                                                            {event_entry::kObject, "object"},
+                                                                            {event_entry::kKind, "kind"},
+                                                                            {event_entry::kDetail, "detail"}}};
+    std::string text;
+    for (const auto& [entry, name] : kShown) {
+        if (entry < values.size())
+            text += fmt::format(" {}={:?}", name, values[entry]);
+    }
+    return text;
+}
+
+/// The beginning of the text: a scenario's can fill the region.
+std::string describedText(const std::string& text) {
+    constexpr std::size_t kShown = 200;
+    return fmt::format(" text={:?}{}", text.substr(0, kShown), text.size() > kShown ? "..." : "");
+}
+
+bool isFailure(const EventOutput& sent) {
+    return sent.bus && sent.bus->size() > event_entry::kCode &&
+           sent.bus->at(event_entry::kCode) != std::to_string(static_cast<int>(ResultCode::Ok));
+}
+
+/// Logs what really was sent, a failure as a warning. The text in memory is shown where it says something else than the
+/// list on the bus.
+void logSent(const EventOutput& sent) {
+    const char* const channels = sent.memory && sent.bus ? "event sent in memory and on the bus:"
+                                 : sent.bus              ? "event sent on the bus only:"
+                                 : sent.memory           ? "event sent in memory only:"
+                                                         : "event not sent";
+    std::string line = channels + (sent.bus ? described(*sent.bus) : "");
+    if (sent.memory && !(sent.bus && *sent.memory == toJson(*sent.bus)))
+        line += describedText(*sent.memory);
+    spdlog::log(isFailure(sent) ? spdlog::level::warn : spdlog::level::debug, "{}", line);
+}
+
 } // namespace
 
 EventPublisher::EventPublisher(sd_event* loop, EventRegion& region, Send send)
@@ -30,12 +73,10 @@ EventPublisher::EventPublisher(sd_event* loop, EventRegion& region, Send send)
 }
 
 void EventPublisher::publishAnswer(CommandName, Event answer) {
-    logEvent(answer);
     sendAnswer(outputOf(answer));
 }
 
 void EventPublisher::publishRefusal(Event refusal) {
-    logEvent(refusal);
     send({std::nullopt, fittedValues(refusal)});
 }
 
@@ -61,7 +102,6 @@ void EventPublisher::publishDueNews() {
         m_news.pop_front();
         if (news.subject.expired())
             continue;
-        logEvent(news.event);
         send(outputOf(news.event));
     }
     setTimer();
@@ -81,20 +121,21 @@ EventPublisher::Clock::time_point EventPublisher::nextNewsTime() const {
 }
 
 void EventPublisher::send(const EventOutput& output) {
-    if (output.memory)
-        writeRegion(*output.memory);
-    if (output.bus)
-        m_send(*output.bus);
+    const bool isInMemory = output.memory && writeRegion(*output.memory);
+    const bool isOnBus = output.bus && m_send(*output.bus);
+    logSent({isInMemory ? output.memory : std::nullopt, isOnBus ? output.bus : std::nullopt});
 }
 
-void EventPublisher::writeRegion(const std::string& text) {
+bool EventPublisher::writeRegion(const std::string& text) {
     try {
         if (text.size() == EventRegion::kSize)
             m_region.fill(text);
         else
             m_region.write(text);
+        return true;
     } catch (const std::exception& error) {
         spdlog::error("event not in shared memory: {}", error.what()); // the bus still carries it
+        return false;
     }
 }
 

@@ -23,12 +23,12 @@ struct EventOutput {
     std::optional<std::vector<std::string>> bus; ///< the list on the bus
 };
 
-/// Writes each event to shared memory and then sends it on the bus, so that events have the same order in both. One
-/// thread, the loop's.
+/// Writes each event to shared memory and then sends it on the bus, so that events have the same order in both, and logs
+/// what it sent. One thread, the loop's.
 class EventPublisher final : public EventSink {
 public:
-    /// Sends the values on the bus.
-    using Send = std::function<void(const std::vector<std::string>&)>;
+    /// Sends the values on the bus. @return whether it could.
+    using Send = std::function<bool(const std::vector<std::string>&)>;
 
     /// News is held back for this long. A client polls for the answer before it for up to 250 ms.
     static constexpr std::chrono::milliseconds kNewsDelay{400};
@@ -61,7 +61,7 @@ private:
     void setTimer();
     Clock::time_point nextNewsTime() const;
     void send(const EventOutput& output);
-    void writeRegion(const std::string& text);
+    bool writeRegion(const std::string& text);
 
     EventRegion& m_region;
     const Send m_send;

@@ -110,7 +110,7 @@ void serve(const ServiceOptions& options) {
     // last.
     const EventLoop loop = makeSignalledLoop();
     ServiceBus bus(loop.get());
-    EventPublisher publisher(loop.get(), region, [&bus](const auto& values) { bus.sendEvent(values); });
+    EventPublisher publisher(loop.get(), region, [&bus](const auto& values) { return bus.sendEvent(values); });
     const auto player = scenario ? makePlayer(*scenario, loop.get(), publisher, bus, region) : nullptr;
     EventQueue events(loop.get(), player ? static_cast<EventSink&>(*player) : publisher);
     MediaService service({*engine, server, events});

@@ -51,10 +51,11 @@ void ServiceBus::serve(Handlers handlers) {
     requireSuccess(result, "cannot take the service's name");
 }
 
-void ServiceBus::sendEvent(const std::vector<std::string>& values) {
+bool ServiceBus::sendEvent(const std::vector<std::string>& values) {
     const int result = sendTopicValue(m_bus.get(), kEventTopic, values);
     if (result < 0)
-        spdlog::error("event not sent: {}", std::generic_category().message(-result));
+        spdlog::error("event not on the bus: {}", std::generic_category().message(-result));
+    return result >= 0;
 }
 
 void ServiceBus::flush() {

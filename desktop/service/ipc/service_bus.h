@@ -37,7 +37,8 @@ public:
     void serve(Handlers handlers);
 
     /// Sends an event. A failure is logged; clients that wait for the event time out.
-    void sendEvent(const std::vector<std::string>& values);
+    /// @return whether it was sent.
+    bool sendEvent(const std::vector<std::string>& values);
 
     /// Waits until everything that was sent has been written to the socket.
     void flush();

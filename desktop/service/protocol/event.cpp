@@ -3,7 +3,6 @@
 #include "base/compact_json.h"
 
 #include <json/value.h>
-#include <spdlog/spdlog.h>
 
 #include <algorithm>
 
@@ -89,12 +88,6 @@ Event fitted(Event event, std::size_t limit) {
     if (jsonSize(event) > limit)
         event.definitions.clear();
     return event;
-}
-
-void logEvent(const Event& event) {
-    spdlog::log(event.code == ResultCode::Ok ? spdlog::level::debug : spdlog::level::warn,
-                "event name={} code={} session={:?} object={:?} kind={:?} detail={:?}", event.name,
-                static_cast<int>(event.code), event.session, event.objectId, event.kind, event.detail);
 }
 
 } // namespace velmora::desktop

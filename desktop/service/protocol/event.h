@@ -49,9 +49,6 @@ std::string toJson(const std::vector<std::string>& values);
 /// that is not enough, the definitions are left out entirely, because a part of them could not be parsed.
 Event fitted(Event event, std::size_t limit);
 
-/// Logs an event that is about to go out, a failure as a warning.
-void logEvent(const Event& event);
-
 } // namespace velmora::desktop
 
 #endif // ZUV_DESKTOP_SERVICE_PROTOCOL_EVENT_H

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <ctime>
 #include <utility>
+#include <variant>
 
 namespace velmora::desktop {
 
@@ -22,6 +23,10 @@ bool isAbout(const Rule& rule, CommandName command, const Event& answer) {
     return (!rule.command || rule.command == command) && (!rule.kind || isOfKind(answer, *rule.kind));
 }
 
+bool sends(const Rule& rule) {
+    return std::ranges::any_of(rule.steps, [](const Step& step) { return std::holds_alternative<Delivery>(step); });
+}
+
 } // namespace
 
 ScenarioPlayer::ScenarioPlayer(sd_event* loop, Scenario scenario, EventPublisher& publisher, Perform perform)
@@ -30,7 +35,8 @@ ScenarioPlayer::ScenarioPlayer(sd_event* loop, Scenario scenario, EventPublisher
 
 void ScenarioPlayer::publishAnswer(CommandName command, Event answer) {
     if (const Rule* rule = ruleFor(command, answer)) {
-        spdlog::info("scenario applies to the answer name={} session={:?}", answer.name, answer.session);
+        spdlog::info("scenario applies to the answer name={} session={:?}{}", answer.name, answer.session,
+                     sends(*rule) ? "" : ": nothing is sent");
         m_performances.push_back({*this, std::move(answer), rule->steps});
     } else {
         m_publisher.publishAnswer(command, std::move(answer));
@@ -91,7 +97,6 @@ void ScenarioPlayer::proceedWith(Performance& performance) {
 }
 
 void ScenarioPlayer::take(Performance& performance, const Delivery& delivery) {
-    logEvent(performance.answer);
     const EventOutput output = outputOf(performance.answer, delivery);
     for (int i = 0; i < delivery.times; ++i)
         m_publisher.sendAnswer(output);

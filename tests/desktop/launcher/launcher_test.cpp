@@ -1,8 +1,11 @@
 // zuv-desktop run: the command's exit status, signals and environment, and that nothing is left afterwards.
 #include "desktop/bus/bus_test.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -40,6 +43,14 @@ struct RunningPlatform {
         const std::string line = launcher.readLine();
         EXPECT_TRUE(!line.empty() && line.find_first_not_of("0123456789") == std::string::npos) << line;
         return std::atoi(line.c_str());
+    }
+
+    // The next line with that word; the command logs what it makes of the loss of its bus, too.
+    std::string lineWith(const std::string& word) {
+        std::string line = launcher.readLine();
+        while (!line.empty() && line.find(word) == std::string::npos)
+            line = launcher.readLine();
+        return line;
     }
 
     Launched launcher{shell("echo $DBUS_SESSION_BUS_ADDRESS; exec " ZUV_TEST_PLATFORM_USER)};
@@ -200,6 +211,35 @@ TEST(Launcher, EndsEverythingItStarted) {
     EXPECT_FALSE(fs::exists(platform.folder));
 }
 
+TEST(Launcher, NamesTheProcessThatEndedAndWhatFollows) {
+    RunningPlatform platform;
+
+    ASSERT_TRUE(sendSignal(platform.service, SIGSEGV));
+    EXPECT_NE(platform.launcher.readLine().find("zuv-service (process " + std::to_string(platform.service) +
+                                                ") was killed by SIGSEGV: its objects are lost, and the next creation"),
+              std::string::npos);
+    ASSERT_TRUE(sendSignal(platform.keeper, SIGKILL));
+    EXPECT_NE(platform.launcher.readLine().find("zuv-keeper (process " + std::to_string(platform.keeper) +
+                                                ") was killed by SIGKILL: the values that it kept are lost"),
+              std::string::npos);
+    ASSERT_TRUE(sendSignal(platform.daemon, SIGKILL));
+    EXPECT_NE(platform.lineWith("dbus-daemon")
+                  .find("dbus-daemon (process " + std::to_string(platform.daemon) +
+                        ") was killed by SIGKILL: the service and the keeper end with it"),
+              std::string::npos);
+    EXPECT_TRUE(isGone(platform.service)) << "it has been waited for";
+    ASSERT_TRUE(sendSignal(platform.launcher.process(), SIGTERM));
+    EXPECT_EQ(platform.launcher.wait(), 128 + SIGTERM);
+    EXPECT_FALSE(fs::exists(platform.folder));
+}
+
+TEST(Launcher, NamesTheSignalThatKilledTheCommandUnlessItPassedItOn) {
+    Launched launcher(shell("kill -KILL $$"));
+    EXPECT_NE(launcher.readRest().find(", the command) was killed by SIGKILL\n"), std::string::npos);
+    Launched other(shell("kill -TERM $$"));
+    EXPECT_EQ(other.readRest(), "");
+}
+
 TEST(Launcher, EndsTheBusWhenTheCommandCannotBeStarted) {
     setenv("ZUV_LOG_LEVEL", "progress", 1);
     Launched launcher({kLauncher, "run", "--", "no-such-command"});
@@ -223,7 +263,78 @@ TEST(Launcher, KilledTakesTheDaemonAndTheOthersAlong) {
 
     for (const pid_t process : {platform.daemon, platform.keeper, platform.service})
         EXPECT_TRUE(eventually([process] { return waitpid(process, nullptr, WNOHANG) == process; })) << process;
-    fs::remove_all(platform.folder);
+    EXPECT_EQ(Launched(shell("exit 0")).wait(), 0);
+
+    EXPECT_FALSE(fs::exists(platform.folder)) << "the next run removes it";
+}
+
+/// A folder in /tmp whose name says that a process has it.
+class FolderInTmp {
+public:
+    explicit FolderInTmp(const std::string& owner, mode_t mode = 0700)
+        : m_path("/tmp/zuv-desktop-" + owner + "-" + std::to_string(100'000 + getpid() % 900'000)) {
+        fs::remove_all(m_path);
+        EXPECT_EQ(mkdir(m_path.c_str(), mode), 0);
+    }
+    ~FolderInTmp() { fs::remove_all(m_path); }
+    FolderInTmp(const FolderInTmp&) = delete;
+    FolderInTmp& operator=(const FolderInTmp&) = delete;
+
+    const std::string& path() const { return m_path; }
+    bool exists() const { return fs::exists(m_path); }
+
+private:
+    std::string m_path;
+};
+
+constexpr const char* kNoProcess = "2147483646"; // more than any machine has
+
+TEST(AbandonedFolders, AreRemovedAndNothingElse) {
+    const FolderInTmp abandoned(kNoProcess);
+    const FolderInTmp ofAProcess(std::to_string(getpid()));
+    const FolderInTmp ofNobody("x" + std::string(kNoProcess));
+    const FolderInTmp withSign("+" + std::string(kNoProcess));
+
+    desktop::removeAbandonedFolders();
+
+    EXPECT_FALSE(abandoned.exists());
+    EXPECT_TRUE(ofAProcess.exists());
+    EXPECT_TRUE(ofNobody.exists());
+    EXPECT_TRUE(withSign.exists());
+}
+
+// A folder gets the mode of an abandoned one last: tests that run at the same time remove such folders.
+TEST(AbandonedFolders, AreNeitherOpenToOthersNorLocked) {
+    const FolderInTmp folder(kNoProcess, 0755);
+    desktop::removeAbandonedFolders();
+    EXPECT_TRUE(folder.exists());
+
+    const desktop::FileDescriptor user(open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(flock(user.get(), LOCK_SH), 0);
+    fs::permissions(folder.path(), fs::perms::owner_all);
+    desktop::removeAbandonedFolders();
+    EXPECT_TRUE(folder.exists());
+}
+
+TEST(AbandonedFolders, AreNotThoseOfOthers) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs root, to give a folder away";
+    const FolderInTmp folder(kNoProcess, 0755);
+    ASSERT_EQ(chown(folder.path().c_str(), 65534, 65534), 0);
+    fs::permissions(folder.path(), fs::perms::owner_all);
+    desktop::removeAbandonedFolders();
+    EXPECT_TRUE(folder.exists());
+}
+
+TEST(AbandonedFolders, AreFolders) {
+    const FolderInTmp linked("target");
+    const std::string link = "/tmp/zuv-desktop-" + std::string(kNoProcess) + "-abcdef";
+    fs::remove(link);
+    fs::create_directory_symlink(linked.path(), link);
+    desktop::removeAbandonedFolders();
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_TRUE(linked.exists());
+    fs::remove(link);
 }
 
 } // namespace

@@ -90,6 +90,38 @@ TEST_F(EventPublisherTest, StillSendsWhatTheRegionCannotTake) {
     EXPECT_EQ(m_sent[0].inRegion, "");
 }
 
+TEST_F(EventPublisherTest, LogsWhatItSent) {
+    Event event = eventNamed("started");
+    event.session = "ses-1";
+    event.detail = "OK";
+    answer(event);
+    m_publisher.publishRefusal(eventNamed("unknown"));
+    EXPECT_EQ(m_log.str(), "debug event sent in memory and on the bus: name=\"started\" code=\"200\" session=\"ses-1\" "
+                           "object=\"\" kind=\"\" detail=\"OK\"\n"
+                           "debug event sent on the bus only: name=\"unknown\" code=\"200\" session=\"\" object=\"\" "
+                           "kind=\"\" detail=\"\"\n");
+}
+
+TEST_F(EventPublisherTest, LogsOtherOutputAsItWasSent) {
+    m_publisher.sendAnswer({"no JSON", {{"started", "500"}}});
+    m_publisher.sendAnswer({"no JSON", std::nullopt});
+    m_publisher.sendAnswer({std::string(300, 'x'), std::vector<std::string>()});
+    EXPECT_EQ(m_log.str(),
+              "warning event sent in memory and on the bus: name=\"started\" code=\"500\" text=\"no JSON\"\n"
+              "debug event sent in memory only: text=\"no JSON\"\n"
+              "debug event sent in memory and on the bus: text=\"" +
+                  std::string(200, 'x') + "\"...\n");
+}
+
+TEST_F(EventPublisherTest, DoesNotLogAsSentWhatCouldNotBe) {
+    m_canSend = false;
+    m_publisher.sendAnswer({std::string(5000, 'x'), {{"started"}}});
+    m_publisher.sendAnswer({"text", {{"started"}}});
+    EXPECT_EQ(m_log.str(), "error event not in shared memory: event text of 5000 bytes\n"
+                           "debug event not sent\n"
+                           "debug event sent in memory only: text=\"text\"\n");
+}
+
 TEST_F(EventPublisherTest, SendsOtherOutputInTheWaysThatItHas) {
     m_publisher.sendAnswer({"in memory", std::nullopt});
     EXPECT_TRUE(m_sent.empty());

@@ -6,8 +6,11 @@
 #include "service/event_publisher.h"
 
 #include <gtest/gtest.h>
+#include <spdlog/spdlog.h>
 
 #include <chrono>
+#include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -23,6 +26,7 @@ protected:
         Clock::time_point when;
     };
 
+    PublisherTest();
     ~PublisherTest() override;
 
     static Event eventNamed(const std::string& name);
@@ -39,8 +43,12 @@ protected:
     EventRegion m_region{m_name};
     const EventLoop m_loop = makeEventLoop();
     std::vector<Sent> m_sent;
+    bool m_canSend = true;
+    const std::shared_ptr<spdlog::logger> m_usualLog = spdlog::default_logger();
+    std::ostringstream m_log; ///< the lines of the log
     EventPublisher m_publisher{m_loop.get(), m_region, [this](const std::vector<std::string>& values) {
                                    m_sent.push_back({values, regionText(), Clock::now()});
+                                   return m_canSend;
                                }};
 };
 
