@@ -8,8 +8,8 @@
 namespace velmora::desktop {
 
 /// The end of an error message about a wrong word.
-/// @return `; did you mean "WORD"?` with the most similar of the right words, or "" when none is similar: at most a third
-///     of its characters may be wrong.
+/// @return `; did you mean "WORD"?` with the most similar of the right words, or "" when none is similar: at most a
+///     third of its characters may be wrong.
 std::string didYouMean(const std::string& wrong, const std::vector<std::string>& right);
 
 } // namespace velmora::desktop

@@ -10,8 +10,8 @@
 namespace velmora::desktop {
 
 /// A folder under /tmp that only its owner can access (mode 0700), with the number of the process in its name. The
-/// destructor removes it with its content. TMPDIR is not used, because the path of a socket in the folder must not exceed
-/// 107 bytes.
+/// destructor removes it with its content. TMPDIR is not used, because the path of a socket in the folder must not
+/// exceed 107 bytes.
 class TemporaryFolder {
 public:
     /// @throws std::system_error

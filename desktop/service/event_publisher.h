@@ -23,8 +23,8 @@ struct EventOutput {
     std::optional<std::vector<std::string>> bus; ///< the list on the bus
 };
 
-/// Writes each event to shared memory and then sends it on the bus, so that events have the same order in both, and logs
-/// what it sent. One thread, the loop's.
+/// Writes each event to shared memory and then sends it on the bus, so that events have the same order in both, and
+/// logs what it sent. One thread, the loop's.
 class EventPublisher final : public EventSink {
 public:
     /// Sends the values on the bus. @return whether it could.

@@ -10,11 +10,11 @@ namespace velmora::desktop {
 
 /// The shared memory that holds the latest event as JSON text, for clients that poll instead of listening.
 ///
-/// Clients map the region once and keep the mapping. A restarted service therefore writes to the existing region, and one
-/// whose region's name somebody removes writes to a new region as well as to the old one. The region is written through
-/// its descriptor instead of a mapping: if another process shortens it, a write fails, where access to a mapping would
-/// kill the service. While this object exists, it holds a shared flock() on the region, by which others see that the
-/// region is in use. One thread, without locks.
+/// Clients map the region once and keep the mapping. A restarted service therefore writes to the existing region, and
+/// one whose region's name somebody removes writes to a new region as well as to the old one. The region is written
+/// through its descriptor and not a mapping: if another process shortens it, a write fails, where access to a mapping
+/// would kill the service. While this object exists, it holds a shared flock() on the region, by which others see that
+/// the region is in use. One thread, without locks.
 class EventRegion {
 public:
     /// The size of the region in bytes: a text and the zero byte that ends it.
@@ -38,7 +38,8 @@ public:
     /// @throws std::system_error
     void fill(const std::string& bytes);
 
-    /// Removes the region's name, for good. Processes that have the region mapped keep it; others can no longer open it.
+    /// Removes the region's name, for good. Processes that have the region mapped keep it; others can no longer open
+    /// it.
     void remove();
 
     /// Replaces the region by a new one of the same name. Processes that have the old one mapped see no more events.

@@ -15,9 +15,8 @@ namespace velmora::desktop {
 /// @return an absolute path; the file may not exist.
 std::filesystem::path scenarioFile(const std::string& given);
 
-/// @throws std::runtime_error when the file cannot be read, is not a regular file, has more than 1 MiB or is not a valid
-///     scenario; what() is "FILE: PLACE: REASON",
-///     and suggests a similar name when there is no such scenario.
+/// @throws std::runtime_error when the file cannot be read, is not a regular file, has more than 1 MiB or is not a
+///     valid scenario; what() is "FILE: PLACE: REASON", and suggests a similar name when there is no such scenario.
 Scenario loadScenario(const std::filesystem::path& file);
 
 /// The names and descriptions of the scenarios that come with the desktop platform, one a line.
