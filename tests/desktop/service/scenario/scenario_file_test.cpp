@@ -9,6 +9,7 @@
 #include "service/protocol/event.h"
 #include "service/scenario/scenario_files.h"
 #include "support/test_files.h"
+#include "support/text.h"
 
 #include <gtest/gtest.h>
 #include <json/reader.h>
@@ -333,18 +334,6 @@ TEST_F(ScenarioFileTest, ServiceAborts) {
     EXPECT_EQ(m_region->values(), m_created.values);
 }
 
-/// "answer-delayed" is tested by AnswerDelayed.
-std::string testName(const std::string& scenario) {
-    std::string name;
-    bool begins = true;
-    for (const char letter : scenario) {
-        if (letter != '-')
-            name += begins ? static_cast<char>(std::toupper(letter)) : letter;
-        begins = letter == '-';
-    }
-    return name;
-}
-
 std::map<std::string, std::filesystem::path> filesByScenario() {
     std::map<std::string, std::filesystem::path> files;
     for (const auto& entry : std::filesystem::directory_iterator(ZUV_SCENARIOS))
@@ -362,7 +351,7 @@ TEST(ScenarioFiles, AreAllTested) {
     }
     std::set<std::string> expected;
     for (const auto& [scenario, file] : filesByScenario())
-        expected.insert(testName(scenario));
+        expected.insert(camelCase(scenario));
     EXPECT_EQ(tests, expected);
 }
 
