@@ -66,6 +66,9 @@ if(NOT (ZUV_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL Clang))
 endif()
 
 if(ZUV_SANITIZE)
+    # Reports need line numbers, but not what a debugger needs beyond them, which takes long to write.
+    set(CMAKE_C_FLAGS_DEBUG "-g1")
+    set(CMAKE_CXX_FLAGS_DEBUG "-g1")
     add_compile_options(-fsanitize=${ZUV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${ZUV_SANITIZE})
     if(ZUV_SANITIZE MATCHES thread)

@@ -17,7 +17,7 @@ namespace {
 
 constexpr long kMaximumRedirects = 5;
 // For all responses of a transfer together: interim ones, redirects and the final one.
-constexpr std::size_t kMaximumHeaderSize = std::size_t{64} * 1024;
+constexpr std::size_t kMaximumUpstreamHeaderSize = std::size_t{64} * 1024;
 // How much is received ahead of the reader.
 constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
 
@@ -102,7 +102,7 @@ std::size_t UpstreamTransfer::onHeader(char* line, std::size_t, std::size_t size
     auto& self = *static_cast<UpstreamTransfer*>(transfer);
     self.m_headerEnded = *line == '\r' || *line == '\n';
     self.m_headerSize += size;
-    return self.m_headerSize <= kMaximumHeaderSize ? size : CURL_WRITEFUNC_ERROR;
+    return self.m_headerSize <= kMaximumUpstreamHeaderSize ? size : CURL_WRITEFUNC_ERROR;
 }
 
 std::size_t UpstreamTransfer::onBody(char* bytes, std::size_t, std::size_t size, void* transfer) {
