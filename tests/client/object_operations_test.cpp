@@ -24,7 +24,7 @@ protected:
 
 // What every operation does: trace, send without the lock, trace.
 
-struct Operation {
+struct ProxyOperation {
     const char* name;
     const char* function;
     std::function<void(ZUVMediaProxyInterface&)> call;
@@ -34,7 +34,7 @@ struct Operation {
     std::vector<std::string> insteadOfCommand = {};
 };
 
-const Operation operations[] = {
+const ProxyOperation operations[] = {
     {"Start",
      "start",
      [](auto& object) { object.start("url", 3); },
@@ -72,7 +72,7 @@ const Operation operations[] = {
      {{0, "preload"}, {1, "advertisement"}, {5, "0.000000"}, {6, "one"}, {8, "three"}}},
 };
 
-class ObjectOperation : public ObjectOperations, public ::testing::WithParamInterface<Operation> {
+class ObjectOperation : public ObjectOperations, public ::testing::WithParamInterface<ProxyOperation> {
 protected:
     // A seek needs a state that is not idle.
     ObjectOperation() { object->m_state = State::Started; }
