@@ -3,6 +3,7 @@
 #include "support/processes.h"
 
 #include <gtest/gtest.h>
+#include <spdlog/spdlog.h>
 
 #include <string>
 
@@ -13,6 +14,10 @@ enum class Way { File, Http };
 
 class ConsumerTest : public testing::TestWithParam<Way> {
 protected:
+    /// Creates the logger before the threads of the two servers, as the service's main() does: ThreadSanitizer does not
+    /// see how the library orders its creation.
+    static void SetUpTestSuite() { spdlog::default_logger(); }
+
     const MediaLocation& location() const { return GetParam() == Way::File ? m_file : m_http; }
 
     TemporaryFolder m_folder;
