@@ -4,7 +4,7 @@ set(library_package libzuv-media-proxy${PROJECT_VERSION_MAJOR})
 
 add_test(NAME package.packages COMMAND ${CMAKE_COMMAND}
     -DBUILD_FOLDER=${CMAKE_BINARY_DIR} -DPACKAGES=${packages} -P ${CMAKE_CURRENT_SOURCE_DIR}/unpack_packages.cmake)
-set_tests_properties(package.packages PROPERTIES LABELS package FIXTURES_SETUP packages)
+set_tests_properties(package.packages PROPERTIES LABELS package FIXTURES_SETUP packages COST 20)
 
 function(zuv_package_test name)
     add_test(NAME package.${name} ${ARGN})
