@@ -1,18 +1,18 @@
-// Every scenario that comes with the service, played by a real process on a real bus: what the bus and the
-// shared memory show. The media are simulated, and started as an advertisement, which brings no news of its
-// own. Every test has a bus and a /dev/shm of its own.
+// Every scenario that comes with the service. All but those that only distort the text in shared memory are played by
+// a real process on a real bus: what the bus and the shared memory show. The media are simulated, and started as an
+// advertisement, which brings no news of its own. Every test has a bus and a /dev/shm of its own.
 #include "desktop/service/mapped_region.h"
 #include "desktop/service/service_client.h"
 #include "desktop/service/service_process.h"
 #include "launcher/private_bus.h"
 #include "service/ipc/event_region.h"
 #include "service/protocol/event.h"
+#include "service/scenario/scenario.h"
 #include "service/scenario/scenario_files.h"
 #include "support/test_files.h"
 #include "support/text.h"
 
 #include <gtest/gtest.h>
-#include <json/reader.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -184,62 +184,6 @@ TEST_F(ScenarioFileTest, AnswerByBothChannels) {
     EXPECT_EQ(m_region->values(), answer);
 }
 
-TEST_F(ScenarioFileTest, MemoryNotJson) {
-    play("memory-not-json");
-    startAndAwait();
-    EXPECT_EQ(m_region->text(), "this is no JSON");
-}
-
-TEST_F(ScenarioFileTest, MemoryTorn) {
-    play("memory-torn");
-    const std::string whole = toJson(startAndAwait());
-    EXPECT_EQ(m_region->text(), whole.substr(0, whole.size() / 2));
-}
-
-TEST_F(ScenarioFileTest, MemoryOversize) {
-    play("memory-oversize");
-    std::string whole = toJson(startAndAwait());
-    whole.back() = ','; // in place of the brace
-    EXPECT_TRUE(m_region->bytes().starts_with(whole));
-    EXPECT_EQ(m_region->bytes().find('\0'), std::string::npos);
-    EXPECT_EQ(m_region->bytes().back(), 'x');
-}
-
-TEST_F(ScenarioFileTest, MemoryRootArray) {
-    play("memory-root-array");
-    const Values answer = startAndAwait();
-    Json::Value root;
-    ASSERT_TRUE(Json::Reader().parse(m_region->text(), root));
-    ASSERT_TRUE(root.isArray());
-    Values entries;
-    for (const Json::Value& entry : root)
-        entries.push_back(entry.asString());
-    EXPECT_EQ(entries, answer);
-}
-
-TEST_F(ScenarioFileTest, MemoryNestedMember) {
-    play("memory-nested-member");
-    startAndAwait();
-    Json::Value root;
-    ASSERT_TRUE(Json::Reader().parse(m_region->text(), root));
-    EXPECT_EQ(root["2"].asString(), m_session);
-    ASSERT_TRUE(root["8"].isObject());
-    EXPECT_EQ(root["8"]["text"].asString(), "OK");
-}
-
-TEST_F(ScenarioFileTest, MemoryDeepNesting) {
-    play("memory-deep-nesting");
-    startAndAwait();
-    EXPECT_EQ(m_region->text(), std::string(1500, '[') + std::string(1500, ']'));
-}
-
-TEST_F(ScenarioFileTest, MemoryNoZeroByte) {
-    play("memory-no-zero-byte");
-    std::string whole = toJson(startAndAwait());
-    whole.resize(4096, ' ');
-    EXPECT_EQ(m_region->bytes(), whole);
-}
-
 TEST_F(ScenarioFileTest, MemoryRemoved) {
     play("memory-removed");
     const ReceivedEvent status = m_client->request("inspect", "");
@@ -341,6 +285,30 @@ std::map<std::string, std::filesystem::path> filesByScenario() {
     return files;
 }
 
+/// The text that a file has shared memory hold. Its forms themselves are those of the Delivery tests.
+const std::map<std::string, MemoryForm> kFormByScenario{{"memory-deep-nesting", MemoryForm::DeepNesting},
+                                                        {"memory-nested-member", MemoryForm::NestedMember},
+                                                        {"memory-no-zero-byte", MemoryForm::NoZeroByte},
+                                                        {"memory-not-json", MemoryForm::NotJson},
+                                                        {"memory-oversize", MemoryForm::Oversize},
+                                                        {"memory-root-array", MemoryForm::RootArray},
+                                                        {"memory-torn", MemoryForm::Torn}};
+
+TEST(ScenarioFiles, NameTheFormOfTheTextInMemory) {
+    for (const auto& [name, form] : kFormByScenario) {
+        const Scenario scenario = loadScenario(filesByScenario().at(name));
+        ASSERT_EQ(scenario.rules.size(), 1U) << name;
+        const Rule& rule = scenario.rules[0];
+        EXPECT_EQ(rule.command, CommandName::Start) << name;
+        EXPECT_EQ(rule.nth, 1) << name;
+        ASSERT_EQ(rule.steps.size(), 1U) << name;
+        const Delivery& delivery = std::get<Delivery>(rule.steps[0]);
+        EXPECT_EQ(delivery.form, form) << name;
+        EXPECT_EQ(delivery.channels, Channels::Both) << name;
+        EXPECT_TRUE(delivery.isAnswer) << name;
+    }
+}
+
 TEST(ScenarioFiles, AreAllTested) {
     std::set<std::string> tests;
     const testing::UnitTest& all = *testing::UnitTest::GetInstance();
@@ -349,6 +317,8 @@ TEST(ScenarioFiles, AreAllTested) {
         for (int j = 0; suite.name() == std::string("ScenarioFileTest") && j < suite.total_test_count(); ++j)
             tests.insert(suite.GetTestInfo(j)->name());
     }
+    for (const auto& [scenario, form] : kFormByScenario)
+        tests.insert(camelCase(scenario));
     std::set<std::string> expected;
     for (const auto& [scenario, file] : filesByScenario())
         expected.insert(camelCase(scenario));
