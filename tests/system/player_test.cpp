@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -52,6 +54,29 @@ TEST_P(PlayerInBothModes, PlaysTheWholeProgrammeAndProvesTheBytes) {
                              "advertisement: url http://127.0.0.1:", "Seek Done.", "main video: sought to 1.000 s",
                              "next title: preloaded", "done"})
         EXPECT_TRUE(contains(result, step)) << step << "\n" << result.output;
+}
+
+/// The lines of a run that are neither the player's steps, nor the client's, nor milestones of the platform.
+std::string otherLines(const ProgramResult& result) {
+    static const std::regex kExpected(
+        R"( *[0-9]+\.[0-9]{3} s  .*)"
+        R"(|\[[^\]]+\] \[zuv-player\] \[B-LOG\] .*)"
+        R"(|\[[^\]]+\] \[zuv-service\] (ready|ending with the bus|ended)( .*)?)"
+        R"(|\[[^\]]+\] \[zuv-service\] (object (created|freed)|started|stopped|medium played) .*)");
+    std::string others;
+    std::istringstream output(result.output);
+    for (std::string line; std::getline(output, line);)
+        others += std::regex_match(line, kExpected) ? "" : line + "\n";
+    return others;
+}
+
+TEST_P(PlayerInBothModes, LogsNoFailureOfThePlatformWhereAllGoesWell) {
+    const ProgramResult result = play(std::string(GetParam()) + " " + kClip);
+
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_EQ(otherLines(result), "") << result.output;
+    // The client's line, but about what the service left in shared memory.
+    EXPECT_FALSE(contains(result, "Fail to parse json string")) << result.output;
 }
 
 TEST_P(PlayerInBothModes, SaysSoWhenTheMediumCannotBePlayed) {
