@@ -105,6 +105,13 @@ TEST(Player, SaysSoWhenTheFileIsMissing) {
     EXPECT_EQ(lastLine(result), "zuv-player: no such media file: /no/such/file.webm");
 }
 
+TEST(Player, TakesANameThatBeginsWithADash) {
+    const ProgramResult result = runInShell(kPlayer + "-- --no-such-file");
+
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(lastLine(result), "zuv-player: no such media file: --no-such-file");
+}
+
 TEST(Player, PlaysFileUrls) {
     const TemporaryFolder folder;
     std::filesystem::create_symlink(kClip, folder.path() / "a clip.webm");
@@ -136,20 +143,53 @@ struct WrongCommandLine {
 
 TEST(Player, SaysWhatIsWrongWithTheCommandLine) {
     for (const auto& [arguments, reason] : std::vector<WrongCommandLine>{
-             {"", "no medium given: zuv-player MEDIUM"},
-             {"--snyc a", "no such option: --snyc; did you mean --sync?"},
-             {"--colour a", "no such option: --colour"},
-             {"a b", "one medium too many: b"},
-             {"--seek soon a", "--seek: not a number of seconds from 0: soon"},
-             {"--seek -1 a", "--seek: not a number of seconds from 0: -1"},
-             {"htp://a/b", "cannot play htp: URLs, only file:, http: and https: URLs; did you mean http:?"},
-             {"file://home/a", "not a file of this machine: file://home/a; did you mean file:///home/a?"},
+             {"", "MEDIUM is required"},
+             {"--snyc a", R"(no such option: "--snyc"; did you mean "--sync"?)"},
+             {"--sekk=3 a", R"(no such option: "--sekk"; did you mean "--seek"?)"},
+             {"--colour a", R"(no such option: "--colour")"},
+             {"-x a", R"(no such option: "-x")"},
+             {"a b", R"("b" is not expected: one MEDIUM is enough)"},
+             {"--seek soon a", R"(--seek: "soon" is not a number of seconds from 0)"},
+             {"--seek -1 a", R"(--seek: "-1" is not a number of seconds from 0)"},
+             {"--seek", "--seek needs a value: SECONDS"},
+             {"a --ad=", "--ad needs a value: MEDIUM"},
+             {"--ad --next a b", "--ad needs a value: MEDIUM"},
+             {"--viewer --sync a", "--viewer needs a value: COMMAND"},
+             {"--seek 1 --seek 2 a", "--seek is given more than once"},
+             {"--sync=maybe a", "--sync takes no value"},
+             {"--version=2", "--version takes no value"},
+             {"htp://a/b", R"(cannot play htp: URLs, only file:, http: and https: URLs; did you mean "http:"?)"},
+             {"file://home/a", R"(not a file of this machine: file://home/a; did you mean "file:///home/a"?)"},
              {"file:/%4", "not a URL: file:/%4: a % is followed by two hexadecimal digits, and is itself %25"}}) {
         const ProgramResult result = runInShell(kPlayer + arguments);
 
         EXPECT_EQ(result.status, 2) << arguments;
         EXPECT_EQ(lastLine(result), "zuv-player: " + reason) << result.output;
     }
+}
+
+/// What a program complains of, without the program's name.
+std::string complaint(const std::string& command) {
+    const ProgramResult result = runInShell(command);
+    EXPECT_EQ(result.status, 2) << result.output;
+    const std::string line = result.output.substr(0, result.output.find('\n'));
+    return line.substr(line.find(": ") + 2);
+}
+
+TEST(Player, ComplainsInTheWordsOfThePlatformsPrograms) {
+    const std::string service = ZUV_PROGRAMS_DIR "/zuv-service ";
+    for (const std::string arguments : {"--verison", "--nonsense", "--hepl=3", "--version=3", "-x"})
+        EXPECT_EQ(complaint(kPlayer + arguments), complaint(service + arguments)) << arguments;
+    // Where the programs' options differ, compared without their names and kinds of values.
+    const auto alike = [&](const std::string& player, const std::string& platform) {
+        const std::regex words(R"(--[a-z-]+|[A-Z]+$)");
+        EXPECT_EQ(std::regex_replace(complaint(kPlayer + player), words, "X"),
+                  std::regex_replace(complaint(service + platform), words, "X"));
+    };
+    alike("--viewer", "--scenario");
+    alike("--ad --next a b", "--scenario --engine b");
+    alike("--ad a --ad a b", "--scenario a --scenario a");
+    alike("--sync=no a", "--list-scenarios=no");
 }
 
 TEST(Player, SaysSoWhenTheLibraryIsMissing) {
