@@ -48,10 +48,38 @@ std::optional<double> toNumber(const std::string& text) {
     return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
 }
 
+std::string needsValue(const std::string& option, const std::string& kind) {
+    return option + " needs a value: " + kind;
+}
+
 /// @param take called with the value. @throws CLI::ValidationError to refuse it.
 void addOption(CLI::App& app, const ValueOption& option, const std::string& kind,
                const std::function<void(const std::string&)>& take) {
-    app.add_option_function<std::string>(option.name, take, option.help)->envname(option.variable)->type_name(kind);
+    const auto takeUnlessOption = [&app, option, kind, take](const std::string& value) {
+        if (value.starts_with("--") && app.get_option_no_throw(value) != nullptr)
+            throw CLI::ValidationError(needsValue(option.name, kind));
+        take(value);
+    };
+    app.add_option_function<std::string>(option.name, takeUnlessOption, option.help)
+        ->envname(option.variable)
+        ->type_name(kind);
+}
+
+/// What is wrong with the option that an error is about; no value if it is about none of this app's. CLI11's errors
+/// begin with the option's name, that of a flag without its dashes.
+std::optional<std::string> problemOf(const CLI::ParseError& error, const CLI::App& app) {
+    const std::string text = error.what();
+    const std::string name = text.substr(0, text.find_first_of(": "));
+    const auto* option = app.get_option_no_throw(name.starts_with("--") ? name : "--" + name);
+    if (option == nullptr)
+        return std::nullopt;
+    if (dynamic_cast<const CLI::ValidationError*>(&error) != nullptr)
+        return text; // of this file
+    if (option->get_expected_max() == 0)
+        return option->get_name() + " takes no value";
+    if (option->count() > 1)
+        return option->get_name() + " is given more than once";
+    return needsValue(option->get_name(), option->get_type_name());
 }
 
 /// The option, and the variable that its value can come from as well.
@@ -72,7 +100,7 @@ CommandLineParser::CommandLineParser(const std::string& description)
     : m_parts(std::make_unique<Parts>(Parts{nullptr, std::make_unique<CLI::App>(description)})) {
     m_parts->app = m_parts->root.get();
     m_parts->app->name(program_invocation_short_name)->allow_extras();
-    m_parts->app->set_version_flag("--version", ZUV_VERSION, "Print the version and exit");
+    m_parts->app->set_version_flag("--version", ZUV_VERSION, "Print the version and exit")->disable_flag_override();
 }
 
 CommandLineParser::CommandLineParser(std::unique_ptr<Parts> parts) : m_parts(std::move(parts)) {}
@@ -80,7 +108,7 @@ CommandLineParser::CommandLineParser(std::unique_ptr<Parts> parts) : m_parts(std
 CommandLineParser::~CommandLineParser() = default;
 
 void CommandLineParser::addFlag(const std::string& name, const std::string& help, bool& given) {
-    m_parts->app->add_flag(name, given, help);
+    m_parts->app->add_flag(name, given, help)->disable_flag_override();
 }
 
 void CommandLineParser::addText(const ValueOption& option, std::string& value) {
@@ -129,7 +157,7 @@ std::optional<int> CommandLineParser::parse(int argc, char** argv) {
         std::ostringstream text;
         if (m_parts->app->exit(error, text, text) == exit_status::kSuccess)
             return printResult(text.str());
-        return refuse(error.what());
+        return refuse(error);
     }
     if (const auto word = leftOver())
         return refuse(*word);
@@ -142,6 +170,15 @@ std::optional<int> CommandLineParser::parse(int argc, char** argv) {
         return each->m_parts->command->empty() ? std::optional(each->refuse("-- COMMAND is required")) : std::nullopt;
     }
     return separator == end ? std::nullopt : std::optional(refuse("\"--\" is not expected"));
+}
+
+int CommandLineParser::refuse(const CLI::ParseError& error) const {
+    for (const auto& each : m_parts->subcommands) {
+        const auto problem = each->isGiven() ? problemOf(error, *each->m_parts->app) : std::nullopt;
+        if (problem)
+            return each->refuse(*problem);
+    }
+    return refuse(problemOf(error, *m_parts->app).value_or(error.what()));
 }
 
 /// What is wrong with the first word that is none of the options and subcommands.
@@ -157,7 +194,8 @@ std::optional<std::string> CommandLineParser::leftOver() const {
         known.push_back(each->m_parts->app->get_name());
     if (m_parts->command != nullptr && !word.starts_with('-'))
         return quoted(word) + " is not expected: the command goes behind --";
-    return quoted(word) + " is not known" + didYouMean(word, known);
+    return (word.starts_with('-') ? "no such option: " + quoted(word) : quoted(word) + " is not expected") +
+           didYouMean(word, known);
 }
 
 int CommandLineParser::refuse(const std::string& problem) const {

@@ -7,6 +7,10 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class ParseError;
+} // namespace CLI
+
 namespace velmora::desktop {
 
 /// How the platform's programs end. Where zuv-desktop runs a command, the command's own status is passed on; the
@@ -74,6 +78,7 @@ private:
     struct Parts;
 
     explicit CommandLineParser(std::unique_ptr<Parts> parts);
+    int refuse(const CLI::ParseError& error) const;
     std::optional<std::string> leftOver() const;
 
     std::unique_ptr<Parts> m_parts;

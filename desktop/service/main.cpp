@@ -104,6 +104,7 @@ std::unique_ptr<ScenarioPlayer> makePlayer(const Scenario& scenario, sd_event* l
 void serve(const ServiceOptions& options) {
     const std::optional<Scenario> scenario = chosenScenario(options);
     EventRegion region(kEventRegionName);
+    region.begin("{}"); // clients that look before the first event take an empty text for a fault
     MediaServer server;
     const std::unique_ptr<MediaEngine> engine = makeEngine(options);
     // The order matters at the end: first the media end, then the name on the bus is released, and the server ends

@@ -50,7 +50,8 @@ std::string pathIn(const std::string& url) {
         const std::size_t slash = rest.find('/', 2);
         const std::string host = rest.substr(2, slash == std::string::npos ? slash : slash - 2);
         if (slash == std::string::npos || (!host.empty() && host != "localhost"))
-            throw UsageError("not a file of this machine: " + url + "; did you mean file:///" + rest.substr(2) + "?");
+            throw UsageError("not a file of this machine: " + url + "; did you mean \"file:///" + rest.substr(2) +
+                             "\"?");
         rest.erase(0, slash);
     }
     return decoded(rest, url);

@@ -28,8 +28,7 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
     const auto nearest = std::min_element(words.begin(), words.end(), [&](const auto& left, const auto& right) {
         return distance(word, left) < distance(word, right);
     });
-    const std::size_t tolerance = std::max<std::size_t>(2, word.size() / 3);
-    if (nearest == words.end() || distance(word, *nearest) > tolerance)
+    if (nearest == words.end() || distance(word, *nearest) > (nearest->size() + 2) / 3)
         return {};
-    return "; did you mean " + *nearest + suffix + "?";
+    return "; did you mean \"" + *nearest + suffix + "\"?";
 }

@@ -2,13 +2,13 @@
 #include "csp_debug.h"
 #include "platform/conformance_test.h"
 #include "platform/platform_under_test.h"
+#include "support/log_threads.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <mutex>
 #include <sstream>
-#include <thread>
 #include <vector>
 
 namespace velmora::platform_test {
@@ -52,33 +52,13 @@ TEST(LogOutput, PutsLongLinesOutWhole) {
 }
 
 TEST(LogOutput, PutsOneLineOutPerCallFromManyThreads) {
-    constexpr int kThreads = 4;
-    constexpr int kLines = 200;
-    const std::string filling(300, 'x');
+    std::istringstream log(logOf([] { logFromThreads(4, 200); }));
 
-    std::istringstream log(logOf([&] {
-        std::vector<std::thread> threads;
-        threads.reserve(kThreads);
-        for (int thread = 0; thread < kThreads; ++thread)
-            threads.emplace_back([&, thread] {
-                for (int line = 0; line < kLines; ++line)
-                    if (isWanted(1))
-                        cspDebugOutput0("<%d %d %s>\n", thread, line, filling.c_str());
-            });
-        for (std::thread& thread : threads)
-            thread.join();
-    }));
-
-    std::vector<std::string> expected;
-    for (int thread = 0; thread < kThreads; ++thread)
-        for (int line = 0; line < kLines; ++line)
-            expected.push_back("<" + std::to_string(thread) + " " + std::to_string(line) + " " + filling + ">");
     std::vector<std::string> lines; // without what the platform puts before them
     for (std::string line; std::getline(log, line);)
         lines.push_back(line.substr(std::min(line.find('<'), line.size())));
     std::sort(lines.begin(), lines.end());
-    std::sort(expected.begin(), expected.end());
-    EXPECT_EQ(lines, expected);
+    EXPECT_EQ(lines, linesFromThreads(4, 200));
 }
 
 // The client logs on the delivery thread, with its own mutexes held.

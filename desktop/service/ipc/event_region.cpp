@@ -116,6 +116,12 @@ FileDescriptor openRegion(const std::string& name) {
 
 EventRegion::EventRegion(std::string name) : m_name(std::move(name)), m_region(openRegion(m_name)) {}
 
+void EventRegion::begin(const std::string& text) {
+    char first = '\0';
+    if (pread(m_region.get(), &first, 1, 0) == 1 && first == '\0')
+        write(text);
+}
+
 void EventRegion::write(const std::string& text) {
     if (text.size() > kLongestText)
         throw std::length_error("event text of " + std::to_string(text.size()) + " bytes");

@@ -28,6 +28,10 @@ public:
     /// @throws std::system_error; std::runtime_error when what has the name cannot be replaced.
     explicit EventRegion(std::string name);
 
+    /// Writes a text if there is none, as in a new region.
+    /// @throws as write() does.
+    void begin(const std::string& text);
+
     /// Replaces the text. While it changes, a reader sees the old text, no text or the new one. A reader that copies
     /// the text can still get a mixture of these, because the region has no place for a sequence number.
     /// @param text of at most kLongestText bytes, none of them zero.

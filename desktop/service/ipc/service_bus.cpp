@@ -86,7 +86,7 @@ int ServiceBus::onNameLeft(sd_bus_message* message, void* bus, sd_bus_error*) {
 }
 
 int ServiceBus::onDisconnected(sd_bus_message*, void* loop, sd_bus_error*) {
-    spdlog::info("the bus is gone");
+    spdlog::info("ending with the bus");
     return sd_event_exit(static_cast<sd_event*>(loop), 0);
 }
 

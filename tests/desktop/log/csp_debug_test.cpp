@@ -2,12 +2,12 @@
 #include "csp_debug.h"
 #include "desktop/log/log_from_c.h"
 #include "desktop/log/logged_lines.h"
+#include "support/log_threads.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>
-#include <thread>
 
 namespace velmora::log_test {
 namespace {
@@ -103,29 +103,10 @@ TEST(CspDebug, PutsLinesOfAnyLengthOutWhole) {
 }
 
 TEST(CspDebug, PutsOneLineOutPerCallFromManyThreads) {
-    constexpr int kThreads = 4;
-    constexpr int kLines = 500;
-    const std::string filling(300, 'x');
+    auto texts = textsOf(loggedLines(nullptr, [] { logFromThreads(4, 500); }));
 
-    const auto lines = loggedLines(nullptr, [&] {
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < kThreads; ++thread)
-            threads.emplace_back([&, thread] {
-                for (int line = 0; line < kLines; ++line)
-                    cspDebugOutput0("%d %d %s\n", thread, line, filling.c_str());
-            });
-        for (std::thread& thread : threads)
-            thread.join();
-    });
-
-    std::vector<std::string> expected;
-    for (int thread = 0; thread < kThreads; ++thread)
-        for (int line = 0; line < kLines; ++line)
-            expected.push_back(std::to_string(thread) + " " + std::to_string(line) + " " + filling);
-    auto texts = textsOf(lines);
     std::sort(texts.begin(), texts.end());
-    std::sort(expected.begin(), expected.end());
-    EXPECT_EQ(texts, expected);
+    EXPECT_EQ(texts, linesFromThreads(4, 500));
 }
 
 TEST(CspDebug, IsThereForC) {

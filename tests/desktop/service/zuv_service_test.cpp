@@ -52,6 +52,10 @@ TEST_F(ZuvServiceTest, HasItsRegionWhenItHasItsName) {
     EXPECT_EQ(region.values(), std::vector<std::string>(11));
 }
 
+TEST_F(ZuvServiceTest, LeavesJsonInItsRegionBeforeTheFirstEvent) {
+    EXPECT_EQ(MappedRegion().text(), "{}");
+}
+
 TEST_F(ZuvServiceTest, CreatesAnObjectOnBothChannels) {
     const MappedRegion region;
     const std::string session = m_client.send("create", "", "");

@@ -80,6 +80,13 @@ TEST_F(EventRegionTest, HoldsTheTextPaddedWithZeros) {
     EXPECT_EQ(wholeRegion(), padded("short"));
 }
 
+TEST_F(EventRegionTest, BeginsWithATextUnlessItHasOne) {
+    EventRegion(m_name).begin("first");
+    EXPECT_EQ(wholeRegion(), padded("first"));
+    EventRegion(m_name).begin("second");
+    EXPECT_EQ(wholeRegion(), padded("first"));
+}
+
 TEST_F(EventRegionTest, TakesATextThatLeavesRoomForOneZero) {
     EventRegion region(m_name);
     region.write(std::string(4095, 'x'));
