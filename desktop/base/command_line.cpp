@@ -23,8 +23,8 @@ constexpr std::size_t kLongestQuotation = 40;
 std::string quoted(std::string text) {
     const bool isLong = text.size() > kLongestQuotation;
     text.resize(std::min(text.size(), kLongestQuotation));
-    std::ranges::replace_if(
-        text, [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
+    const auto isControl = [](unsigned char c) { return c < ' ' || c == 0x7F; };
+    std::ranges::replace_if(text, isControl, '?');
     return "\"" + text + (isLong ? "...\"" : "\"");
 }
 

@@ -13,7 +13,7 @@ namespace velmora::desktop {
 
 void removeUnusedRegion() {
     const FileDescriptor region(shm_open(kEventRegionName, O_RDWR | O_CLOEXEC, 0));
-    struct stat status {};
+    struct stat status = {};
     if (region.get() < 0 || fstat(region.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != geteuid())
         return;
     // Each service holds a shared lock. One that opens the region in this moment finds the name gone and makes it anew.

@@ -52,7 +52,7 @@ bool isOfDeadProcess(const fs::path& folder) {
 
 /// Whether the folder is as this user's processes make them.
 bool isOwn(const FileDescriptor& folder) {
-    struct stat status {};
+    struct stat status = {};
     return fstat(folder.get(), &status) == 0 && status.st_uid == geteuid() && (status.st_mode & 07777) == 0700;
 }
 

@@ -61,7 +61,8 @@ class Change(unittest.TestCase):
             "now:      class ZUVMediaProxyInterface: slot 6 is rewind() -> void",
             "now:      class ZUVMediaProxyObject: field m_new at 8",
             "recorded: class ZUVMediaProxyObject: 232 bytes",
-            "[D] 'function velmora::ZUVMediaProxyManagerInterface* requestZUVMediaProxy()'",
+            # Newer versions of abidiff write "(void)".
+            "[D] 'function velmora::ZUVMediaProxyManagerInterface* requestZUVMediaProxy(",
             "--target renew-interface",
         ):
             self.assertIn(sentence, said)

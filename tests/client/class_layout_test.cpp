@@ -40,9 +40,11 @@ TEST_F(UnguardedFields, OfTheObjectAreReadAndWrittenAtOnce) {
     expectAtomicAccess(object.m_seekPosition);
 }
 
+template <typename Class, typename Type>
+using FieldOf = Type Class::*;
 template <auto Field, typename Type>
 constexpr bool fieldIs = false;
-template <typename Class, typename Type, Type Class::*Field>
+template <typename Class, typename Type, FieldOf<Class, Type> Field>
 constexpr bool fieldIs<Field, Type> = true;
 
 static_assert(fieldIs<&ZUVMediaProxyManager::m_callback, ZUVCallback>);

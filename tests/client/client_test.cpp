@@ -71,8 +71,7 @@ void Creation::answerOverBus(int nth, nanoseconds delay, const std::string& id) 
 }
 
 void Creation::answerInMemory(int nth, const std::string& id) {
-    bus().onCommand("create", nth,
-                    [id](const Strings& command) { eventRegion().writeEvent(createdEvent(command[2], id)); });
+    bus().onCommand("create", nth, answersInMemory("200", id));
 }
 
 void Creation::wakeWithStatus(nanoseconds delay) {
@@ -179,6 +178,10 @@ std::vector<std::string> unansweredWait(const std::string& session, const std::s
 
 Strings createdEvent(const std::string& session, const std::string& id) {
     return {"created", "200", session, id};
+}
+
+RecordingBus::CommandAction answersInMemory(const std::string& code, const std::string& id) {
+    return [code, id](const Strings& command) { eventRegion().writeEvent({"created", code, command[2], id}); };
 }
 
 std::string syncCreateLogged() {

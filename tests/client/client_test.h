@@ -132,6 +132,8 @@ std::vector<std::string> unansweredWait(const std::string& session, const std::s
 // Creation.
 
 Strings createdEvent(const std::string& session, const std::string& id);
+/// What a service does with a "create": leaves this answer in shared memory.
+RecordingBus::CommandAction answersInMemory(const std::string& code, const std::string& id);
 
 std::string syncCreateLogged();
 std::string asyncCreateLogged();

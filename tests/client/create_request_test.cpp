@@ -79,9 +79,7 @@ TEST_F(CreateRequest, SynchronousOneTimesOut) {
 
 TEST_F(CreateRequest, SynchronousOneCompletesWithAFailureToo) {
     mapRegion();
-    bus().onCommand("create", 1, [](const Strings& command) {
-        eventRegion().writeEvent({"created", "500", command[2], "movie"});
-    });
+    bus().onCommand("create", 1, answersInMemory("500", "movie"));
 
     EXPECT_EQ(manager.requestCreateRemoteObjectSync("session"), 0);
 

@@ -305,9 +305,7 @@ TEST_F(NewSyncProxy, WithoutAnyAnswerHasAnEmptyIdentifierAndIsRegistered) {
 
 TEST_F(NewSyncProxy, TakesAnOlderIdentifierAfterAFailureAnswer) {
     manager.m_createdObjectIds = {"older"};
-    bus().onEveryCommand("create", [](const Strings& command) {
-        eventRegion().writeEvent({"created", "500", command[2], "movie"});
-    });
+    bus().onEveryCommand("create", answersInMemory("500", "movie"));
 
     EXPECT_EQ(manager.createNewZUVMediaProxySync()->id(), "older");
 

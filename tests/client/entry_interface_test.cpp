@@ -186,9 +186,7 @@ TEST_F(EntryInterface, CreateWithIdReturnsTheManagersProxy) {
 TEST_F(EntryInterface, CreateSyncReturnsTheManagersProxy) {
     ZUVMediaProxyManagerInterface& interface = readyInterface();
     eventRegion().create();
-    bus().onEveryCommand("create", [](const Strings& command) {
-        eventRegion().writeEvent({"created", "200", command[2], "object"});
-    });
+    bus().onEveryCommand("create", answersInMemory("200", "object"));
 
     std::shared_ptr<ZUVMediaProxyInterface> proxy = interface.createNewZUVMediaProxySync();
 

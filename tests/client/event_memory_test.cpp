@@ -1,6 +1,7 @@
 // The event region: mapping it, and what its text becomes.
 #include "client/client_test.h"
 
+#include <json/version.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -280,13 +281,20 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(InvalidText{"AllZero", ""}, InvalidText{"Blank", " "}, InvalidText{"Words", "not json at all"},
                       InvalidText{"CutOff", R"({"0":"star)"}, InvalidText{"ByteOrderMark", "\xEF\xBB\xBF{}"},
                       InvalidText{"PrefixedObject", R"(x{"0":"a"})"}, InvalidText{"UnquotedMember", R"({0:"a"})"},
-                      InvalidText{"HugeNumber", "{\"0\":1e309}"}, InvalidText{"ArrayRoot", R"(["started"])"},
-                      InvalidText{"EmptyArrayRoot", "[]"}, InvalidText{"StringRoot", R"("started")"},
-                      InvalidText{"NumberRoot", "200"}, InvalidText{"FractionRoot", "2.5"},
-                      InvalidText{"TrueRoot", "true"}, InvalidText{"FalseRoot", "false"},
-                      InvalidText{"DeepArray", std::string(2000, '[')},
+                      InvalidText{"ArrayRoot", R"(["started"])"}, InvalidText{"EmptyArrayRoot", "[]"},
+                      InvalidText{"StringRoot", R"("started")"}, InvalidText{"NumberRoot", "200"},
+                      InvalidText{"FractionRoot", "2.5"}, InvalidText{"TrueRoot", "true"},
+                      InvalidText{"FalseRoot", "false"}, InvalidText{"DeepArray", std::string(2000, '[')},
                       InvalidText{"DeepMember", "{\"0\":" + std::string(1500, '[') + std::string(1500, ']') + "}"}),
     caseName);
+
+// Invalid up to JsonCpp 1.9.5, infinity since.
+TEST_F(EventMemoryRead, LeavesToJsonCppWhatANumberBeyondDoubleIs) {
+    eventRegion().write(R"({"0":1e309})");
+
+    const Strings infinity = eleven({"1e+9999"});
+    EXPECT_EQ(manager.readZUVEventMemory(), JSONCPP_VERSION_HEXA < 0x01090600 ? Strings{} : infinity);
+}
 
 TEST_F(EventMemoryRead, BoundsAnInvalidTextWithoutZeroByteToTheRegion) {
     const std::string text(kRegionSize, 'x');

@@ -233,12 +233,14 @@ TEST_F(Callbacks, MayBeCleared) {
     EXPECT_EQ(manager.m_adCallback, nullptr);
 }
 
+using CallbackField = ZUVCallback ZUVMediaProxyManager::*;
+
 struct Notification {
     const char* name;
     const char* operation;
     void (ZUVMediaProxyManager::*notify)(const std::string&, std::string);
-    ZUVCallback ZUVMediaProxyManager::*callback;
-    ZUVCallback ZUVMediaProxyManager::*otherCallback;
+    CallbackField callback;
+    CallbackField otherCallback;
     const char* callbackName;
     const char* key;
 };

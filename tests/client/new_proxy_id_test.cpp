@@ -463,9 +463,7 @@ protected:
     /// The nth "create" is refused this long after it was sent.
     static void refuseInMemory(int nth, nanoseconds delay) {
         bus().onCommand("create", nth, [delay](const Strings& command) {
-            virtualTime().after(delay, [session = command[2]] {
-                eventRegion().writeEvent({"created", "500", session, ""});
-            });
+            virtualTime().after(delay, [command] { answersInMemory("500", "")(command); });
         });
     }
     static std::vector<std::string> unansweredAttempt(int nth) {
@@ -602,9 +600,7 @@ TEST_F(NewProxyIdInSynchronousMode, DoesNotTakeAnEarlierIdentifierForTheAnswer) 
 }
 
 TEST_F(NewProxyIdInSynchronousMode, GoesOnAfterAFailureAnswer) {
-    bus().onCommand("create", 1, [](const Strings& command) {
-        eventRegion().writeEvent({"created", "500", command[2], ""});
-    });
+    bus().onCommand("create", 1, answersInMemory("500", ""));
     answerInMemory(2, "movie");
 
     EXPECT_EQ(manager.createNewProxyId(), "movie");

@@ -102,7 +102,7 @@ TEST(End, InTheMidstOfEvents) {
 
 TEST(End, InEachOfItsStates) {
     RecordingClient client;
-    { const ZUVModelAccess untouched(&client); }
+    ZUVModelAccess{&client}; // untouched
     {
         ZUVModelAccess initialized(&client);
         EXPECT_EQ(initialized.initialize(), 0);

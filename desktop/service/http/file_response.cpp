@@ -59,7 +59,7 @@ public:
             return kEnd;
         const ssize_t count =
             pread(m_file.get(), bytes, std::min<std::uint64_t>(size, m_left), static_cast<off_t>(m_next));
-        struct stat now {};
+        struct stat now = {};
         // The check follows the reading: bytes that were read before a change are of the old contents.
         if (count <= 0 || fstat(m_file.get(), &now) != 0 || !sameContents(m_status, now))
             return kFailed;
@@ -110,7 +110,7 @@ FileResponse respondFromFile(const HttpRequest& request, const std::filesystem::
     FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (file.get() < 0)
         return {{statusOfFailure(errno)}, nullptr};
-    struct stat status {};
+    struct stat status = {};
     if (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
         return {{404}, nullptr};
     const Validators current = validatorsOf(status);

@@ -20,7 +20,7 @@ namespace {
 constexpr mode_t kMode = 0600;
 
 struct stat statusOf(const FileDescriptor& region, const std::string& name) {
-    struct stat status {};
+    struct stat status = {};
     if (fstat(region.get(), &status) != 0)
         throw systemError(errno, "cannot examine shared memory " + name);
     return status;
@@ -64,7 +64,7 @@ std::string kindOf(mode_t mode) {
 /// @throws std::runtime_error when the file that has the region's name is no memory.
 void requireMemory(const std::string& name) {
     const std::string path = "/dev/shm" + name;
-    struct stat status {};
+    struct stat status = {};
     if (lstat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
         throw std::runtime_error(fmt::format("{} is {} of user {} instead of shared memory: remove it", path,
                                              kindOf(status.st_mode), ownerName(status.st_uid)));
@@ -73,7 +73,7 @@ void requireMemory(const std::string& name) {
 /// Takes the name from a region that is not trusted: whoever has it open could go on writing into it.
 void removeForeign(const std::string& name) {
     const std::string path = "/dev/shm" + name;
-    struct stat status {};
+    struct stat status = {};
     if (lstat(path.c_str(), &status) != 0 || shm_unlink(name.c_str()) == 0)
         return;
     throw std::runtime_error(fmt::format(

@@ -20,7 +20,7 @@ std::optional<int> heightInName(const std::filesystem::path& file, const std::fi
     const std::string after = "p" + medium.extension().native();
     if (name.size() <= before.size() + after.size() || !name.starts_with(before) || !name.ends_with(after))
         return std::nullopt;
-    const std::string_view digits(name.data() + before.size(), name.size() - before.size() - after.size());
+    const auto digits = std::string_view(name).substr(before.size(), name.size() - before.size() - after.size());
     int height = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), height);
     if (error != std::errc() || end != digits.data() + digits.size() || height <= 0)

@@ -60,7 +60,7 @@ std::string readText(const fs::path& file) {
     const FileDescriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (descriptor.get() < 0)
         fail(file, std::strerror(errno) + (errno == ENOENT ? suggestionFor(file) : ""));
-    struct stat status {};
+    struct stat status = {};
     if (fstat(descriptor.get(), &status) != 0)
         fail(file, std::strerror(errno));
     if (!S_ISREG(status.st_mode))

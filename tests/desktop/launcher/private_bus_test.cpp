@@ -82,7 +82,7 @@ TEST(PrivateBus, EndsEvenWhatHangs) {
 
 TEST(PrivateBus, DoesNotTouchOtherChildren) {
     Launched other({"sleep", "60"});
-    { const desktop::PrivateBus bus(ZUV_TEST_PROGRAMS_DIR); }
+    desktop::PrivateBus{ZUV_TEST_PROGRAMS_DIR};
 
     EXPECT_EQ(waitpid(other.process(), nullptr, WNOHANG), 0) << "it runs, and is still ours to wait for";
 }

@@ -37,7 +37,7 @@ void MappedRegion::remove() {
 }
 
 struct stat MappedRegion::status() const {
-    struct stat status {};
+    struct stat status = {};
     EXPECT_EQ(fstat(m_descriptor.get(), &status), 0);
     return status;
 }

@@ -34,7 +34,7 @@ protected:
     }
 
     struct stat status() const {
-        struct stat status {};
+        struct stat status = {};
         EXPECT_EQ(fstat(openShared().get(), &status), 0);
         return status;
     }
@@ -101,12 +101,13 @@ TEST_F(EventRegionTest, RefusesALongerTextAndKeepsTheOld) {
 }
 
 TEST_F(EventRegionTest, StaysWhenItsWriterEnds) {
-    { EventRegion(m_name).write("last words"); }
+    EventRegion(m_name).write("last words");
+
     EXPECT_EQ(wholeRegion(), padded("last words"));
 }
 
 TEST_F(EventRegionTest, IsReusedSoThatAnEarlierMappingSeesNewTexts) {
-    { EventRegion(m_name).write("before"); }
+    EventRegion(m_name).write("before");
     ASSERT_EQ(wholeRegion(), padded("before"));
     EventRegion again(m_name);
     EXPECT_EQ(wholeRegion(), padded("before"));

@@ -12,10 +12,9 @@ protected:
     using Journal = std::vector<std::string>;
 
     void load(const std::string& rules) {
+        const auto record = [this](ServiceAction action) { m_actions.push_back({action, m_sent.size()}); };
         m_player.emplace(m_loop.get(), parseScenario(R"({"description": "", "rules": )" + rules + "}"), m_publisher,
-                         [this](ServiceAction action) {
-                             m_actions.push_back({action, m_sent.size()});
-                         });
+                         record);
     }
 
     void answer(const std::string& object, CommandName name = CommandName::Start,
