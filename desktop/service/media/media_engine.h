@@ -3,12 +3,18 @@
 #define ZUV_DESKTOP_SERVICE_MEDIA_MEDIA_ENGINE_H
 
 #include "service/media/media_location.h"
+#include "service/protocol/result_code.h"
 
 #include <memory>
 #include <optional>
 #include <stop_token>
 
 namespace velmora::desktop {
+
+/// The failure of what a stop request interrupted.
+inline CommandFailure interruption() {
+    return {ResultCode::Internal, "Interrupted: the object is given up"};
+}
 
 /// A medium that plays in real time until this is destroyed. One thread at a time.
 class MediaPlayback {
