@@ -1,11 +1,23 @@
 #include "service/media_object.h"
 
+#include "service/protocol/result_code.h"
+
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <optional>
 
 namespace velmora::desktop {
+
+namespace {
+
+CommandFailure givenUpFor(CommandName later) {
+    const auto* const word = std::ranges::find(kCommandWords, later, &CommandWord::name);
+    return {ResultCode::Interrupted, fmt::format("Given up for a later {}", word->text)};
+}
+
+} // namespace
 
 /// A medium from its start to its end.
 struct MediaObject::StartedMedium {
@@ -28,14 +40,19 @@ MediaObject::MediaObject(std::string id, const MediaServices& services) : m_id(s
 MediaObject::~MediaObject() = default;
 
 void MediaObject::post(Command command) {
-    m_worker.post([this, command = std::move(command)](const std::stop_token& stop) { execute(command, stop); });
+    m_backlog.add(std::move(command));
+    m_worker.post([this](const std::stop_token& stop) { executeNext(stop); });
 }
 
-void MediaObject::execute(const Command& command, const std::stop_token& stop) {
+void MediaObject::executeNext(const std::stop_token& stop) {
+    const Command command = m_backlog.take();
+    CommandInProgress progress(m_backlog, command, m_services.patience, stop);
     try {
-        carryOut(command, stop);
+        carryOut(command, progress.token());
     } catch (const std::exception& failure) {
-        m_services.events.publishAnswer(command.name, failureOf(command, failure));
+        const std::optional<CommandName> later = progress.givenUpFor();
+        m_services.events.publishAnswer(command.name,
+                                        later ? failureOf(command, givenUpFor(*later)) : failureOf(command, failure));
     }
 }
 

@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <json/reader.h>
 
+#include <chrono>
+#include <thread>
 #include <utility>
 
 namespace velmora::desktop {
@@ -270,6 +272,117 @@ TEST_F(MediaObjectTest, AnAdvertisementHasNoDefinitions) {
     const auto news = m_events.news(1);
     ASSERT_EQ(news.size(), 1U);
     EXPECT_EQ(news.at(0).event.kind, kMain);
+}
+
+/// With an opening that hangs from the beginning.
+class HangingMediaObjectTest : public testing::Test {
+protected:
+    void SetUp() override {
+        m_engine.hold();
+        post(CommandName::Start, kMain, m_film);
+        m_engine.awaitHeld();
+    }
+
+    void post(CommandName name, const std::string& kind, const std::string& url = "",
+              const std::string& position = "0.000000") {
+        m_object.post({name, kind, "ses-" + std::to_string(++m_session), "obj-1", position, url});
+    }
+
+    /// The next answer, which must be that to the given-up command.
+    void expectGivenUp(const std::string& session, const std::string& detail) {
+        const Event failed = m_events.next();
+        EXPECT_EQ(failed.name, "started");
+        EXPECT_EQ(failed.session, session);
+        EXPECT_EQ(failed.code, ResultCode::Interrupted);
+        EXPECT_EQ(failed.detail, detail);
+    }
+
+    TemporaryFolder m_folder;
+    const std::string m_film = addFile(m_folder, "film.webm", "the film");
+    const std::string m_other = addFile(m_folder, "other.webm", "another film");
+    FakeEngine m_engine;
+    RecordingSink m_events;
+    MediaServer m_server;
+    MediaObject m_object{"obj-1", {m_engine, m_server, m_events, std::chrono::milliseconds(1)}};
+    int m_session = 0;
+};
+
+TEST_F(HangingMediaObjectTest, AStopInterruptsTheOpening) {
+    post(CommandName::Stop, kMain);
+    expectGivenUp("ses-1", "Given up for a later stop");
+    const Event stopped = m_events.next();
+    EXPECT_EQ(stopped.session, "ses-2");
+    EXPECT_EQ(stopped.code, ResultCode::WrongState);
+}
+
+TEST_F(HangingMediaObjectTest, AnotherStartOrPreloadInterruptsTheOpening) {
+    post(CommandName::Start, kMain, m_other);
+    expectGivenUp("ses-1", "Given up for a later start");
+    m_engine.awaitHeld();
+    post(CommandName::Preload, kMain, m_film);
+    expectGivenUp("ses-2", "Given up for a later preload");
+    m_engine.release();
+    EXPECT_EQ(m_events.next().code, ResultCode::Ok);
+}
+
+TEST_F(HangingMediaObjectTest, AWaitingCommandInterruptsTheNextOpeningToo) {
+    post(CommandName::Start, kMain, m_other);
+    post(CommandName::Stop, kMain);
+    expectGivenUp("ses-1", "Given up for a later start");
+    expectGivenUp("ses-2", "Given up for a later stop");
+    EXPECT_EQ(m_events.next().session, "ses-3");
+    EXPECT_TRUE(m_events.empty());
+}
+
+TEST_F(HangingMediaObjectTest, WhatPlaysGoesOnAfterAnInterruption) {
+    m_engine.release();
+    const std::string url = m_events.next().localUrl;
+    m_engine.hold();
+    post(CommandName::Start, kMain, m_other);
+    m_engine.awaitHeld();
+    post(CommandName::Start, kMain, "/no/such/film");
+    expectGivenUp("ses-2", "Given up for a later start");
+    EXPECT_EQ(m_events.next().code, ResultCode::NotFound);
+    EXPECT_EQ(fetch(url).body, "the film");
+}
+
+TEST_F(HangingMediaObjectTest, OtherCommandsWait) {
+    post(CommandName::Seek, kMain);
+    post(CommandName::Stop, kAd);
+    post(CommandName::Start, kAd, m_other);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20)); // far beyond the patience
+    EXPECT_TRUE(m_events.empty());
+    m_engine.release();
+    for (const auto& [session, code] :
+         {std::pair("ses-1", ResultCode::Ok), std::pair("ses-2", ResultCode::Ok),
+          std::pair("ses-3", ResultCode::WrongState), std::pair("ses-4", ResultCode::Ok)}) {
+        const Event event = m_events.next();
+        EXPECT_EQ(event.session, session);
+        EXPECT_EQ(event.code, code);
+    }
+}
+
+TEST_F(HangingMediaObjectTest, AStartGoesOnWithThePreloadThatHangs) {
+    post(CommandName::Preload, kMain, m_other);
+    expectGivenUp("ses-1", "Given up for a later preload");
+    m_engine.awaitHeld();
+    post(CommandName::Start, kMain, m_other);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20)); // far beyond the patience
+    EXPECT_TRUE(m_events.empty());
+    m_engine.release();
+    const std::string url = m_events.next().localUrl;
+    EXPECT_EQ(m_events.next().localUrl, url);
+    EXPECT_EQ(m_engine.journal().size(), 1U);
+}
+
+TEST_F(MediaObjectTest, CommandsInQuickSuccessionAreAllCarriedOut) {
+    m_engine.hold();
+    post(CommandName::Start, kMain, m_film);
+    m_engine.awaitHeld();
+    post(CommandName::Stop, kMain);
+    m_engine.release();
+    EXPECT_EQ(m_events.next().code, ResultCode::Ok);
+    EXPECT_EQ(m_events.next().code, ResultCode::Ok);
 }
 
 TEST(MediaObject, EndsWhileAMediumOpens) {

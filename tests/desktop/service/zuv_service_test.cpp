@@ -302,6 +302,20 @@ TEST_F(ZuvServiceTest, AnswersPingsAndOthersWhileAMediumOpens) {
     EXPECT_EQ(m_client.request("inspect", "").code(), "200");
 }
 
+TEST_F(ZuvServiceTest, GivesUpAnOpeningThatHangsForAStopOrANewStart) {
+    const SilentServer silent;
+    const std::string object = m_client.createObject();
+    const std::string first = m_client.send("start", object, kMain, silent.url());
+    silent.awaitClient();
+    const std::string second = m_client.send("stop", object, kMain);
+    EXPECT_EQ(m_client.answerTo(first).code(), "499");
+    EXPECT_EQ(m_client.answerTo(second).code(), "409");
+    const std::string third = m_client.send("start", object, kMain, silent.url());
+    const std::string fourth = m_client.send("start", object, kMain, clip("clip.webm"));
+    EXPECT_EQ(m_client.answerTo(third).detail(), "Given up for a later start");
+    EXPECT_EQ(m_client.answerTo(fourth).code(), "200");
+}
+
 /// The test sees how the service ends.
 class ServiceEndTest : public BusTest {
 protected:
