@@ -61,6 +61,8 @@ private:
     void seek(const Command& command, const std::stop_token& stop);
     Event definitionsOf(StartedMedium& medium, const std::string& kind);
     std::vector<Definition> serveQualities(StartedMedium& medium);
+    std::vector<Definition> serveQualityFiles(StartedMedium& medium);
+    std::vector<Definition> serveVariants(StartedMedium& medium);
     std::shared_ptr<StartedMedium>& slot(const Command& command);
     StartedMedium& started(const Command& command);
 

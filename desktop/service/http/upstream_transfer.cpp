@@ -98,14 +98,14 @@ bool UpstreamTransfer::answer() {
         return m_outcome == kNothingYet;
     ResponseHead head = m_headerEnded ? passedOn(m_easy.get()) : ResponseHead{502};
     if (head.status == 502)
-        spdlog::warn("the response for {:?} cannot be passed on", m_exchange.medium()->location.uri);
+        spdlog::warn("the response for {:?} cannot be passed on", m_exchange.location().uri);
     m_outcome = head.length == 0 ? kEnd : kNothingYet;
     m_exchange.respond(std::move(head));
     return m_outcome == kNothingYet;
 }
 
 void UpstreamTransfer::fail(int status, const char* reason) {
-    spdlog::warn("cannot fetch {:?}: {}", m_exchange.medium()->location.uri, reason);
+    spdlog::warn("cannot fetch {:?}: {}", m_exchange.location().uri, reason);
     m_outcome = kFailed;
     m_answered = true;
     m_exchange.respond({status});

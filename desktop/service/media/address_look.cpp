@@ -2,6 +2,7 @@
 
 #include "service/media/media_engine.h"
 #include "service/media/media_request.h"
+#include "service/media/playlist.h"
 #include "service/protocol/result_code.h"
 
 #include <fmt/format.h>
@@ -30,19 +31,22 @@ public:
     AddressLook(const AddressLook&) = delete;
     AddressLook& operator=(const AddressLook&) = delete;
 
-    void run(std::chrono::milliseconds timeout, const std::stop_token& stop);
+    MediaAddress run(std::chrono::milliseconds timeout, const std::stop_token& stop);
 
 private:
     static std::size_t onBody(char* bytes, std::size_t one, std::size_t size, void* look);
     std::optional<CURLcode> step();
     void requireSuccess(CURLcode result) const;
     std::string reasonOf(CURLcode result) const;
+    long status() const;
+    bool isFound() const;
 
     const std::string m_url;
     std::array<char, CURL_ERROR_SIZE> m_error{};
     MultiHandle m_multi{curl_multi_init()};
     CurlHandle m_request;
-    bool m_bodyBegan = false;
+    std::string m_body;    ///< its beginning; all of it if it may be a playlist
+    bool m_enough = false; ///< whether the request was ended on purpose
 };
 
 AddressLook::AddressLook(const std::string& url) : m_url(url), m_request(makeMediaRequest(url)) {
@@ -55,12 +59,14 @@ AddressLook::AddressLook(const std::string& url) : m_url(url), m_request(makeMed
 }
 
 // NOLINTNEXTLINE(readability-non-const-parameter): the type is libcurl's
-std::size_t AddressLook::onBody(char*, std::size_t, std::size_t, void* look) {
-    static_cast<AddressLook*>(look)->m_bodyBegan = true;
-    return CURL_WRITEFUNC_ERROR; // ends the request
+std::size_t AddressLook::onBody(char* bytes, std::size_t, std::size_t size, void* look) {
+    auto& self = *static_cast<AddressLook*>(look);
+    self.m_body.append(bytes, size);
+    self.m_enough = !mayBePlaylist(self.m_body) || self.m_body.size() > kMaximumPlaylistSize || !self.isFound();
+    return self.m_enough ? CURL_WRITEFUNC_ERROR : size;
 }
 
-void AddressLook::run(std::chrono::milliseconds timeout, const std::stop_token& stop) {
+MediaAddress AddressLook::run(std::chrono::milliseconds timeout, const std::stop_token& stop) {
     const std::stop_callback wake(stop, [this] { curl_multi_wakeup(m_multi.get()); });
     const Clock::time_point deadline = Clock::now() + timeout;
     std::optional<CURLcode> result;
@@ -72,7 +78,10 @@ void AddressLook::run(std::chrono::milliseconds timeout, const std::stop_token& 
             throw CommandFailure(ResultCode::Unplayable, fmt::format("Not ready within {} ms", timeout.count()));
         curl_multi_poll(m_multi.get(), nullptr, 0, static_cast<int>(left.count()), nullptr);
     }
-    requireSuccess(m_bodyBegan ? CURLE_OK : *result);
+    requireSuccess(m_enough ? CURLE_OK : *result);
+    const char* url = nullptr;
+    curl_easy_getinfo(m_request.get(), CURLINFO_EFFECTIVE_URL, &url);
+    return {url, m_enough ? "" : m_body};
 }
 
 /// @return the result once the request has ended.
@@ -86,11 +95,19 @@ std::optional<CURLcode> AddressLook::step() {
 void AddressLook::requireSuccess(CURLcode result) const {
     if (result != CURLE_OK)
         throw CommandFailure(ResultCode::NotFound, fmt::format("Cannot reach {:?}: {}", m_url, reasonOf(result)));
+    if (!isFound())
+        throw CommandFailure(ResultCode::NotFound,
+                             fmt::format("The server of {:?} answers with status {}", m_url, status()));
+}
+
+long AddressLook::status() const {
     long status = 0;
     curl_easy_getinfo(m_request.get(), CURLINFO_RESPONSE_CODE, &status);
-    if (status < 200 || status > 299)
-        throw CommandFailure(ResultCode::NotFound,
-                             fmt::format("The server of {:?} answers with status {}", m_url, status));
+    return status;
+}
+
+bool AddressLook::isFound() const {
+    return status() >= 200 && status() <= 299;
 }
 
 std::string AddressLook::reasonOf(CURLcode result) const {
@@ -102,8 +119,8 @@ std::string AddressLook::reasonOf(CURLcode result) const {
 
 } // namespace
 
-void lookAtAddress(const std::string& url, std::chrono::milliseconds timeout, const std::stop_token& stop) {
-    AddressLook(url).run(timeout, stop);
+MediaAddress lookAtAddress(const std::string& url, std::chrono::milliseconds timeout, const std::stop_token& stop) {
+    return AddressLook(url).run(timeout, stop);
 }
 
 } // namespace velmora::desktop

@@ -9,10 +9,16 @@
 
 namespace velmora::desktop {
 
-/// Sends one GET request, and ends it when the body begins. Blocks until then.
+/// What is at an address.
+struct MediaAddress {
+    std::string url;      ///< after redirects
+    std::string playlist; ///< the text of what may be a playlist; empty otherwise
+};
+
+/// Sends one GET request, and ends it when the body begins, unless it may be a playlist. Blocks until then.
 /// @throws CommandFailure NotFound if the server cannot be reached or trusted, or refuses; Unplayable if it does not
 ///     answer within the time; Internal once a stop is requested.
-void lookAtAddress(const std::string& url, std::chrono::milliseconds timeout, const std::stop_token& stop);
+MediaAddress lookAtAddress(const std::string& url, std::chrono::milliseconds timeout, const std::stop_token& stop);
 
 } // namespace velmora::desktop
 

@@ -89,7 +89,7 @@ CommandFailure failureOf(GstMessage* message) {
 
 class GstreamerPlayback final : public MediaPlayback {
 public:
-    GstreamerPlayback(const MediaLocation& location, std::chrono::milliseconds timeout);
+    GstreamerPlayback(std::string uri, MediaAddress address, std::chrono::milliseconds timeout);
     ~GstreamerPlayback() override;
     GstreamerPlayback(const GstreamerPlayback&) = delete;
     GstreamerPlayback& operator=(const GstreamerPlayback&) = delete;
@@ -98,6 +98,7 @@ public:
     void play();
     void seek(double position, std::stop_token stop) override;
     std::optional<int> videoHeight() const override;
+    MediaAddress address() const override { return m_address; }
 
 private:
     static GstBusSyncReply onMessage(GstBus* bus, GstMessage* message, gpointer playback);
@@ -106,6 +107,7 @@ private:
     void await(std::chrono::milliseconds timeLeft, const std::stop_token& stop);
 
     const std::string m_uri;
+    const MediaAddress m_address;
     const std::chrono::milliseconds m_timeout;
     std::optional<CommandFailure> m_failure; ///< of the pipeline, which does not recover from it
     std::atomic<bool> m_errorLogged = false;
@@ -116,8 +118,8 @@ private:
     Owned<GstBus> m_messages{gst_element_get_bus(m_pipeline.get())};
 };
 
-GstreamerPlayback::GstreamerPlayback(const MediaLocation& location, std::chrono::milliseconds timeout)
-    : m_uri(location.uri), m_timeout(timeout) {
+GstreamerPlayback::GstreamerPlayback(std::string uri, MediaAddress address, std::chrono::milliseconds timeout)
+    : m_uri(std::move(uri)), m_address(std::move(address)), m_timeout(timeout) {
     gst_bus_set_sync_handler(m_messages.get(), onMessage, this, nullptr);
     g_object_set(m_pipeline.get(), "uri", m_uri.c_str(), "flags", kVideo | kAudio | kNativeVideo | kNativeAudio,
                  "video-sink", m_videoSink.get(), "audio-sink", m_audioSink.get(), nullptr);
@@ -212,10 +214,10 @@ void GstreamerPlayback::await(std::chrono::milliseconds timeLeft, const std::sto
 std::unique_ptr<MediaPlayback> GstreamerEngine::open(const MediaLocation& location, double position,
                                                      std::stop_token stop) {
     const auto begun = std::chrono::steady_clock::now();
-    if (location.file.empty())
-        lookAtAddress(location.uri, m_openTimeout, stop);
+    const MediaAddress address =
+        location.file.empty() ? lookAtAddress(location.uri, m_openTimeout, stop) : MediaAddress{};
     const auto taken = std::chrono::floor<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begun);
-    auto playback = std::make_unique<GstreamerPlayback>(location, m_openTimeout);
+    auto playback = std::make_unique<GstreamerPlayback>(location.uri, address, m_openTimeout);
     playback->open(std::max(m_openTimeout - taken, std::chrono::milliseconds(0)), stop);
     if (position > 0)
         playback->seek(position, stop);

@@ -2,6 +2,7 @@
 #ifndef ZUV_DESKTOP_SERVICE_MEDIA_MEDIA_ENGINE_H
 #define ZUV_DESKTOP_SERVICE_MEDIA_MEDIA_ENGINE_H
 
+#include "service/media/address_look.h"
 #include "service/media/media_location.h"
 #include "service/protocol/result_code.h"
 
@@ -28,6 +29,9 @@ public:
 
     /// The height of the video in lines; without a value when the medium has no video.
     virtual std::optional<int> videoHeight() const = 0;
+
+    /// What is at the address of an http or https medium; empty for another one, or if nobody looked.
+    virtual MediaAddress address() const { return {}; }
 };
 
 /// Opens and plays media. Any thread.

@@ -9,6 +9,11 @@ namespace {
 
 constexpr long kMaximumRedirects = 5;
 
+struct UrlCleanUp {
+    void operator()(CURLU* url) const { curl_url_cleanup(url); }
+    void operator()(char* text) const { curl_free(text); }
+};
+
 /// Reads the environment variables as the command-line tools of libcurl and OpenSSL do.
 void trustCertificates(CURL* easy) {
     if (const char* file = std::getenv("SSL_CERT_FILE"))
@@ -38,6 +43,18 @@ CurlHandle makeMediaRequest(const std::string& url) {
     curl_easy_setopt(easy, CURLOPT_USERAGENT, "zuv-service");
     trustCertificates(easy);
     return request;
+}
+
+std::string resolvedUrl(const std::string& base, const std::string& reference) {
+    const std::unique_ptr<CURLU, UrlCleanUp> url(curl_url());
+    char* text = nullptr;
+    const bool valid =
+        curl_url_set(url.get(), CURLUPART_URL, base.c_str(), CURLU_NON_SUPPORT_SCHEME) == CURLUE_OK &&
+        curl_url_set(url.get(), CURLUPART_URL, reference.c_str(), CURLU_NON_SUPPORT_SCHEME) == CURLUE_OK &&
+        curl_url_set(url.get(), CURLUPART_FRAGMENT, nullptr, 0) == CURLUE_OK &&
+        curl_url_get(url.get(), CURLUPART_URL, &text, 0) == CURLUE_OK;
+    const std::unique_ptr<char, UrlCleanUp> owned(text);
+    return valid ? text : "";
 }
 
 } // namespace velmora::desktop

@@ -20,6 +20,11 @@ using CurlFields = std::unique_ptr<curl_slist, CurlCleanUp>;
 /// @throws std::runtime_error
 CurlHandle makeMediaRequest(const std::string& url);
 
+/// A reference in a document, as an absolute URL without a fragment.
+/// @param base the URL of the document.
+/// @return empty if the reference is not valid.
+std::string resolvedUrl(const std::string& base, const std::string& reference);
+
 } // namespace velmora::desktop
 
 #endif // ZUV_DESKTOP_SERVICE_MEDIA_MEDIA_REQUEST_H

@@ -1,4 +1,5 @@
 #include "desktop/service/fake_engine.h"
+#include "desktop/service/http/scripted_server.h"
 #include "desktop/service/recording_sink.h"
 #include "service/media_object.h"
 #include "support/http_client.h"
@@ -25,6 +26,20 @@ protected:
                  const std::string& position = "") {
         post(name, kind, url, position);
         return m_events.next();
+    }
+
+    /// Of the first medium.
+    Json::Value definitions() {
+        Json::Value list;
+        EXPECT_TRUE(Json::Reader().parse(m_events.news(1).at(0).event.definitions, list));
+        return list;
+    }
+
+    std::vector<std::string> definitionNames() {
+        std::vector<std::string> names;
+        for (const Json::Value& definition : definitions())
+            names.push_back(definition["definition"].asString());
+        return names;
     }
 
     TemporaryFolder m_folder;
@@ -257,6 +272,72 @@ TEST_F(MediaObjectTest, DefinitionsAreTheOtherQualitiesServedWithTheMedium) {
     EXPECT_EQ(fetch(list[1]["url"].asString()).body, "high");
     answer(CommandName::Stop, kMain);
     EXPECT_EQ(fetch(list[0]["url"].asString()).status, 404);
+}
+
+TEST_F(MediaObjectTest, DefinitionsIncludeTheMediumItself) {
+    addFile(m_folder, "film.120p.webm");
+    addFile(m_folder, "film.1080p.webm");
+    const Event started = answer(CommandName::Start, kMain, m_film);
+    EXPECT_EQ(definitionNames(), (std::vector<std::string>{"120p", "240p", "1080p"}));
+    EXPECT_EQ(definitions()[1]["url"].asString(), started.localUrl);
+}
+
+constexpr const char* kMasterPlaylist = "#EXTM3U\n#EXT-X-STREAM-INF:RESOLUTION=640x360\nmiddle/index.m3u8?a\n"
+                                        "#EXT-X-STREAM-INF:RESOLUTION=426x240\nlow.m3u8\n"
+                                        "#EXT-X-STREAM-INF:RESOLUTION=192x108\n../elsewhere.m3u8\n";
+
+TEST_F(MediaObjectTest, APlaylistIsServedWithWhatItNames) {
+    const std::string master = addFile(m_folder, "a master.m3u8", kMasterPlaylist);
+    addFile(m_folder, "low.m3u8", "#EXTM3U\nlow.ts\n");
+    addFile(m_folder, "low.ts", "low");
+    const Event started = answer(CommandName::Start, kMain, master);
+    EXPECT_TRUE(started.localUrl.ends_with("/a%20master.m3u8")) << started.localUrl;
+    EXPECT_EQ(fetch(started.localUrl).body, kMasterPlaylist);
+    EXPECT_EQ(fetch(started.localUrl).header("Content-Type"), "application/vnd.apple.mpegurl");
+    const std::string folder = started.localUrl.substr(0, started.localUrl.rfind('/'));
+    EXPECT_EQ(fetch(folder + "/low.ts").body, "low");
+    answer(CommandName::Stop, kMain);
+    EXPECT_EQ(fetch(folder + "/low.ts").status, 404);
+}
+
+TEST_F(MediaObjectTest, DefinitionsOfAPlaylistAreItsVariantsBelowIt) {
+    const Event started = answer(CommandName::Start, kMain, addFile(m_folder, "master.m3u8", kMasterPlaylist));
+    const std::string folder = started.localUrl.substr(0, started.localUrl.rfind('/') + 1);
+    EXPECT_EQ(definitionNames(), (std::vector<std::string>{"240p", "360p"})) << "not what is outside the folder";
+    EXPECT_EQ(definitions()[0]["url"].asString(), folder + "low.m3u8");
+    EXPECT_EQ(definitions()[1]["url"].asString(), folder + "middle/index.m3u8");
+}
+
+TEST_F(MediaObjectTest, DefinitionsOfAnHttpPlaylistAreServedWhereverTheyAre) {
+    const ScriptedServer source([](const std::string& header, TcpConnection& connection) {
+        const std::string path = header.substr(4, header.find(' ', 4) - 4);
+        return connection.write("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(path.size()) + "\r\n\r\n" +
+                                path);
+    });
+    m_engine.address = {source.url("/a/b/master.m3u8?token"), kMasterPlaylist};
+    const Event started = answer(CommandName::Start, kMain, "http://127.0.0.1:1/redirects-there");
+    EXPECT_EQ(fetch(started.localUrl).body, "/a/b/master.m3u8?token");
+    ASSERT_EQ(definitionNames(), (std::vector<std::string>{"108p", "240p", "360p"}));
+    EXPECT_EQ(fetch(definitions()[0]["url"].asString()).body, "/a/elsewhere.m3u8");
+    EXPECT_EQ(fetch(definitions()[1]["url"].asString()).body, "/a/b/low.m3u8");
+    EXPECT_EQ(fetch(definitions()[2]["url"].asString()).body, "/a/b/middle/index.m3u8?a");
+}
+
+TEST_F(MediaObjectTest, DefinitionsOfAManifestAreItsHeightsAtItsUrl) {
+    const Event started =
+        answer(CommandName::Start, kMain,
+               addFile(m_folder, "film.mpd",
+                       "<MPD><Period><AdaptationSet><Representation height='360'/><Representation height='240'/>"
+                       "</AdaptationSet></Period></MPD>"));
+    EXPECT_EQ(definitionNames(), (std::vector<std::string>{"240p", "360p"}));
+    for (const Json::Value& definition : definitions())
+        EXPECT_EQ(definition["url"].asString(), started.localUrl);
+}
+
+TEST_F(MediaObjectTest, DefinitionsOfAMediaPlaylistAreTheMediumItself) {
+    const Event started = answer(CommandName::Start, kMain, addFile(m_folder, "index.m3u8", "#EXTM3U\nseg.ts\n"));
+    EXPECT_EQ(definitionNames(), std::vector<std::string>{"240p"});
+    EXPECT_EQ(definitions()[0]["url"].asString(), started.localUrl);
 }
 
 TEST_F(MediaObjectTest, NewsOfAMediumEndsWithIt) {

@@ -254,16 +254,18 @@ TEST_F(ZuvServiceTest, AnnouncesDefinitionsSomeTimeAfterTheAnswer) {
     EXPECT_EQ(region.values(), definition.values);
 }
 
-TEST_F(ZuvServiceTest, AnnouncesAndServesTheOtherQualities) {
+TEST_F(ZuvServiceTest, AnnouncesAndServesTheQualities) {
     const std::string object = m_client.createObject();
-    m_client.request("start", object, kMain, clip("qualities.webm"));
+    const std::string played = m_client.request("start", object, kMain, clip("qualities.webm")).localUrl();
     Json::Value list;
     ASSERT_TRUE(Json::Reader().parse(m_client.next("definition").definitions(), list));
-    ASSERT_EQ(list.size(), 2U);
+    ASSERT_EQ(list.size(), 3U);
     EXPECT_EQ(list[0]["definition"].asString(), "120p");
     EXPECT_TRUE(fetch(list[0]["url"].asString()).body == fileBytes(clip("qualities.120p.webm")));
     EXPECT_EQ(list[1]["definition"].asString(), "240p");
     EXPECT_TRUE(fetch(list[1]["url"].asString()).body == fileBytes(clip("qualities.240p.webm")));
+    EXPECT_EQ(list[2]["definition"].asString(), "480p");
+    EXPECT_EQ(list[2]["url"].asString(), played);
 }
 
 TEST_F(ZuvServiceTest, PassesAnHttpMediumOn) {

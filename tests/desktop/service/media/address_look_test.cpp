@@ -61,6 +61,28 @@ TEST(AddressLook, FollowsARedirect) {
               ResultCode::Ok);
 }
 
+TEST(AddressLook, ReadsAPlaylistWithTheSameRequest) {
+    const std::string text = "#EXTM3U\n" + std::string(100'000, '#');
+    ScriptedServer target(serving(text));
+    const ScriptedServer redirecting(
+        always("HTTP/1.1 302 Found\r\nContent-Length: 0\r\nLocation: " + target.url("/x/list.m3u8?a") + "\r\n\r\n"));
+    const MediaAddress address = lookAtAddress(redirecting.url(), kTimeout, {});
+    EXPECT_EQ(address.url, target.url("/x/list.m3u8?a"));
+    EXPECT_EQ(address.playlist, text);
+    EXPECT_EQ(target.requests().size(), 1U);
+}
+
+TEST(AddressLook, LeavesWhatIsNoPlaylistOrTooLargeAlone) {
+    const ScriptedServer film(serving("a film"));
+    EXPECT_EQ(lookAtAddress(film.url(), kTimeout, {}).playlist, "");
+    const ScriptedServer large(serving("#EXTM3U\n" + std::string(5'000'000, '#')));
+    EXPECT_EQ(lookAtAddress(large.url(), kTimeout, {}).playlist, "");
+}
+
+TEST(AddressLook, FindsNothingWhereAPlaylistIsCutShort) {
+    EXPECT_EQ(codeFor("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n#EXTM3U\n"), ResultCode::NotFound);
+}
+
 TEST(AddressLook, FindsNothingWhereTheConnectionIsRefused) {
     const CommandFailure failure = failureToSee("http://127.0.0.1:1/film.webm");
     EXPECT_EQ(failure.code(), ResultCode::NotFound);
