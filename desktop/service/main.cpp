@@ -4,14 +4,16 @@
 //   The main thread runs the event loop. It receives commands, answers pings, manages the objects (MediaService) and
 //   publishes every event (EventPublisher, with a scenario behind a ScenarioPlayer). It never waits for media, HTTP or
 //   another process.
-//   Each object that has received a command has a thread (MediaObject), which opens, seeks and ends its media. One more
-//   thread (MediaService) destroys the objects of clients that have left.
+//   Each object that has received a command has a thread (MediaObject), which opens, seeks and ends its media, and while
+//   it carries out a command a second one (CommandInProgress), which interrupts the command if it hangs. One more thread
+//   (MediaService) destroys the objects of clients that have left.
 //   GStreamer's threads decode, and report to the object's thread through the pipeline's message queue.
 //   The HTTP server has one thread for all readers and all upstream servers (MediaServer).
 //   Objects reach the loop through EventQueue, and the loop reaches an object through Worker::post().
 // LOCKS
-//   LoopTasks and Worker each guard their queue with a mutex, and MediaServer the set of served media. No two are held
-//   at the same time, and none while a task runs. Everything else belongs to one thread, as its class says.
+//   LoopTasks, Worker and CommandBacklog each guard their queue with a mutex, and MediaServer the set of served media.
+//   No two are held at the same time, and none while a task runs. Everything else belongs to one thread, as its class
+//   says.
 #include "base/command_line.h"
 #include "bus/topic_message.h"
 #include "log/desktop_log.h"

@@ -1,23 +1,47 @@
 #include "service/media_object.h"
 
+#include "service/media/media_request.h"
+#include "service/media/playlist.h"
+#include "service/protocol/result_code.h"
+
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <optional>
 
 namespace velmora::desktop {
+
+namespace {
+
+CommandFailure givenUpFor(CommandName later) {
+    const auto* const word = std::ranges::find(kCommandWords, later, &CommandWord::name);
+    return {ResultCode::Interrupted, fmt::format("Given up for a later {}", word->text)};
+}
+
+/// @param height 0 for sound alone.
+std::string definitionName(int height) {
+    return height > 0 ? fmt::format("{}p", height) : "audio";
+}
+
+} // namespace
 
 /// A medium from its start to its end.
 struct MediaObject::StartedMedium {
     StartedMedium(const MediaServices& services, MediaLocation where, double position, const std::stop_token& stop)
         : location(std::move(where)), playback(services.engine.open(location, position, stop)) {
-        served.emplace_back(services.server, location);
+        const MediaAddress address = playback->address();
+        playlist = parsePlaylist(location.file.empty() ? address.playlist : readPlaylist(location.file));
+        if (playlist && location.file.empty())
+            location.uri = address.url; // what its references are relative to
+        served.emplace_back(services.server, location, playlist ? MediumForm::Playlist : MediumForm::Single);
     }
 
     std::string url() const { return served.front().url(); }
 
     MediaLocation location;
     std::unique_ptr<MediaPlayback> playback;
+    std::optional<Playlist> playlist;        ///< that the medium is
     std::list<ServedMedium> served;          ///< the medium itself, then its other qualities
     std::string definitions;                 ///< empty until they are first needed
     std::optional<std::string> preloadedUrl; ///< as the client gave it; without a value once started
@@ -28,14 +52,19 @@ MediaObject::MediaObject(std::string id, const MediaServices& services) : m_id(s
 MediaObject::~MediaObject() = default;
 
 void MediaObject::post(Command command) {
-    m_worker.post([this, command = std::move(command)](const std::stop_token& stop) { execute(command, stop); });
+    m_backlog.add(std::move(command));
+    m_worker.post([this](const std::stop_token& stop) { executeNext(stop); });
 }
 
-void MediaObject::execute(const Command& command, const std::stop_token& stop) {
+void MediaObject::executeNext(const std::stop_token& stop) {
+    const Command command = m_backlog.take();
+    CommandInProgress progress(m_backlog, command, m_services.patience, stop);
     try {
-        carryOut(command, stop);
+        carryOut(command, progress.token());
     } catch (const std::exception& failure) {
-        m_services.events.publishAnswer(command.name, failureOf(command, failure));
+        const std::optional<CommandName> later = progress.givenUpFor();
+        m_services.events.publishAnswer(command.name,
+                                        later ? failureOf(command, givenUpFor(*later)) : failureOf(command, failure));
     }
 }
 
@@ -100,16 +129,44 @@ Event MediaObject::definitionsOf(StartedMedium& medium, const std::string& kind)
     return news;
 }
 
-/// Serves the other qualities for as long as the medium itself.
+/// Serves the qualities for as long as the medium itself.
 std::vector<Definition> MediaObject::serveQualities(StartedMedium& medium) {
     std::vector<Definition> definitions;
-    for (const QualityFile& quality : qualityFiles(medium.location.file)) {
-        const ServedMedium& served = medium.served.emplace_back(m_services.server, MediaLocation{"", quality.file});
-        definitions.push_back({fmt::format("{}p", quality.height), served.url()});
-    }
-    const std::optional<int> height = medium.playback->videoHeight();
+    if (medium.playlist)
+        definitions = serveVariants(medium);
+    else
+        definitions = serveQualityFiles(medium);
     if (definitions.empty())
-        definitions.push_back({height ? fmt::format("{}p", *height) : "audio", medium.url()});
+        definitions.push_back({definitionName(medium.playback->videoHeight().value_or(0)), medium.url()});
+    return definitions;
+}
+
+/// The files beside the medium, and the medium itself unless one of them has its height.
+std::vector<Definition> MediaObject::serveQualityFiles(StartedMedium& medium) {
+    std::map<int, std::string> urls;
+    for (const QualityFile& quality : qualityFiles(medium.location.file))
+        urls[quality.height] = medium.served.emplace_back(m_services.server, MediaLocation{"", quality.file}).url();
+    urls.emplace(medium.playback->videoHeight().value_or(0), medium.url());
+    std::vector<Definition> definitions;
+    for (const auto& [height, url] : urls)
+        definitions.push_back({definitionName(height), url});
+    return definitions;
+}
+
+/// Those of a playlist that can be reached through it or over HTTP.
+std::vector<Definition> MediaObject::serveVariants(StartedMedium& medium) {
+    std::vector<Definition> definitions;
+    for (const PlaylistVariant& variant : medium.playlist->variants) {
+        const std::string elsewhere = resolvedUrl(medium.location.uri, variant.reference);
+        std::optional<std::string> url = medium.served.front().urlOf(variant.reference);
+        if (variant.reference.empty())
+            url = medium.url();
+        else if (!url && isHttp(elsewhere))
+            url =
+                medium.served.emplace_back(m_services.server, MediaLocation{elsewhere, ""}, MediumForm::Playlist).url();
+        if (url)
+            definitions.push_back({definitionName(variant.height), *url});
+    }
     return definitions;
 }
 

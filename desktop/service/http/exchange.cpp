@@ -86,9 +86,9 @@ ssize_t Exchange::onRead(void* exchange, std::uint64_t, char* bytes, std::size_t
 }
 
 void Exchange::report(bool complete) const {
-    const std::string& name = !m_medium                         ? m_request.path
-                              : m_medium->location.file.empty() ? m_medium->location.uri
-                                                                : m_medium->location.file.native();
+    const std::string& name = !m_medium                 ? m_request.path
+                              : m_location.file.empty() ? m_location.uri
+                                                        : m_location.file.native();
     spdlog::debug("http method={:?} medium={:?} range={:?} status={} bytes={} complete={}", m_request.method, name,
                   m_request.field("Range"), m_head.status, m_sent, complete ? "yes" : "no");
 }

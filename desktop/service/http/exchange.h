@@ -24,7 +24,12 @@ public:
 
     /// The requested medium; null until it is found.
     const ServedLocation* medium() const { return m_medium.get(); }
-    void setMedium(std::shared_ptr<const ServedLocation> medium) { m_medium = std::move(medium); }
+    /// What of it is requested: the medium itself, or what a playlist refers to.
+    const MediaLocation& location() const { return m_location; }
+    void setMedium(std::shared_ptr<const ServedLocation> medium, MediaLocation location) {
+        m_medium = std::move(medium);
+        m_location = std::move(location);
+    }
 
     /// Sets the source of the body. It is kept until the response has ended, even if no body is sent.
     void setBody(std::shared_ptr<BodySource> body) { m_body = std::move(body); }
@@ -56,6 +61,7 @@ private:
     MHD_Connection* const m_connection;
     const HttpRequest m_request;
     std::shared_ptr<const ServedLocation> m_medium;
+    MediaLocation m_location;
     std::shared_ptr<BodySource> m_body;
     ResponseHead m_head; ///< status 0 until it is determined
     std::uint64_t m_sent = 0;

@@ -21,7 +21,7 @@ struct ContentType {
     const char* type;
 };
 
-constexpr std::array<ContentType, 13> kContentTypes{{{".webm", "video/webm"},
+constexpr std::array<ContentType, 20> kContentTypes{{{".webm", "video/webm"},
                                                      {".mkv", "video/x-matroska"},
                                                      {".mp4", "video/mp4"},
                                                      {".m4v", "video/mp4"},
@@ -33,7 +33,14 @@ constexpr std::array<ContentType, 13> kContentTypes{{{".webm", "video/webm"},
                                                      {".mp3", "audio/mpeg"},
                                                      {".m4a", "audio/mp4"},
                                                      {".flac", "audio/flac"},
-                                                     {".wav", "audio/wav"}}};
+                                                     {".wav", "audio/wav"},
+                                                     {".aac", "audio/aac"},
+                                                     {".opus", "audio/ogg"},
+                                                     {".m3u8", "application/vnd.apple.mpegurl"},
+                                                     {".m3u", "application/vnd.apple.mpegurl"},
+                                                     {".mpd", "application/dash+xml"},
+                                                     {".m4s", "video/iso.segment"},
+                                                     {".vtt", "text/vtt"}}};
 
 const char* contentType(const std::filesystem::path& file) {
     const std::string extension = file.extension().native();

@@ -19,8 +19,9 @@ using HttpFields = std::map<std::string, std::string, FieldNameLess>;
 
 struct HttpRequest {
     std::string method;
-    std::string path;  ///< decoded, without a query; "*" of OPTIONS
-    HttpFields fields; ///< the values of repeated fields are joined, separated by commas
+    std::string path;        ///< decoded, without a query; "*" of OPTIONS
+    HttpFields fields;       ///< the values of repeated fields are joined, separated by commas
+    std::string target = {}; ///< the path as it was sent: not decoded, with its query
 
     /// Empty if the request has no such field.
     std::string field(const std::string& name) const {

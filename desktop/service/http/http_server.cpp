@@ -50,8 +50,9 @@ std::string pathOf(const std::string& target) {
     return path == std::string::npos ? "/" : target.substr(path);
 }
 
-HttpRequest requestOf(MHD_Connection* connection, const char* method, const char* target) {
-    HttpRequest request{method, pathOf(target), {}};
+/// @param path decoded, without a query.
+HttpRequest requestOf(MHD_Connection* connection, const char* method, const char* path, const std::string& target) {
+    HttpRequest request{method, pathOf(path), {}, pathOf(target)};
     MHD_get_connection_values(connection, MHD_HEADER_KIND, &addField, &request.fields);
     return request;
 }
@@ -116,15 +117,23 @@ struct HttpServer::Callbacks {
         self.m_connections.emplace(connection, Connection{socket, Clock::now()});
     }
 
+    /// Called with the target as it was sent, before it is decoded.
+    static void* onTarget(void* server, const char* target, MHD_Connection* connection) {
+        auto& self = *static_cast<HttpServer*>(server);
+        self.m_connections.at(connection).target = target;
+        return nullptr; // the context of the first call of onRequest()
+    }
+
     /// Called when the header has arrived, when the whole request has, and each time the connection is resumed before
     /// it has a response.
-    static MHD_Result onRequest(void* server, MHD_Connection* connection, const char* target, const char* method,
+    static MHD_Result onRequest(void* server, MHD_Connection* connection, const char* path, const char* method,
                                 const char* version, const char*, std::size_t*, void** context) {
         try {
             auto& self = *static_cast<HttpServer*>(server);
             Connection& known = self.m_connections.at(connection);
             if (std::exchange(*context, &known) == nullptr) {
-                known.exchange = std::make_unique<Exchange>(connection, requestOf(connection, method, target));
+                known.exchange =
+                    std::make_unique<Exchange>(connection, requestOf(connection, method, path, known.target));
                 return refuse(connection, *known.exchange, version);
             }
             if (!std::exchange(known.handedOut, true))
@@ -146,6 +155,8 @@ struct HttpServer::Callbacks {
     }
 
     static void onCompleted(void*, MHD_Connection*, void** context, MHD_RequestTerminationCode reason) {
+        if (*context == nullptr)
+            return; // only the target arrived
         auto& connection = *static_cast<Connection*>(*context);
         connection.exchange->report(reason == MHD_REQUEST_TERMINATED_COMPLETED_OK);
         connection.exchange.reset();
@@ -162,8 +173,9 @@ struct HttpServer::Callbacks {
                                 &onRequest, &server, MHD_OPTION_EXTERNAL_LOGGER, &logComplaint, nullptr,
                                 MHD_OPTION_SOCK_ADDR, &address, MHD_OPTION_CONNECTION_LIMIT,
                                 connectionLimit(server.m_limits.connections), MHD_OPTION_CONNECTION_MEMORY_LIMIT,
-                                kConnectionMemory, MHD_OPTION_NOTIFY_CONNECTION, &onConnection, &server,
-                                MHD_OPTION_NOTIFY_COMPLETED, &onCompleted, nullptr, MHD_OPTION_END);
+                                kConnectionMemory, MHD_OPTION_URI_LOG_CALLBACK, &onTarget, &server,
+                                MHD_OPTION_NOTIFY_CONNECTION, &onConnection, &server, MHD_OPTION_NOTIFY_COMPLETED,
+                                &onCompleted, nullptr, MHD_OPTION_END);
     }
 };
 

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <string>
 #include <unordered_map>
 
 struct MHD_Daemon;
@@ -52,6 +53,7 @@ private:
         Clock::time_point waitingSince;               ///< for a request; unused during an exchange
         std::unique_ptr<Exchange> exchange = nullptr; ///< null between two requests
         bool handedOut = false;
+        std::string target = {}; ///< of the latest request
     };
     struct Callbacks;
 

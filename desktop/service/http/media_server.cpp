@@ -20,11 +20,28 @@ void blockSignals() {
     pthread_sigmask(SIG_BLOCK, &all, nullptr);
 }
 
+/// The first segment of a request target.
+std::string pathOfMedium(const std::string& target) {
+    return target.substr(0, target.find_first_of("/?", 1));
+}
+
+/// @param rest of the request target, behind the medium's path.
+std::optional<MediaLocation> requestedOf(const ServedLocation& medium, const std::string& rest) {
+    if (medium.siblings)
+        return rest.starts_with('/') ? medium.siblings->find(rest.substr(1)) : std::nullopt;
+    return rest.starts_with('/') ? std::nullopt : std::optional(medium.location);
+}
+
 } // namespace
 
-ServedMedium::ServedMedium(MediaServer& server, const MediaLocation& location)
-    : m_server(server), m_path("/" + randomToken()) {
-    m_server.add(m_path, location);
+ServedMedium::ServedMedium(MediaServer& server, const MediaLocation& location, MediumForm form)
+    : m_server(server), m_location(location), m_path("/" + randomToken()) {
+    auto medium = std::make_shared<ServedLocation>(location);
+    if (form == MediumForm::Playlist) {
+        medium->siblings = std::make_unique<PlaylistSiblings>(location);
+        m_target = "/" + encoded(medium->siblings->name());
+    }
+    m_server.add(m_path, std::move(medium));
 }
 
 ServedMedium::~ServedMedium() {
@@ -32,7 +49,16 @@ ServedMedium::~ServedMedium() {
 }
 
 std::string ServedMedium::url() const {
-    return fmt::format("http://127.0.0.1:{}{}", m_server.m_http.port(), m_path);
+    return urlOfTarget(m_target);
+}
+
+std::optional<std::string> ServedMedium::urlOf(const std::string& reference) const {
+    const std::optional<std::string> target = targetOf(m_location, reference);
+    return target ? std::optional(urlOfTarget("/" + *target)) : std::nullopt;
+}
+
+std::string ServedMedium::urlOfTarget(const std::string& target) const {
+    return fmt::format("http://127.0.0.1:{}{}{}", m_server.m_http.port(), m_path, target);
 }
 
 MediaServer::MediaServer(const ServingLimits& limits)
@@ -45,8 +71,7 @@ MediaServer::~MediaServer() {
     m_thread.join();
 }
 
-void MediaServer::add(const std::string& path, const MediaLocation& location) {
-    auto medium = std::make_shared<ServedLocation>(location);
+void MediaServer::add(const std::string& path, std::shared_ptr<ServedLocation> medium) {
     const MutexLock lock(m_mutex);
     m_media.emplace(path, std::move(medium));
 }
@@ -83,17 +108,20 @@ void MediaServer::answer(Exchange& exchange) {
     const HttpRequest& request = exchange.request();
     if (request.method == "OPTIONS" && request.path == "*")
         return exchange.respond(optionsResponse(request));
-    const std::shared_ptr<const ServedLocation> medium = find(request.path);
-    if (!medium)
+    const std::string path = pathOfMedium(request.target);
+    const std::shared_ptr<const ServedLocation> medium = find(path);
+    const std::optional<MediaLocation> location =
+        medium ? requestedOf(*medium, request.target.substr(path.size())) : std::nullopt;
+    if (!location)
         return exchange.respond({404});
-    exchange.setMedium(medium);
+    exchange.setMedium(medium, *location);
     if (request.method == "OPTIONS")
         return exchange.respond(optionsResponse(request));
     if (request.method != "GET" && request.method != "HEAD")
         return exchange.respond({405, {{"Allow", kAllowedMethods}}});
-    if (medium->location.file.empty())
-        return exchange.setBody(std::make_shared<UpstreamTransfer>(m_upstream, medium->location.uri, exchange));
-    FileResponse response = respondFromFile(request, medium->location.file);
+    if (location->file.empty())
+        return exchange.setBody(std::make_shared<UpstreamTransfer>(m_upstream, location->uri, exchange));
+    FileResponse response = respondFromFile(request, location->file);
     exchange.setBody(std::move(response.body));
     exchange.respond(std::move(response.head));
 }

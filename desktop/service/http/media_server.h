@@ -11,6 +11,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -18,20 +19,32 @@ namespace velmora::desktop {
 
 class MediaServer;
 
+enum class MediumForm {
+    Single,
+    Playlist, ///< served together with what it refers to
+};
+
 /// A medium that is served from construction to destruction; the server outlives it.
 class ServedMedium {
 public:
-    ServedMedium(MediaServer& server, const MediaLocation& location);
+    ServedMedium(MediaServer& server, const MediaLocation& location, MediumForm form = MediumForm::Single);
     ~ServedMedium();
     ServedMedium(const ServedMedium&) = delete;
     ServedMedium& operator=(const ServedMedium&) = delete;
 
-    /// The local URL, with a path that cannot be guessed.
+    /// The local URL, with a path that cannot be guessed. That of a playlist ends with the playlist's name.
     std::string url() const;
 
+    /// The local URL of what a playlist refers to; without a value if it is not in the playlist's folder or below it.
+    std::optional<std::string> urlOf(const std::string& reference) const;
+
 private:
+    std::string urlOfTarget(const std::string& target) const;
+
     MediaServer& m_server;
-    const std::string m_path;
+    const MediaLocation m_location;
+    const std::string m_path; ///< without the playlist's name
+    std::string m_target;     ///< what follows in the path of the medium itself
 };
 
 /// Serves started media over HTTP on 127.0.0.1, to any number of readers, each at its own pace. An http or https medium
@@ -50,7 +63,7 @@ public:
 
 private:
     friend class ServedMedium;
-    void add(const std::string& path, const MediaLocation& location);
+    void add(const std::string& path, std::shared_ptr<ServedLocation> medium);
     void withdraw(const std::string& path);
     std::shared_ptr<const ServedLocation> find(const std::string& path);
     void run(const std::stop_token& stop);

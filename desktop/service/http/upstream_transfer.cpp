@@ -6,16 +6,13 @@
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <stdexcept>
 
 namespace velmora::desktop {
 
 namespace {
 
-constexpr long kMaximumRedirects = 5;
 // For all responses of a transfer together: interim ones, redirects and the final one.
 constexpr std::size_t kMaximumUpstreamHeaderSize = std::size_t{64} * 1024;
 // How much is received ahead of the reader.
@@ -27,22 +24,12 @@ bool isPlain(const std::string& value) {
                         [](unsigned char byte) { return (byte < ' ' && byte != '\t') || byte == 127; });
 }
 
-/// Reads the environment variables as the command-line tools of libcurl and OpenSSL do.
-void trustCertificates(CURL* easy) {
-    if (const char* file = std::getenv("SSL_CERT_FILE"))
-        curl_easy_setopt(easy, CURLOPT_CAINFO, file);
-    if (const char* folder = std::getenv("SSL_CERT_DIR"))
-        curl_easy_setopt(easy, CURLOPT_CAPATH, folder);
-}
-
 } // namespace
 
 UpstreamTransfer::UpstreamTransfer(UpstreamClient& client, const std::string& url, Exchange& exchange)
     : m_client(client), m_exchange(exchange), m_deadline(std::chrono::steady_clock::now() + client.limits().firstByte),
-      m_easy(curl_easy_init()) {
-    if (!m_easy)
-        throw std::runtime_error("cannot use libcurl");
-    configure(url);
+      m_easy(makeMediaRequest(url)) {
+    configure();
     passFieldsOn();
     m_client.add(*this);
 }
@@ -51,29 +38,16 @@ UpstreamTransfer::~UpstreamTransfer() {
     m_client.remove(*this);
 }
 
-void UpstreamTransfer::configure(const std::string& url) {
+void UpstreamTransfer::configure() {
     CURL* const easy = m_easy.get();
-    curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
-    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
-    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, kMaximumRedirects);
-    curl_easy_setopt(easy, CURLOPT_PROXY, ""); // no proxy, even if the environment names one
     curl_easy_setopt(easy, CURLOPT_NOBODY, m_exchange.request().method == "HEAD" ? 1L : 0L);
-    // A pause stops the whole connection, which HTTP/2 would share between transfers.
-    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_client.limits().connect.count()));
-    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    // Otherwise the end of the service would wait for name servers.
-    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
-    curl_easy_setopt(easy, CURLOPT_USERAGENT, "zuv-service");
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_error.data());
     curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &onHeader);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &onBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
-    trustCertificates(easy);
 }
 
 void UpstreamTransfer::passFieldsOn() {
@@ -124,14 +98,14 @@ bool UpstreamTransfer::answer() {
         return m_outcome == kNothingYet;
     ResponseHead head = m_headerEnded ? passedOn(m_easy.get()) : ResponseHead{502};
     if (head.status == 502)
-        spdlog::warn("the response for {:?} cannot be passed on", m_exchange.medium()->location.uri);
+        spdlog::warn("the response for {:?} cannot be passed on", m_exchange.location().uri);
     m_outcome = head.length == 0 ? kEnd : kNothingYet;
     m_exchange.respond(std::move(head));
     return m_outcome == kNothingYet;
 }
 
 void UpstreamTransfer::fail(int status, const char* reason) {
-    spdlog::warn("cannot fetch {:?}: {}", m_exchange.medium()->location.uri, reason);
+    spdlog::warn("cannot fetch {:?}: {}", m_exchange.location().uri, reason);
     m_outcome = kFailed;
     m_answered = true;
     m_exchange.respond({status});

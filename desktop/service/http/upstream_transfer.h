@@ -5,13 +5,11 @@
 #include "service/http/body_source.h"
 #include "service/http/exchange.h"
 #include "service/http/upstream_client.h"
-
-#include <curl/curl.h>
+#include "service/media/media_request.h"
 
 #include <array>
 #include <chrono>
 #include <cstddef>
-#include <memory>
 #include <string>
 
 namespace velmora::desktop {
@@ -37,21 +35,17 @@ public:
 private:
     static std::size_t onHeader(char* line, std::size_t one, std::size_t size, void* transfer);
     static std::size_t onBody(char* bytes, std::size_t one, std::size_t size, void* transfer);
-    void configure(const std::string& url);
+    void configure();
     void passFieldsOn();
     bool answer();
     void fail(int status, const char* reason);
 
-    struct CleanUp {
-        void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
-        void operator()(curl_slist* list) const { curl_slist_free_all(list); }
-    };
     UpstreamClient& m_client;
     Exchange& m_exchange;
     const std::chrono::steady_clock::time_point m_deadline; ///< for the first byte
     std::array<char, CURL_ERROR_SIZE> m_error{};
-    std::unique_ptr<curl_slist, CleanUp> m_fields;
-    std::unique_ptr<CURL, CleanUp> m_easy;
+    CurlFields m_fields;
+    CurlHandle m_easy;
     std::size_t m_headerSize = 0;
     bool m_headerEnded = false; ///< of the latest response
     std::string m_buffer;       ///< received, not read yet

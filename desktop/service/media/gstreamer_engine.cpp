@@ -4,12 +4,13 @@
 // that await() waits for: the queue is not read while a medium plays, and must not grow meanwhile.
 #include "service/media/gstreamer_engine.h"
 
-#include "service/protocol/result_code.h"
+#include "service/media/address_look.h"
 
 #include <fmt/format.h>
 #include <gst/gst.h>
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <atomic>
 #include <string_view>
 
@@ -88,23 +89,25 @@ CommandFailure failureOf(GstMessage* message) {
 
 class GstreamerPlayback final : public MediaPlayback {
 public:
-    GstreamerPlayback(const MediaLocation& location, std::chrono::milliseconds timeout);
+    GstreamerPlayback(std::string uri, MediaAddress address, std::chrono::milliseconds timeout);
     ~GstreamerPlayback() override;
     GstreamerPlayback(const GstreamerPlayback&) = delete;
     GstreamerPlayback& operator=(const GstreamerPlayback&) = delete;
 
-    void open(const std::stop_token& stop);
+    void open(std::chrono::milliseconds timeLeft, const std::stop_token& stop);
     void play();
     void seek(double position, std::stop_token stop) override;
     std::optional<int> videoHeight() const override;
+    MediaAddress address() const override { return m_address; }
 
 private:
     static GstBusSyncReply onMessage(GstBus* bus, GstMessage* message, gpointer playback);
     void requireReachable(double position) const;
     void requireIntact();
-    void await(const std::stop_token& stop);
+    void await(std::chrono::milliseconds timeLeft, const std::stop_token& stop);
 
     const std::string m_uri;
+    const MediaAddress m_address;
     const std::chrono::milliseconds m_timeout;
     std::optional<CommandFailure> m_failure; ///< of the pipeline, which does not recover from it
     std::atomic<bool> m_errorLogged = false;
@@ -115,8 +118,8 @@ private:
     Owned<GstBus> m_messages{gst_element_get_bus(m_pipeline.get())};
 };
 
-GstreamerPlayback::GstreamerPlayback(const MediaLocation& location, std::chrono::milliseconds timeout)
-    : m_uri(location.uri), m_timeout(timeout) {
+GstreamerPlayback::GstreamerPlayback(std::string uri, MediaAddress address, std::chrono::milliseconds timeout)
+    : m_uri(std::move(uri)), m_address(std::move(address)), m_timeout(timeout) {
     gst_bus_set_sync_handler(m_messages.get(), onMessage, this, nullptr);
     g_object_set(m_pipeline.get(), "uri", m_uri.c_str(), "flags", kVideo | kAudio | kNativeVideo | kNativeAudio,
                  "video-sink", m_videoSink.get(), "audio-sink", m_audioSink.get(), nullptr);
@@ -126,10 +129,10 @@ GstreamerPlayback::~GstreamerPlayback() {
     gst_element_set_state(m_pipeline.get(), GST_STATE_NULL);
 }
 
-void GstreamerPlayback::open(const std::stop_token& stop) {
+void GstreamerPlayback::open(std::chrono::milliseconds timeLeft, const std::stop_token& stop) {
     // The result is ignored: a failure is also reported by a message, with its reason.
     gst_element_set_state(m_pipeline.get(), GST_STATE_PAUSED);
-    await(stop);
+    await(timeLeft, stop);
     // A medium that ends before its first frame also becomes ready.
     if (!capsOf(m_videoSink) && !capsOf(m_audioSink))
         throw CommandFailure(ResultCode::Unplayable, "The medium has neither pictures nor sound");
@@ -146,7 +149,7 @@ void GstreamerPlayback::seek(double position, std::stop_token stop) {
     const auto target = static_cast<gint64>(clockTime(position));
     if (!gst_element_seek_simple(m_pipeline.get(), GST_FORMAT_TIME, flags, target))
         throw CommandFailure(ResultCode::Unplayable, "The medium cannot be sought");
-    await(stop);
+    await(m_timeout, stop);
 }
 
 std::optional<int> GstreamerPlayback::videoHeight() const {
@@ -191,26 +194,31 @@ void GstreamerPlayback::requireIntact() {
 }
 
 /// Waits for the end of a state change or seek, which GStreamer carries out on its own threads.
-void GstreamerPlayback::await(const std::stop_token& stop) {
+void GstreamerPlayback::await(std::chrono::milliseconds timeLeft, const std::stop_token& stop) {
     const std::stop_callback wake(stop, [this] {
         gst_bus_post(m_messages.get(), gst_message_new_application(nullptr, gst_structure_new_empty("stop")));
     });
-    const auto timeout = static_cast<GstClockTime>(m_timeout.count()) * GST_MSECOND;
-    const Owned<GstMessage> message(gst_bus_timed_pop_filtered(m_messages.get(), timeout, kAwaited));
+    const auto time = static_cast<GstClockTime>(timeLeft.count()) * GST_MSECOND;
+    const Owned<GstMessage> message(gst_bus_timed_pop_filtered(m_messages.get(), time, kAwaited));
     if (!message)
         throw CommandFailure(ResultCode::Unplayable, fmt::format("Not ready within {} ms", m_timeout.count()));
     if (GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_APPLICATION)
-        throw CommandFailure(ResultCode::Internal, "Interrupted: the object is given up");
+        throw interruption();
     if (GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR)
         throw CommandFailure(m_failure.emplace(failureOf(message.get())));
 }
 
 } // namespace
 
+/// Looking and opening share the time.
 std::unique_ptr<MediaPlayback> GstreamerEngine::open(const MediaLocation& location, double position,
                                                      std::stop_token stop) {
-    auto playback = std::make_unique<GstreamerPlayback>(location, m_openTimeout);
-    playback->open(stop);
+    const auto begun = std::chrono::steady_clock::now();
+    const MediaAddress address =
+        location.file.empty() ? lookAtAddress(location.uri, m_openTimeout, stop) : MediaAddress{};
+    const auto taken = std::chrono::floor<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begun);
+    auto playback = std::make_unique<GstreamerPlayback>(location.uri, address, m_openTimeout);
+    playback->open(std::max(m_openTimeout - taken, std::chrono::milliseconds(0)), stop);
     if (position > 0)
         playback->seek(position, stop);
     playback->play();

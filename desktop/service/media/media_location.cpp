@@ -1,25 +1,15 @@
 #include "service/media/media_location.h"
 
+#include "service/media/glib_text.h"
 #include "service/protocol/result_code.h"
 
 #include <fmt/format.h>
-#include <glib.h>
 
-#include <memory>
 #include <string_view>
 
 namespace velmora::desktop {
 
 namespace {
-
-struct GlibFree {
-    void operator()(char* text) const { g_free(text); }
-};
-using GlibText = std::unique_ptr<char, GlibFree>;
-
-bool isHttp(const std::string& url) {
-    return g_ascii_strncasecmp(url.c_str(), "http://", 7) == 0 || g_ascii_strncasecmp(url.c_str(), "https://", 8) == 0;
-}
 
 /// The path in an absolute path or a file URL; empty when the text is neither.
 std::filesystem::path localPath(const std::string& url) {
@@ -42,6 +32,10 @@ void requireRegularFile(const std::filesystem::path& file) {
 }
 
 } // namespace
+
+bool isHttp(const std::string& url) {
+    return g_ascii_strncasecmp(url.c_str(), "http://", 7) == 0 || g_ascii_strncasecmp(url.c_str(), "https://", 8) == 0;
+}
 
 MediaLocation locateMedia(const std::string& url) {
     const bool whole = url.find('\0') == std::string::npos;

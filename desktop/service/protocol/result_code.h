@@ -10,11 +10,12 @@ namespace velmora::desktop {
 /// The result code of an event. The client only compares it with 200; the others are for whoever reads its log.
 enum class ResultCode : int {
     Ok = 200,
-    BadCommand = 400, ///< not a command, or one whose kind, position or URL is invalid
-    NotFound = 404,   ///< no such object, or the medium is missing or cannot be reached
-    WrongState = 409, ///< no medium of this kind is started
-    Unplayable = 415, ///< the medium exists, but cannot be played or sought
-    Internal = 500,   ///< the service itself failed
+    BadCommand = 400,  ///< not a command, or one whose kind, position or URL is invalid
+    NotFound = 404,    ///< no such object, or the medium is missing or cannot be reached
+    WrongState = 409,  ///< no medium of this kind is started
+    Unplayable = 415,  ///< the medium exists, but cannot be played or sought
+    Interrupted = 499, ///< it took long, and a later command made it pointless
+    Internal = 500,    ///< the service itself failed
 };
 
 /// The reason why a command failed; its answer carries the code, and what() as the readable detail.

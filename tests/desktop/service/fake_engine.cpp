@@ -19,6 +19,8 @@ public:
         return m_engine.height == 0 ? std::nullopt : std::optional<int>(m_engine.height);
     }
 
+    MediaAddress address() const override { return m_engine.address; }
+
 private:
     FakeEngine& m_engine;
     const std::string m_name;

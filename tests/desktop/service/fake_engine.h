@@ -26,6 +26,7 @@ public:
 
     std::atomic<bool> failing = false; ///< opening and seeking fail as what cannot be played
     std::atomic<int> height = 240;     ///< of the video; 0: there is none
+    MediaAddress address;              ///< what is at the address of each medium; set before the first command
 
 private:
     friend class FakePlayback;

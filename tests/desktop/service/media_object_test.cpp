@@ -1,4 +1,5 @@
 #include "desktop/service/fake_engine.h"
+#include "desktop/service/http/scripted_server.h"
 #include "desktop/service/recording_sink.h"
 #include "service/media_object.h"
 #include "support/http_client.h"
@@ -7,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <json/reader.h>
 
+#include <chrono>
+#include <thread>
 #include <utility>
 
 namespace velmora::desktop {
@@ -23,6 +26,20 @@ protected:
                  const std::string& position = "") {
         post(name, kind, url, position);
         return m_events.next();
+    }
+
+    /// Of the first medium.
+    Json::Value definitions() {
+        Json::Value list;
+        EXPECT_TRUE(Json::Reader().parse(m_events.news(1).at(0).event.definitions, list));
+        return list;
+    }
+
+    std::vector<std::string> definitionNames() {
+        std::vector<std::string> names;
+        for (const Json::Value& definition : definitions())
+            names.push_back(definition["definition"].asString());
+        return names;
     }
 
     TemporaryFolder m_folder;
@@ -257,6 +274,72 @@ TEST_F(MediaObjectTest, DefinitionsAreTheOtherQualitiesServedWithTheMedium) {
     EXPECT_EQ(fetch(list[0]["url"].asString()).status, 404);
 }
 
+TEST_F(MediaObjectTest, DefinitionsIncludeTheMediumItself) {
+    addFile(m_folder, "film.120p.webm");
+    addFile(m_folder, "film.1080p.webm");
+    const Event started = answer(CommandName::Start, kMain, m_film);
+    EXPECT_EQ(definitionNames(), (std::vector<std::string>{"120p", "240p", "1080p"}));
+    EXPECT_EQ(definitions()[1]["url"].asString(), started.localUrl);
+}
+
+constexpr const char* kMasterPlaylist = "#EXTM3U\n#EXT-X-STREAM-INF:RESOLUTION=640x360\nmiddle/index.m3u8?a\n"
+                                        "#EXT-X-STREAM-INF:RESOLUTION=426x240\nlow.m3u8\n"
+                                        "#EXT-X-STREAM-INF:RESOLUTION=192x108\n../elsewhere.m3u8\n";
+
+TEST_F(MediaObjectTest, APlaylistIsServedWithWhatItNames) {
+    const std::string master = addFile(m_folder, "a master.m3u8", kMasterPlaylist);
+    addFile(m_folder, "low.m3u8", "#EXTM3U\nlow.ts\n");
+    addFile(m_folder, "low.ts", "low");
+    const Event started = answer(CommandName::Start, kMain, master);
+    EXPECT_TRUE(started.localUrl.ends_with("/a%20master.m3u8")) << started.localUrl;
+    EXPECT_EQ(fetch(started.localUrl).body, kMasterPlaylist);
+    EXPECT_EQ(fetch(started.localUrl).header("Content-Type"), "application/vnd.apple.mpegurl");
+    const std::string folder = started.localUrl.substr(0, started.localUrl.rfind('/'));
+    EXPECT_EQ(fetch(folder + "/low.ts").body, "low");
+    answer(CommandName::Stop, kMain);
+    EXPECT_EQ(fetch(folder + "/low.ts").status, 404);
+}
+
+TEST_F(MediaObjectTest, DefinitionsOfAPlaylistAreItsVariantsBelowIt) {
+    const Event started = answer(CommandName::Start, kMain, addFile(m_folder, "master.m3u8", kMasterPlaylist));
+    const std::string folder = started.localUrl.substr(0, started.localUrl.rfind('/') + 1);
+    EXPECT_EQ(definitionNames(), (std::vector<std::string>{"240p", "360p"})) << "not what is outside the folder";
+    EXPECT_EQ(definitions()[0]["url"].asString(), folder + "low.m3u8");
+    EXPECT_EQ(definitions()[1]["url"].asString(), folder + "middle/index.m3u8");
+}
+
+TEST_F(MediaObjectTest, DefinitionsOfAnHttpPlaylistAreServedWhereverTheyAre) {
+    const ScriptedServer source([](const std::string& header, TcpConnection& connection) {
+        const std::string path = header.substr(4, header.find(' ', 4) - 4);
+        return connection.write("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(path.size()) + "\r\n\r\n" +
+                                path);
+    });
+    m_engine.address = {source.url("/a/b/master.m3u8?token"), kMasterPlaylist};
+    const Event started = answer(CommandName::Start, kMain, "http://127.0.0.1:1/redirects-there");
+    EXPECT_EQ(fetch(started.localUrl).body, "/a/b/master.m3u8?token");
+    ASSERT_EQ(definitionNames(), (std::vector<std::string>{"108p", "240p", "360p"}));
+    EXPECT_EQ(fetch(definitions()[0]["url"].asString()).body, "/a/elsewhere.m3u8");
+    EXPECT_EQ(fetch(definitions()[1]["url"].asString()).body, "/a/b/low.m3u8");
+    EXPECT_EQ(fetch(definitions()[2]["url"].asString()).body, "/a/b/middle/index.m3u8?a");
+}
+
+TEST_F(MediaObjectTest, DefinitionsOfAManifestAreItsHeightsAtItsUrl) {
+    const Event started =
+        answer(CommandName::Start, kMain,
+               addFile(m_folder, "film.mpd",
+                       "<MPD><Period><AdaptationSet><Representation height='360'/><Representation height='240'/>"
+                       "</AdaptationSet></Period></MPD>"));
+    EXPECT_EQ(definitionNames(), (std::vector<std::string>{"240p", "360p"}));
+    for (const Json::Value& definition : definitions())
+        EXPECT_EQ(definition["url"].asString(), started.localUrl);
+}
+
+TEST_F(MediaObjectTest, DefinitionsOfAMediaPlaylistAreTheMediumItself) {
+    const Event started = answer(CommandName::Start, kMain, addFile(m_folder, "index.m3u8", "#EXTM3U\nseg.ts\n"));
+    EXPECT_EQ(definitionNames(), std::vector<std::string>{"240p"});
+    EXPECT_EQ(definitions()[0]["url"].asString(), started.localUrl);
+}
+
 TEST_F(MediaObjectTest, NewsOfAMediumEndsWithIt) {
     answer(CommandName::Start, kMain, m_film);
     const auto subject = m_events.news(1).at(0).subject;
@@ -270,6 +353,117 @@ TEST_F(MediaObjectTest, AnAdvertisementHasNoDefinitions) {
     const auto news = m_events.news(1);
     ASSERT_EQ(news.size(), 1U);
     EXPECT_EQ(news.at(0).event.kind, kMain);
+}
+
+/// With an opening that hangs from the beginning.
+class HangingMediaObjectTest : public testing::Test {
+protected:
+    void SetUp() override {
+        m_engine.hold();
+        post(CommandName::Start, kMain, m_film);
+        m_engine.awaitHeld();
+    }
+
+    void post(CommandName name, const std::string& kind, const std::string& url = "",
+              const std::string& position = "0.000000") {
+        m_object.post({name, kind, "ses-" + std::to_string(++m_session), "obj-1", position, url});
+    }
+
+    /// The next answer, which must be that to the given-up command.
+    void expectGivenUp(const std::string& session, const std::string& detail) {
+        const Event failed = m_events.next();
+        EXPECT_EQ(failed.name, "started");
+        EXPECT_EQ(failed.session, session);
+        EXPECT_EQ(failed.code, ResultCode::Interrupted);
+        EXPECT_EQ(failed.detail, detail);
+    }
+
+    TemporaryFolder m_folder;
+    const std::string m_film = addFile(m_folder, "film.webm", "the film");
+    const std::string m_other = addFile(m_folder, "other.webm", "another film");
+    FakeEngine m_engine;
+    RecordingSink m_events;
+    MediaServer m_server;
+    MediaObject m_object{"obj-1", {m_engine, m_server, m_events, std::chrono::milliseconds(1)}};
+    int m_session = 0;
+};
+
+TEST_F(HangingMediaObjectTest, AStopInterruptsTheOpening) {
+    post(CommandName::Stop, kMain);
+    expectGivenUp("ses-1", "Given up for a later stop");
+    const Event stopped = m_events.next();
+    EXPECT_EQ(stopped.session, "ses-2");
+    EXPECT_EQ(stopped.code, ResultCode::WrongState);
+}
+
+TEST_F(HangingMediaObjectTest, AnotherStartOrPreloadInterruptsTheOpening) {
+    post(CommandName::Start, kMain, m_other);
+    expectGivenUp("ses-1", "Given up for a later start");
+    m_engine.awaitHeld();
+    post(CommandName::Preload, kMain, m_film);
+    expectGivenUp("ses-2", "Given up for a later preload");
+    m_engine.release();
+    EXPECT_EQ(m_events.next().code, ResultCode::Ok);
+}
+
+TEST_F(HangingMediaObjectTest, AWaitingCommandInterruptsTheNextOpeningToo) {
+    post(CommandName::Start, kMain, m_other);
+    post(CommandName::Stop, kMain);
+    expectGivenUp("ses-1", "Given up for a later start");
+    expectGivenUp("ses-2", "Given up for a later stop");
+    EXPECT_EQ(m_events.next().session, "ses-3");
+    EXPECT_TRUE(m_events.empty());
+}
+
+TEST_F(HangingMediaObjectTest, WhatPlaysGoesOnAfterAnInterruption) {
+    m_engine.release();
+    const std::string url = m_events.next().localUrl;
+    m_engine.hold();
+    post(CommandName::Start, kMain, m_other);
+    m_engine.awaitHeld();
+    post(CommandName::Start, kMain, "/no/such/film");
+    expectGivenUp("ses-2", "Given up for a later start");
+    EXPECT_EQ(m_events.next().code, ResultCode::NotFound);
+    EXPECT_EQ(fetch(url).body, "the film");
+}
+
+TEST_F(HangingMediaObjectTest, OtherCommandsWait) {
+    post(CommandName::Seek, kMain);
+    post(CommandName::Stop, kAd);
+    post(CommandName::Start, kAd, m_other);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20)); // far beyond the patience
+    EXPECT_TRUE(m_events.empty());
+    m_engine.release();
+    for (const auto& [session, code] :
+         {std::pair("ses-1", ResultCode::Ok), std::pair("ses-2", ResultCode::Ok),
+          std::pair("ses-3", ResultCode::WrongState), std::pair("ses-4", ResultCode::Ok)}) {
+        const Event event = m_events.next();
+        EXPECT_EQ(event.session, session);
+        EXPECT_EQ(event.code, code);
+    }
+}
+
+TEST_F(HangingMediaObjectTest, AStartGoesOnWithThePreloadThatHangs) {
+    post(CommandName::Preload, kMain, m_other);
+    expectGivenUp("ses-1", "Given up for a later preload");
+    m_engine.awaitHeld();
+    post(CommandName::Start, kMain, m_other);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20)); // far beyond the patience
+    EXPECT_TRUE(m_events.empty());
+    m_engine.release();
+    const std::string url = m_events.next().localUrl;
+    EXPECT_EQ(m_events.next().localUrl, url);
+    EXPECT_EQ(m_engine.journal().size(), 1U);
+}
+
+TEST_F(MediaObjectTest, CommandsInQuickSuccessionAreAllCarriedOut) {
+    m_engine.hold();
+    post(CommandName::Start, kMain, m_film);
+    m_engine.awaitHeld();
+    post(CommandName::Stop, kMain);
+    m_engine.release();
+    EXPECT_EQ(m_events.next().code, ResultCode::Ok);
+    EXPECT_EQ(m_events.next().code, ResultCode::Ok);
 }
 
 TEST(MediaObject, EndsWhileAMediumOpens) {

@@ -258,16 +258,18 @@ TEST_F(ZuvServiceTest, AnnouncesDefinitionsSomeTimeAfterTheAnswer) {
     EXPECT_EQ(region.values(), definition.values);
 }
 
-TEST_F(ZuvServiceTest, AnnouncesAndServesTheOtherQualities) {
+TEST_F(ZuvServiceTest, AnnouncesAndServesTheQualities) {
     const std::string object = m_client.createObject();
-    m_client.request("start", object, kMain, clip("qualities.webm"));
+    const std::string played = m_client.request("start", object, kMain, clip("qualities.webm")).localUrl();
     Json::Value list;
     ASSERT_TRUE(Json::Reader().parse(m_client.next("definition").definitions(), list));
-    ASSERT_EQ(list.size(), 2U);
+    ASSERT_EQ(list.size(), 3U);
     EXPECT_EQ(list[0]["definition"].asString(), "120p");
     EXPECT_TRUE(fetch(list[0]["url"].asString()).body == fileBytes(clip("qualities.120p.webm")));
     EXPECT_EQ(list[1]["definition"].asString(), "240p");
     EXPECT_TRUE(fetch(list[1]["url"].asString()).body == fileBytes(clip("qualities.240p.webm")));
+    EXPECT_EQ(list[2]["definition"].asString(), "480p");
+    EXPECT_EQ(list[2]["url"].asString(), played);
 }
 
 TEST_F(ZuvServiceTest, PassesAnHttpMediumOn) {
@@ -304,6 +306,20 @@ TEST_F(ZuvServiceTest, AnswersPingsAndOthersWhileAMediumOpens) {
     EXPECT_FALSE(m_client.hasEvent());
     EXPECT_EQ(m_client.request("start", other, kMain, clip("clip.webm")).code(), "200");
     EXPECT_EQ(m_client.request("inspect", "").code(), "200");
+}
+
+TEST_F(ZuvServiceTest, GivesUpAnOpeningThatHangsForAStopOrANewStart) {
+    const SilentServer silent;
+    const std::string object = m_client.createObject();
+    const std::string first = m_client.send("start", object, kMain, silent.url());
+    silent.awaitClient();
+    const std::string second = m_client.send("stop", object, kMain);
+    EXPECT_EQ(m_client.answerTo(first).code(), "499");
+    EXPECT_EQ(m_client.answerTo(second).code(), "409");
+    const std::string third = m_client.send("start", object, kMain, silent.url());
+    const std::string fourth = m_client.send("start", object, kMain, clip("clip.webm"));
+    EXPECT_EQ(m_client.answerTo(third).detail(), "Given up for a later start");
+    EXPECT_EQ(m_client.answerTo(fourth).code(), "200");
 }
 
 /// The test sees how the service ends.

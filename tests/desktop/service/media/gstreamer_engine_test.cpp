@@ -1,5 +1,6 @@
 // Real pipelines on generated clips.
 #include "base/file_descriptor.h"
+#include "desktop/service/http/scripted_server.h"
 #include "desktop/service/http/silent_server.h"
 #include "service/media/gstreamer_engine.h"
 #include "service/protocol/result_code.h"
@@ -11,6 +12,7 @@
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <future>
 #include <string_view>
@@ -165,6 +167,46 @@ TEST_F(GstreamerEngineTest, CannotFindWhatNobodyServes) {
     const CommandFailure failure = failureToOpen("http://127.0.0.1:1/film.webm");
     EXPECT_EQ(failure.code(), ResultCode::NotFound);
     EXPECT_NE(std::string(failure.what()).find("Connection refused"), std::string::npos) << failure.what();
+}
+
+TEST_F(GstreamerEngineTest, CannotFindWhatAServerRefuses) {
+    for (const char* status : {"404 Not Found", "500 Internal Server Error"}) {
+        const ScriptedServer server(always(std::string("HTTP/1.1 ") + status + "\r\nContent-Length: 0\r\n\r\n"));
+        EXPECT_EQ(failureToOpen(server.url()).code(), ResultCode::NotFound) << status;
+    }
+}
+
+/// Answers the first request with the beginning of a film, and hangs at the second, which is the pipeline's.
+class HangingFilm {
+public:
+    explicit HangingFilm(std::string bytes)
+        : m_server([this, film = serving(std::move(bytes))](const std::string& header, TcpConnection& connection) {
+              const int earlier = m_requests++;
+              if (earlier == 0)
+                  return film(header, connection);
+              if (earlier == 1)
+                  m_hangs.set_value();
+              connection.readRest();
+              return false;
+          }) {}
+
+    std::string url() const { return m_server.url(); }
+    void awaitSecondRequest() { m_hangs.get_future().wait(); }
+
+private:
+    std::atomic<int> m_requests = 0;
+    std::promise<void> m_hangs;
+    const ScriptedServer m_server;
+};
+
+TEST_F(GstreamerEngineTest, LeavesAServerThatHangsAfterTheFirstLook) {
+    HangingFilm film(fileBytes(clip("clip.webm")));
+    const auto begun = Clock::now();
+    auto failure = std::async(std::launch::async, [&] { return failureToOpen(film.url()); });
+    film.awaitSecondRequest();
+    m_stop.request_stop();
+    EXPECT_EQ(failure.get().code(), ResultCode::Internal);
+    EXPECT_LT(Clock::now() - begun, kTimeout / 2);
 }
 
 TEST_F(GstreamerEngineTest, LeavesAServerThatDoesNotAnswerWhenItIsStopped) {
