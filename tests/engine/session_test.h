@@ -7,7 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <memory>
 #include <optional>
+#include <set>
 
 namespace velmora::engine_test {
 
