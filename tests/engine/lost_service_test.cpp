@@ -130,9 +130,9 @@ TEST_F(LostService, IsNotAskedForASignOfLifeWithoutATitle) {
 TEST_F(LostService, DoesNotTakeItsSuccessorsTitlesAway) {
     m_options.limits.probeAnswer = milliseconds(400);
     m_options.limits.probeInterval = milliseconds(1);
-    platform().keepQuietOn("inspect");
     const Title first = playing("first");
-    platform().await("inspect");
+    platform().keepQuietOn("inspect");
+    platform().await("inspect", platform().commands("inspect").size() + 1);
     platform().endService();
     stop(first, "stop");
 
