@@ -17,8 +17,9 @@ bool makesPointless(const Command& later, const Command& current) {
 
 void CommandBacklog::add(Command command) {
     const MutexLock lock(m_mutex);
+    if (m_current != nullptr)
+        m_current->consider(command);
     m_commands.push_back(std::move(command));
-    m_changed.notifyAll();
 }
 
 Command CommandBacklog::take() {
@@ -28,19 +29,19 @@ Command CommandBacklog::take() {
     return command;
 }
 
-std::optional<CommandName> CommandBacklog::successorOf(const Command& command) const {
-    const auto later = std::find_if(m_commands.begin(), m_commands.end(),
-                                    [&](const Command& waiting) { return makesPointless(waiting, command); });
-    return later == m_commands.end() ? std::nullopt : std::optional(later->name);
-}
-
 CommandInProgress::CommandInProgress(CommandBacklog& backlog, const Command& command,
                                      std::chrono::milliseconds patience, const std::stop_token& stop)
-    : m_backlog(backlog), m_command(command), m_patience(patience), m_passOn(stop, [this] { m_stop.request_stop(); }),
-      m_watcher([this] { watch(); }) {}
+    : m_backlog(backlog), m_command(command), m_limit(std::chrono::steady_clock::now() + patience),
+      m_passOn(stop, [this] { m_stop.request_stop(); }) {
+    const MutexLock lock(m_backlog.m_mutex);
+    m_backlog.m_current = this;
+    for (const Command& waiting : m_backlog.m_commands)
+        consider(waiting);
+}
 
 CommandInProgress::~CommandInProgress() {
     const MutexLock lock(m_backlog.m_mutex);
+    m_backlog.m_current = nullptr;
     m_ended = true;
     m_backlog.m_changed.notifyAll();
 }
@@ -50,18 +51,20 @@ std::optional<CommandName> CommandInProgress::givenUpFor() {
     return m_givenUpFor;
 }
 
-void CommandInProgress::watch() {
+/// On the thread that adds the command, or on that of this one.
+void CommandInProgress::consider(const Command& later) {
+    if (!m_watcher.joinable() && makesPointless(later, m_command))
+        m_watcher = std::jthread([this, name = later.name] { giveUpIfItHangs(name); });
+}
+
+void CommandInProgress::giveUpIfItHangs(CommandName later) {
     {
         const MutexLock lock(m_backlog.m_mutex);
         const auto hasEnded = [this]() ZUV_REQUIRES(m_backlog.m_mutex) { return m_ended; };
-        if (m_backlog.m_changed.waitFor(m_backlog.m_mutex, m_patience, hasEnded))
+        const auto rest = m_limit - std::chrono::steady_clock::now();
+        if (m_backlog.m_changed.waitFor(m_backlog.m_mutex, rest, hasEnded))
             return;
-        m_backlog.m_changed.wait(m_backlog.m_mutex, [this]() ZUV_REQUIRES(m_backlog.m_mutex) {
-            m_givenUpFor = m_backlog.successorOf(m_command);
-            return m_ended || m_givenUpFor;
-        });
-        if (m_ended)
-            return;
+        m_givenUpFor = later;
     }
     m_stop.request_stop();
 }

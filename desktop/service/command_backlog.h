@@ -14,6 +14,8 @@
 
 namespace velmora::desktop {
 
+class CommandInProgress;
+
 /// The commands of one object that have not begun. Any thread.
 class CommandBacklog {
 public:
@@ -24,11 +26,11 @@ public:
 
 private:
     friend class CommandInProgress;
-    std::optional<CommandName> successorOf(const Command& command) const ZUV_REQUIRES(m_mutex);
 
     Mutex m_mutex;
     ConditionVariable m_changed;
     std::deque<Command> m_commands ZUV_GUARDED_BY(m_mutex);
+    CommandInProgress* m_current ZUV_GUARDED_BY(m_mutex) = nullptr;
 };
 
 /// A command while it is carried out. It hangs if it takes longer than its patience. A command that hangs is given up
@@ -36,7 +38,7 @@ private:
 /// medium the later start is to continue.
 class CommandInProgress {
 public:
-    /// @param backlog must outlive this.
+    /// @param backlog must outlive this; it has one command in progress at a time.
     /// @param stop ends the command in any case.
     CommandInProgress(CommandBacklog& backlog, const Command& command, std::chrono::milliseconds patience,
                       const std::stop_token& stop);
@@ -51,16 +53,18 @@ public:
     std::optional<CommandName> givenUpFor();
 
 private:
-    void watch();
+    friend class CommandBacklog;
+    void consider(const Command& later) ZUV_REQUIRES(m_backlog.m_mutex);
+    void giveUpIfItHangs(CommandName later);
 
     CommandBacklog& m_backlog;
     const Command& m_command;
-    const std::chrono::milliseconds m_patience;
+    const std::chrono::steady_clock::time_point m_limit;
     std::stop_source m_stop;
     const std::stop_callback<std::function<void()>> m_passOn;
     bool m_ended ZUV_GUARDED_BY(m_backlog.m_mutex) = false;
     std::optional<CommandName> m_givenUpFor ZUV_GUARDED_BY(m_backlog.m_mutex);
-    std::jthread m_watcher; ///< last, so that it ends before what it uses
+    std::jthread m_watcher; ///< only once a later command makes this one pointless; last, as it uses the other members
 };
 
 } // namespace velmora::desktop
