@@ -4,15 +4,20 @@
 // that await() waits for: the queue is not read while a medium plays, and must not grow meanwhile.
 #include "service/media/gstreamer_engine.h"
 
+#include "base/mutex.h"
 #include "service/media/address_look.h"
+#include "service/media/gst_pointers.h"
+#include "service/media/missing_plugin.h"
 
 #include <fmt/format.h>
-#include <gst/gst.h>
+#include <fmt/ranges.h>
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
 #include <atomic>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace velmora::desktop {
 
@@ -26,18 +31,6 @@ constexpr unsigned int kNativeVideo = 1U << 6;
 
 constexpr auto kAwaited =
     static_cast<GstMessageType>(GST_MESSAGE_ERROR | GST_MESSAGE_ASYNC_DONE | GST_MESSAGE_APPLICATION);
-
-struct Unref {
-    void operator()(GstElement* element) const { gst_object_unref(element); }
-    void operator()(GstBus* bus) const { gst_object_unref(bus); }
-    void operator()(GstPad* pad) const { gst_object_unref(pad); }
-    void operator()(GstCaps* caps) const { gst_caps_unref(caps); }
-    void operator()(GstMessage* message) const { gst_message_unref(message); }
-    void operator()(GError* error) const { g_error_free(error); }
-    void operator()(char* text) const { g_free(text); }
-};
-template <class T>
-using Owned = std::unique_ptr<T, Unref>;
 
 double seconds(GstClockTime time) {
     return static_cast<double>(time) / static_cast<double>(GST_SECOND);
@@ -102,6 +95,7 @@ public:
 
 private:
     static GstBusSyncReply onMessage(GstBus* bus, GstMessage* message, gpointer playback);
+    std::string missingPlugins() ZUV_EXCLUDES(m_mutex);
     void requireReachable(double position) const;
     void requireIntact();
     void await(std::chrono::milliseconds timeLeft, const std::stop_token& stop);
@@ -111,6 +105,8 @@ private:
     const std::chrono::milliseconds m_timeout;
     std::optional<CommandFailure> m_failure; ///< of the pipeline, which does not recover from it
     std::atomic<bool> m_errorLogged = false;
+    Mutex m_mutex;
+    std::vector<std::string> m_missing ZUV_GUARDED_BY(m_mutex); ///< plugins, as missingPlugin() describes them
     Owned<GstElement> m_videoSink = makeSink();
     Owned<GstElement> m_audioSink = makeSink();
     // Not playbin3: in GStreamer 1.22 a damaged file can crash the process with it.
@@ -132,10 +128,29 @@ GstreamerPlayback::~GstreamerPlayback() {
 void GstreamerPlayback::open(std::chrono::milliseconds timeLeft, const std::stop_token& stop) {
     // The result is ignored: a failure is also reported by a message, with its reason.
     gst_element_set_state(m_pipeline.get(), GST_STATE_PAUSED);
-    await(timeLeft, stop);
-    // A medium that ends before its first frame also becomes ready.
-    if (!capsOf(m_videoSink) && !capsOf(m_audioSink))
-        throw CommandFailure(ResultCode::Unplayable, "The medium has neither pictures nor sound");
+    try {
+        await(timeLeft, stop);
+        // A medium that ends before its first frame also becomes ready.
+        if (!capsOf(m_videoSink) && !capsOf(m_audioSink))
+            throw CommandFailure(ResultCode::Unplayable, "The medium has neither pictures nor sound");
+    } catch (const CommandFailure& failure) {
+        const std::string missing = missingPlugins();
+        if (missing.empty() || failure.code() != ResultCode::Unplayable)
+            throw;
+        throw CommandFailure(ResultCode::Unplayable, missing);
+    }
+    if (const std::string missing = missingPlugins(); !missing.empty())
+        spdlog::warn("medium plays without some of its parts uri={:?} reason={:?}", m_uri, missing);
+}
+
+/// Which plugins the medium would need; empty if it has all it needs.
+std::string GstreamerPlayback::missingPlugins() {
+    const MutexLock lock(m_mutex);
+    if (m_missing.empty())
+        return "";
+    const std::string format = fileFormat(m_pipeline.get());
+    return fmt::format("This {} medium needs plugins that GStreamer lacks: {}", format.empty() ? "unknown" : format,
+                       fmt::join(m_missing, ", "));
 }
 
 void GstreamerPlayback::play() {
@@ -177,6 +192,11 @@ GstBusSyncReply GstreamerPlayback::onMessage(GstBus*, GstMessage* message, gpoin
     // Only the first error tells the reason; those that follow come from elements that stop because of it.
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR && !self.m_errorLogged.exchange(true))
         spdlog::warn("medium failed uri={:?} reason={:?}", self.m_uri, failureOf(message).what());
+    if (const std::string missing = missingPlugin(message); !missing.empty()) {
+        const MutexLock lock(self.m_mutex);
+        if (std::ranges::find(self.m_missing, missing) == self.m_missing.end())
+            self.m_missing.push_back(missing);
+    }
     if ((GST_MESSAGE_TYPE(message) & kAwaited) != 0)
         return GST_BUS_PASS;
     gst_message_unref(message); // a handler that drops a message releases it
