@@ -3,7 +3,6 @@
 #include "service/media/gst_pointers.h"
 
 #include <fmt/format.h>
-#include <gst/pbutils/pbutils.h>
 
 #include <algorithm>
 #include <array>
@@ -16,7 +15,7 @@ namespace {
 struct Provider {
     std::string_view caps;
     std::string_view package;
-    std::string_view name = {}; ///< where GStreamer has none
+    std::string_view name = {}; ///< of a format of files
 };
 
 constexpr std::string_view kBase = "gstreamer1.0-plugins-base";
@@ -27,28 +26,28 @@ constexpr std::string_view kLibav = "gstreamer1.0-libav";
 
 /// The Debian packages of the formats in docs/formats.md, and some more.
 constexpr std::array kProviders{
-    Provider{"application/ogg", kBase},
+    Provider{"application/ogg", kBase, "Ogg"},
     Provider{"audio/x-vorbis", kBase},
     Provider{"audio/x-opus", kBase},
     Provider{"video/x-theora", kBase},
-    Provider{"video/webm", kGood},
-    Provider{"audio/webm", kGood},
-    Provider{"video/x-matroska", kGood},
-    Provider{"audio/x-matroska", kGood},
-    Provider{"video/quicktime", kGood},
-    Provider{"audio/x-m4a", kGood},
-    Provider{"video/x-msvideo", kGood},
-    Provider{"video/x-flv", kGood},
+    Provider{"video/webm", kGood, "WebM"},
+    Provider{"audio/webm", kGood, "WebM"},
+    Provider{"video/x-matroska", kGood, "Matroska"},
+    Provider{"audio/x-matroska", kGood, "Matroska"},
+    Provider{"video/quicktime", kGood, "MP4"},
+    Provider{"audio/x-m4a", kGood, "MP4"},
+    Provider{"video/x-msvideo", kGood, "AVI"},
+    Provider{"video/x-flv", kGood, "Flash Video"},
     Provider{"video/x-vp8", kGood},
     Provider{"video/x-vp9", kGood},
-    Provider{"audio/x-wav", kGood},
-    Provider{"audio/x-flac", kGood},
+    Provider{"audio/x-wav", kGood, "WAV"},
+    Provider{"audio/x-flac", kGood, "FLAC"},
     Provider{"application/x-hls", kBad, "HLS"},
     Provider{"application/dash+xml", kBad, "DASH"},
-    Provider{"video/mpegts", kBad},
+    Provider{"video/mpegts", kBad, "MPEG-TS"},
     Provider{"video/x-av1", kBad},
     Provider{"audio/x-dts", kBad},
-    Provider{"video/x-ms-asf", kUgly},
+    Provider{"video/x-ms-asf", kUgly, "ASF"},
     Provider{"video/x-h264", kLibav},
     Provider{"video/x-h265", kLibav},
     Provider{"video/x-divx", kLibav},
@@ -81,29 +80,36 @@ std::string_view packageFor(const GstStructure* format) {
     return provider == nullptr ? "" : provider->package;
 }
 
-/// "Matroska"
-std::string nameOf(const GstCaps* caps) {
-    const Provider* const provider = providerOf(gst_caps_get_structure(caps, 0));
+/// "Matroska", or "video/x-nobody-knows"
+std::string nameOf(const GstStructure* format) {
+    const Provider* const provider = providerOf(format);
+    const bool isNamed = provider != nullptr && !provider->name.empty();
+    return isNamed ? std::string(provider->name) : gst_structure_get_name(format);
+}
+
+/// "Matroska demuxer", or as GStreamer describes it: "H.264 (Main Profile) decoder"
+std::string descriptionOf(const GstStructure* plugin, const GstStructure* format) {
+    const Provider* const provider = providerOf(format);
     if (provider != nullptr && !provider->name.empty())
-        return std::string(provider->name);
-    return Owned<char>(gst_pb_utils_get_codec_description(caps)).get();
+        return fmt::format("{} demuxer", provider->name);
+    return gst_structure_get_string(plugin, "name");
 }
 
 } // namespace
 
+// The structure of the message is documented with GStreamer's library for such messages, whose development files bring
+// a desktop's worth of packages.
 std::string missingPlugin(GstMessage* message) {
-    if (gst_is_missing_plugin_message(message) == FALSE)
+    const GstStructure* const plugin = gst_message_get_structure(message);
+    if (plugin == nullptr || gst_structure_has_name(plugin, "missing-plugin") == FALSE)
         return "";
-    const Owned<char> description(gst_missing_plugin_message_get_description(message));
     GstCaps* caps = nullptr;
-    gst_structure_get(gst_message_get_structure(message), "detail", GST_TYPE_CAPS, &caps, nullptr);
-    if (caps == nullptr)
-        return description.get();
+    gst_structure_get(plugin, "detail", GST_TYPE_CAPS, &caps, nullptr);
+    if (caps == nullptr) // an element, whose name is all that there is
+        return gst_structure_get_string(plugin, "name");
     const Owned<GstCaps> owned(caps);
     const GstStructure* const format = gst_caps_get_structure(caps, 0);
-    const Provider* const provider = providerOf(format);
-    const bool named = provider != nullptr && !provider->name.empty();
-    const std::string what = named ? fmt::format("{} demuxer", provider->name) : std::string(description.get());
+    const std::string what = descriptionOf(plugin, format);
     const std::string_view package = packageFor(format);
     return package.empty() ? what : fmt::format("{} (Debian package {})", what, package);
 }
@@ -119,7 +125,7 @@ std::string fileFormat(GstElement* pipeline) {
     g_value_unset(&item);
     const Owned<GstCaps> owned(caps);
     if (caps != nullptr)
-        format = nameOf(caps);
+        format = nameOf(gst_caps_get_structure(caps, 0));
     return format;
 }
 
