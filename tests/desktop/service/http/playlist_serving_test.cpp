@@ -252,6 +252,20 @@ TEST_F(PlaylistConsumerTest, FfmpegDecodesEveryPicture) {
         expectSame("sh -c 'ffmpeg -nostdin -v error -i \"$0\" -map 0:v:0 -f framemd5 -' ", playlist);
 }
 
+TEST_F(PlaylistConsumerTest, GstreamerDiscoversThePictures) {
+    SKIP_WITHOUT("gst-discoverer-1.0");
+    for (const char* element : {"hlsdemux", "dashdemux", "tsdemux", "avdec_mpeg2video"})
+        if (runInShell("gst-inspect-1.0 --exists " + std::string(element)).status != 0)
+            GTEST_SKIP() << "GStreamer's element " << element << " is missing";
+    for (const char* playlist : {"master.m3u8", "film.mpd"}) {
+        MediaServer server;
+        const ServedMedium medium(server, {"", m_folder.path() / playlist}, MediumForm::Playlist);
+        const ProgramResult seen = runInShell("no_proxy=127.0.0.1 gst-discoverer-1.0 " + medium.url());
+        EXPECT_EQ(seen.status, 0) << seen.output;
+        EXPECT_NE(seen.output.find("video"), std::string::npos) << seen.output;
+    }
+}
+
 TEST_F(PlaylistConsumerTest, CurlFetchesWhatThePlaylistsName) {
     SKIP_WITHOUT("curl");
     MediaServer server;
