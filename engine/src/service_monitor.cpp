@@ -21,8 +21,8 @@ void ServiceMonitor::ask() {
     m_link.inspect(m_request);
 }
 
-// While there is a question of its own, only the answer to that counts: a service that was started anew meanwhile answers
-// others, but has lost the objects.
+// While there is a question of its own, only the answer to that counts: a service that was started anew meanwhile
+// answers others, but has lost the objects.
 void ServiceMonitor::onStatus(const ServiceEvent& event) {
     if (!m_isAsking || (!m_request.empty() && event.request != m_request))
         return;
