@@ -141,12 +141,11 @@ int reallyUnlock(pthread_mutex_t* mutex) {
 /// virtual functions of the library.
 ZUVMediaProxyInterface* proxyWith(pthread_mutex_t* mutex) {
     constexpr int kMostWords = 64;
-    auto* word = reinterpret_cast<Address*>(mutex);
+    void** word = reinterpret_cast<void**>(mutex);
     for (int i = 0; i < kMostWords; ++i) {
-        --word;
-        if (!library->whole.contains(*word) || library->code.contains(*word))
-            continue;
-        if (library->code.contains(*reinterpret_cast<const Address*>(*word)))
+        const auto* const functions = static_cast<void* const*>(*--word);
+        const auto address = reinterpret_cast<Address>(functions);
+        if (library->whole.contains(address) && !library->code.contains(address) && isOfLibrary(*functions))
             return reinterpret_cast<ZUVMediaProxyInterface*>(word);
     }
     return nullptr;
