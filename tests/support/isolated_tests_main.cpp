@@ -1,6 +1,6 @@
-// main() of client_test and mixed_test. The library's singletons live as long as the process, so every test gets one of
-// its own: a fork of this process, in which no test has run yet. Starting the program anew for each takes many times as
-// long.
+// main() of tests that change what lives as long as the process, as the library's singletons do. Every test gets a
+// process of its own: a fork of this one, in which no test has run yet. Starting the program anew for each takes many
+// times as long.
 //
 // Takes GoogleTest's options; a single test runs in the process itself, for a debugger. Besides:
 //   --seconds=N   a test that takes longer has failed; 60 if not given
