@@ -20,10 +20,15 @@ install(FILES
 
 # Relative to the file's own folder, so that the installation can be moved.
 string(REGEX REPLACE "[^/]+" ".." prefix_from_pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-configure_file(cmake/zuv_engine.pc.in zuv_engine.pc @ONLY)
-configure_file(cmake/zuv_media_proxy.pc.in zuv_media_proxy.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zuv_engine.pc ${CMAKE_CURRENT_BINARY_DIR}/zuv_media_proxy.pc
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+set(pkgconfig_packages zuv_media_proxy)
+if(ZUV_BUILD_ENGINE)
+    list(APPEND pkgconfig_packages zuv_engine)
+endif()
+foreach(name IN LISTS pkgconfig_packages)
+    configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endforeach()
 
 # A separate set of targets for each component, because components can be installed separately.
 install(EXPORT zuv_media_proxy-targets NAMESPACE zuv::

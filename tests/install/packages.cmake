@@ -43,7 +43,6 @@ zuv_check_package(zuv-desktop
     FILES ${desktop_files} ${manual_pages} ${activation_files}
     NEEDS ${same_version} dbus-daemon gstreamer1.0-plugins-base gstreamer1.0-plugins-good "libgstreamer1.0-0(t64)?"
         "libcurl4(t64)?" "libmicrohttpd12(t64)?" libpugixml1v5
-        "libgstreamer-plugins-base1.0-0(t64)?"
     RECOMMENDS gstreamer1.0-libav gstreamer1.0-plugins-bad gstreamer1.0-tools)
 zuv_package_test(session_bus_finds_the_programs COMMAND ${CMAKE_COMMAND}
     -DTREE=${packages}/zuv-desktop "-DNAMES=${bus_names}"
