@@ -4,9 +4,9 @@
 //   The main thread runs the event loop. It receives commands, answers pings, manages the objects (MediaService) and
 //   publishes every event (EventPublisher, with a scenario behind a ScenarioPlayer). It never waits for media, HTTP or
 //   another process.
-//   Each object that has received a command has a thread (MediaObject), which opens, seeks and ends its media, and while
-//   it carries out a command a second one (CommandInProgress), which interrupts the command if it hangs. One more thread
-//   (MediaService) destroys the objects of clients that have left.
+//   Each object that has received a command has a thread (MediaObject), which opens, seeks and ends its media, and
+//   while it carries out a command a second one (CommandInProgress), which interrupts the command if it hangs. One more
+//   thread (MediaService) destroys the objects of clients that have left.
 //   GStreamer's threads decode, and report to the object's thread through the pipeline's message queue.
 //   The HTTP server has one thread for all readers and all upstream servers (MediaServer).
 //   Objects reach the loop through EventQueue, and the loop reaches an object through Worker::post().
