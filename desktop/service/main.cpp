@@ -5,8 +5,8 @@
 //   publishes every event (EventPublisher, with a scenario behind a ScenarioPlayer). It never waits for media, HTTP or
 //   another process.
 //   Each object that has received a command has a thread (MediaObject), which opens, seeks and ends its media. While a
-//   later command makes the one under way pointless, it has a second (CommandInProgress), which interrupts a command that
-//   hangs. One more thread (MediaService) destroys the objects of clients that have left.
+//   later command makes the one under way pointless, it has a second (CommandInProgress), which interrupts a command
+//   that hangs. One more thread (MediaService) destroys the objects of clients that have left.
 //   GStreamer's threads decode, and report to the object's thread through the pipeline's message queue.
 //   The HTTP server has one thread for all readers and all upstream servers (MediaServer).
 //   Objects reach the loop through EventQueue, and the loop reaches an object through Worker::post().

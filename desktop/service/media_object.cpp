@@ -148,6 +148,7 @@ std::vector<Definition> MediaObject::serveQualityFiles(StartedMedium& medium) {
         urls[quality.height] = medium.served.emplace_back(m_services.server, MediaLocation{"", quality.file}).url();
     urls.emplace(medium.playback->videoHeight().value_or(0), medium.url());
     std::vector<Definition> definitions;
+    definitions.reserve(urls.size());
     for (const auto& [height, url] : urls)
         definitions.push_back({definitionName(height), url});
     return definitions;

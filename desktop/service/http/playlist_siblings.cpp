@@ -40,15 +40,21 @@ std::optional<std::string> decodedSegment(const std::string& segment) {
     return name;
 }
 
+/// A number in the pattern stands for all digits that follow in the name.
 bool matches(std::string_view pattern, std::string_view name) {
-    const std::size_t number = std::min(pattern.find(kAnyNumber), pattern.size());
-    if (pattern.substr(0, number) != name.substr(0, number))
-        return false;
-    if (number == pattern.size())
-        return name.size() == number;
-    name.remove_prefix(number);
-    const std::size_t digits = std::min(name.find_first_not_of("0123456789"), name.size());
-    return digits > 0 && matches(pattern.substr(number + 1), name.substr(digits));
+    while (true) {
+        const std::size_t number = std::min(pattern.find(kAnyNumber), pattern.size());
+        if (!name.starts_with(pattern.substr(0, number)))
+            return false;
+        name.remove_prefix(number);
+        if (number == pattern.size())
+            return name.empty();
+        const std::size_t digits = std::min(name.find_first_not_of("0123456789"), name.size());
+        if (digits == 0)
+            return false;
+        name.remove_prefix(digits);
+        pattern.remove_prefix(number + 1);
+    }
 }
 
 } // namespace

@@ -14,8 +14,8 @@
 namespace velmora::desktop {
 
 /// Finds what a playlist refers to, in the playlist's own folder and below it. Of a local playlist that is what it
-/// names, or what a playlist names that it names; of an http or https playlist everything below its URL's folder, for its
-/// server to decide. Never a hidden file, nor one outside the folder, also by way of symbolic links. One thread.
+/// names, or what a playlist names that it names; of an http or https playlist everything below its URL's folder, for
+/// its server to decide. Never a hidden file, nor one outside the folder, also by way of symbolic links. One thread.
 class PlaylistSiblings {
 public:
     explicit PlaylistSiblings(const MediaLocation& playlist);

@@ -9,7 +9,7 @@ namespace velmora::desktop {
 
 namespace {
 
-/// From the innermost element to the outermost: Representation, AdaptationSet, Period, MPD.
+/// From the outermost element to the innermost: MPD, Period, AdaptationSet, Representation.
 using Levels = std::array<pugi::xml_node, 4>;
 
 bool isAbsolute(const std::string& reference) {
@@ -25,8 +25,8 @@ std::string joined(const std::string& base, const std::string& reference) {
 /// What the references of a representation are relative to.
 std::string baseOf(const Levels& levels) {
     std::string base;
-    for (auto level = levels.rbegin(); level != levels.rend(); ++level)
-        base = joined(base, level->child_value("BaseURL"));
+    for (const pugi::xml_node& level : levels)
+        base = joined(base, level.child_value("BaseURL"));
     return base;
 }
 
@@ -66,7 +66,7 @@ public:
         for (const pugi::xml_node& period : manifest.children("Period"))
             for (const pugi::xml_node& adaptationSet : period.children("AdaptationSet"))
                 for (const pugi::xml_node& representation : adaptationSet.children("Representation"))
-                    read({representation, adaptationSet, period, manifest});
+                    read({manifest, period, adaptationSet, representation});
         m_playlist.variants = byHeight(std::move(m_playlist.variants));
         return std::move(m_playlist);
     }
@@ -78,7 +78,7 @@ private:
         addFile(base);
         for (const pugi::xml_node& level : levels) {
             for (const char* name : {"media", "initialization", "index", "bitstreamSwitching"})
-                add(base, filledIn(level.child("SegmentTemplate").attribute(name).value(), levels.front()));
+                add(base, filledIn(level.child("SegmentTemplate").attribute(name).value(), levels.back()));
             for (const char* holder : {"SegmentBase", "SegmentList", "SegmentTemplate"})
                 readSegments(base, level.child(holder));
         }
@@ -104,7 +104,7 @@ private:
     }
 
     void addVariant(const Levels& levels) {
-        for (const pugi::xml_node& level : {levels[0], levels[1]})
+        for (const pugi::xml_node& level : {levels[3], levels[2]})
             if (const int height = level.attribute("height").as_int(); height > 0)
                 return m_playlist.variants.push_back({height, ""});
     }

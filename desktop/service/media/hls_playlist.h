@@ -11,8 +11,8 @@ namespace velmora::desktop {
 
 inline constexpr std::string_view kHlsBeginning = "#EXTM3U";
 
-/// A master or a media playlist. A variant without a resolution counts as sound if its codecs say so, and is left out if
-/// they do not.
+/// A master or a media playlist. A variant without a resolution counts as sound if its codecs say so, and is left out
+/// if they do not.
 /// @return no value if the text is not an HLS playlist.
 std::optional<Playlist> parseHlsPlaylist(std::string_view text);
 
