@@ -31,8 +31,11 @@ void ServiceMonitor::onStatus(const ServiceEvent& event) {
     askLater();
 }
 
+// When this comes much too late, the process itself has not run, and the answer may be waiting.
 void ServiceMonitor::onUnanswered(Worker::Clock::time_point since) {
     m_request.clear();
+    if (Worker::Clock::now() - since >= 2 * m_limits.probeAnswer)
+        return ask();
     askLater();
     m_onGone(since);
 }

@@ -1,6 +1,8 @@
 // The service dies or freezes before, during or after each request of a session; every cell with real processes.
 #include "engine/system_test.h"
 
+#include <unistd.h>
+
 #include <ostream>
 
 using namespace velmora;
@@ -172,6 +174,25 @@ TEST_P(Disconnect, HasOneOutcomeAndTheNextStartWorks) {
 
 INSTANTIATE_TEST_SUITE_P(, Disconnect, ::testing::ValuesIn(allCells()),
                          [](const auto& cell) { return nameOf(cell.param); });
+
+// The answers to its questions wait in its socket when it runs again.
+TEST_F(SystemTest, AHostThatWasStoppedItselfHasLostNothing) {
+    m_options.limits.probeInterval = milliseconds(1);
+    m_options.limits.probeAnswer = milliseconds(100);
+    startService();
+    const Title film = start("film");
+    expectPlays("film");
+
+    for (int i = 0; i < 5; ++i) {
+        const Launched waker({"sh", "-c", "sleep 0.3; kill -CONT " + std::to_string(getpid())});
+        raise(SIGSTOP);
+        m_host.runFor(milliseconds(20));
+    }
+
+    session().seek(film, 1.0, {}, m_host.done("seek"));
+    EXPECT_EQ(m_host.await("seek: "), "seek: done");
+    EXPECT_EQ(linesWithoutUrls(), (Lines{"film: URL", "seek: done"}));
+}
 
 // With the limits that a session has by default.
 class DefaultLimits : public SystemTest {
