@@ -1,5 +1,5 @@
 # What `cmake --install` installs besides the targets, which their own folders install. The components:
-#   runtime      the client library, and the desktop platform's, which it is linked with
+#   runtime      the client library, the engine kit, and the desktop platform's library, which both are linked with
 #                (with ZUV_PLATFORM_DIR the platform's library is not installed: it belongs to the SDK)
 #   development  what building a program needs: headers, the link to the library, the packages for CMake and pkg-config,
 #                documents
@@ -20,8 +20,9 @@ install(FILES
 
 # Relative to the file's own folder, so that the installation can be moved.
 string(REGEX REPLACE "[^/]+" ".." prefix_from_pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+configure_file(cmake/zuv_engine.pc.in zuv_engine.pc @ONLY)
 configure_file(cmake/zuv_media_proxy.pc.in zuv_media_proxy.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zuv_media_proxy.pc
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zuv_engine.pc ${CMAKE_CURRENT_BINARY_DIR}/zuv_media_proxy.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
 # A separate set of targets for each component, because components can be installed separately.

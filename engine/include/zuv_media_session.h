@@ -223,8 +223,8 @@ public:
     /// not have an outcome yet: a success or failure of it is then also the outcome of this request.
     void startPreloaded(Title title, StartCompletion done);
 
-    /// Seeks a film. The seek waits while the film is being started, and fails with it; it also waits while another seek
-    /// of the film is under way. Of the seeks that wait, only the latest is carried out; the others are cancelled.
+    /// Seeks a film. The seek waits while the film is being started, and fails with it; it also waits while another
+    /// seek of the film is under way. Of the seeks that wait, only the latest is carried out; the others are cancelled.
     ///
     /// @param position in seconds from the beginning.
     void seek(Title title, double position, SeekOptions options, Completion done);

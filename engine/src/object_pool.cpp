@@ -66,19 +66,20 @@ void ObjectPool::end(const std::string& request, const Outcome<Object>& result) 
 void ObjectPool::giveBack(const Object& object) {
     object->listen(nullptr);
     object->markUsed();
-    m_worker.callAfter(m_limits.reuse, [this, object] {
-        if (object->isSettled())
-            m_rested.push_back(object);
-        else // at the latest its last command is a stop
-            m_worker.callAfter(m_limits.stop, [this, object] { reuseOrForget(object); });
+    if (object->isSettled())
+        return rest(object);
+    m_unsettled.insert(object);
+    m_worker.callAfter(m_limits.stop, [this, object] { // at the latest its last command is a stop
+        if (m_unsettled.erase(object) > 0)
+            forget(object);
     });
 }
 
-void ObjectPool::reuseOrForget(const Object& object) {
-    if (object->isSettled())
-        m_rested.push_back(object);
-    else
-        forget(object);
+void ObjectPool::rest(const Object& object) {
+    m_worker.callAfter(m_limits.reuse, [this, object] {
+        if (object->isSettled()) // it is not when its service has gone
+            m_rested.push_back(object);
+    });
 }
 
 void ObjectPool::forget(const Object& object) {
@@ -93,8 +94,9 @@ void ObjectPool::onServiceGone(Worker::Clock::time_point before, const MediaErro
             gone.push_back(object);
     for (const Object& object : gone) {
         std::erase(m_rested, object);
+        m_unsettled.erase(object);
         forget(object);
-        object->abandon(error); // unsettled from now on: a rest that ends later does not bring it back
+        object->abandon(error);
     }
 }
 
@@ -104,6 +106,8 @@ void ObjectPool::onEvent(const ServiceEvent& event) {
     if (const auto found = m_objects.find(event.object); found != m_objects.end()) {
         const Object object = found->second; // its handler may have it forgotten
         object->onEvent(event);
+        if (object->isSettled() && m_unsettled.erase(object) > 0)
+            rest(object);
     }
 }
 

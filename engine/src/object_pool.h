@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -58,7 +59,7 @@ private:
     void requestAgain(const std::string& request);
     void onCreated(const ServiceEvent& event);
     void end(const std::string& request, const Outcome<Object>& result);
-    void reuseOrForget(const Object& object);
+    void rest(const Object& object);
 
     Worker& m_worker;
     ServiceLink& m_link;
@@ -66,8 +67,9 @@ private:
     const SessionLimits& m_limits;
     std::map<std::string, Creation> m_creations; // by request
     std::map<std::string, Object> m_objects;     // by identifier: all that are not forgotten
-    std::vector<Object> m_rested;
-    bool m_isServiceGone = false; // since it was last noticed, no object was created
+    std::set<Object> m_unsettled;                // given back, and still to answer a command
+    std::vector<Object> m_rested;                // to be taken
+    bool m_isServiceGone = false;                // since it was last noticed, no object was created
 };
 
 } // namespace velmora::engine

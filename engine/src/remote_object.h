@@ -14,8 +14,8 @@
 
 namespace velmora::engine {
 
-/// One remote object. It carries its commands out one after the other, so its answers come in the order of the commands,
-/// and no answer needs to say which command it is for. One thread.
+/// One remote object. It carries its commands out one after the other, so its answers come in the order of the
+/// commands, and no answer needs to say which command it is for. One thread.
 class RemoteObject {
 public:
     using Command = std::function<void(ZUVMediaProxyInterface& proxy)>;
@@ -34,8 +34,8 @@ public:
     /// Takes the texts of "definition" events from now on; an empty function ignores them.
     void listen(std::function<void(const std::string& text)> listener) { m_listener = std::move(listener); }
 
-    /// Does not wait for the answer to this command any more. If it comes all the same, a later command of the same kind
-    /// takes it for its own, and the answer after it is ignored.
+    /// Does not wait for the answer to this command any more. If it comes all the same, a later command of the same
+    /// kind takes it for its own, and the answer after it is ignored.
     void giveUpOn(Ticket ticket);
 
     /// Answers every command that waits, with this error.

@@ -12,10 +12,10 @@
 
 namespace velmora::engine {
 
-/// The client library reports successes only, and not of every request; this second client of the bus hears all answers.
-/// It also asks for objects itself, because it recognises the answer by the request's identifier: a creation of the
-/// library takes the newest object that the service announces to any process. The service frees the objects when this
-/// connection ends.
+/// The client library reports successes only, and not of every request; this second client of the bus hears all
+/// answers. It also asks for objects itself, because it recognises the answer by the request's identifier: a creation
+/// of the library takes the newest object that the service announces to any process. The service frees the objects when
+/// this connection ends.
 class ServiceLink final : private ZUVModelAccessClient {
 public:
     /// Takes every event, on the connection's delivery thread.

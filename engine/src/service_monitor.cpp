@@ -9,7 +9,7 @@ void ServiceMonitor::begin() {
 
 void ServiceMonitor::askLater() {
     m_isAsking = true;
-    m_worker.callAfter(m_limits.probeInterval, [this] { ask(); });
+    m_timer = m_worker.callAfter(m_limits.probeInterval, [this] { ask(); });
 }
 
 void ServiceMonitor::ask() {
@@ -17,15 +17,17 @@ void ServiceMonitor::ask() {
     if (!m_isAsking)
         return;
     m_request = ServiceLink::newRequest();
-    m_limit = m_worker.callAfter(m_limits.probeAnswer, [this, now = Worker::Clock::now()] { onUnanswered(now); });
+    m_timer = m_worker.callAfter(m_limits.probeAnswer, [this, now = Worker::Clock::now()] { onUnanswered(now); });
     m_link.inspect(m_request);
 }
 
+// While there is a question of its own, only the answer to that counts: a service that was started anew meanwhile
+// answers others, but has lost the objects.
 void ServiceMonitor::onStatus(const ServiceEvent& event) {
-    if (m_request.empty() || event.request != m_request)
+    if (!m_isAsking || (!m_request.empty() && event.request != m_request))
         return;
     m_request.clear();
-    m_worker.cancel(m_limit);
+    m_worker.cancel(m_timer);
     askLater();
 }
 

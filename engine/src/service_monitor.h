@@ -10,7 +10,8 @@
 
 namespace velmora::engine {
 
-/// Asks the service for signs of life, for as long as there is something to lose. One thread.
+/// Asks the service for signs of life, for as long as there is something to lose. What it answers to anybody else is a
+/// sign of life as well: any number of sessions together ask about as often as one. One thread.
 class ServiceMonitor {
 public:
     /// @param isNeeded whether to go on asking.
@@ -24,7 +25,7 @@ public:
     /// Begins to ask, unless it does so already.
     void begin();
 
-    /// Takes the "status" events.
+    /// Takes every "status" event.
     void onStatus(const ServiceEvent& event);
 
 private:
@@ -39,7 +40,7 @@ private:
     const std::function<void(Worker::Clock::time_point)> m_onGone;
     bool m_isAsking = false;
     std::string m_request; // of the question that is not answered yet; empty if there is none
-    Worker::Timer m_limit;
+    Worker::Timer m_timer; // the next question, or the limit of this one
 };
 
 } // namespace velmora::engine

@@ -36,7 +36,7 @@ void runUnlocked(Worker::Task& task, std::unique_lock<std::mutex>& lock) {
 } // namespace
 
 std::shared_ptr<Worker> Worker::start() {
-    const std::shared_ptr<Worker> worker(new Worker);
+    std::shared_ptr<Worker> worker(new Worker);
     const SignalsBlocked inThread;
     std::thread thread([worker] { worker->run(); });
     pthread_setname_np(thread.native_handle(), "zuv-engine");

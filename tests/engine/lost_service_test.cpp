@@ -126,6 +126,17 @@ TEST_F(LostService, IsNotAskedForASignOfLifeWithoutATitle) {
     EXPECT_EQ(platform().commands("inspect").size(), asked);
 }
 
+TEST_F(LostService, IsNotAskedWhileItAnswersOthers) {
+    m_options.limits.probeInterval = milliseconds(200);
+    playing("film");
+    for (int i = 0; i < 30; ++i) {
+        platform().send({"status", "200", "ses-of-another", ""});
+        m_host.runFor(milliseconds(20));
+    }
+
+    EXPECT_LE(platform().commands("inspect").size(), 1U) << "one at most, on a busy machine";
+}
+
 // The question that the dead service did not answer says nothing of the objects that a new one has made since.
 TEST_F(LostService, DoesNotTakeItsSuccessorsTitlesAway) {
     m_options.limits.probeAnswer = milliseconds(400);

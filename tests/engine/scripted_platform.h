@@ -48,8 +48,8 @@ private:
     bool m_closed ZUV_GUARDED_BY(m_mutex) = false;
 };
 
-/// The bus, and the service on it, which answers at once as a proper one does, except where a test has changed that. All
-/// operations: any thread.
+/// The bus, and the service on it, which answers at once as a proper one does, except where a test has changed that.
+/// All operations: any thread.
 class ScriptedPlatform {
 public:
     static ScriptedPlatform& instance();

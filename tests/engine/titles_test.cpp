@@ -224,15 +224,20 @@ TEST_F(Titles, DefinitionsOfATitleThatHasEndedAreNotDelivered) {
               (Lines{"first: local:first", "stop: done", "second: local:second", "second has audio u"}));
 }
 
+// Whether the rest of one title's object is over before the next title comes is a matter of luck.
 TEST_F(Titles, AnObjectThatHasRestedIsUsedAgain) {
-    stop(playing("first"), "stop");
-    EXPECT_EQ(m_host.await("stop: "), "stop: done");
-    m_host.runFor(milliseconds(20));
+    int titles = 0;
+    EXPECT_TRUE(m_host.await([&] {
+        const std::string name = std::to_string(++titles);
+        stop(playing(name), "stop of " + name);
+        EXPECT_EQ(m_host.await("stop of " + name), "stop of " + name + ": done");
+        return platform().commands("create").size() < platform().commands("start").size();
+    }));
 
-    playing("second");
-
-    EXPECT_EQ(platform().await("start", 2).object, platform().await("start", 1).object);
-    EXPECT_EQ(platform().commands("create").size(), 1U);
+    std::set<std::string> objects;
+    for (const Command& command : platform().commands("start"))
+        objects.insert(command.object);
+    EXPECT_EQ(objects.size(), platform().commands("create").size());
 }
 
 TEST_F(Titles, AnObjectThatHasLeftACommandUnansweredIsNotUsedAgain) {
