@@ -51,7 +51,8 @@ std::optional<CommandName> CommandInProgress::givenUpFor() {
     return m_givenUpFor;
 }
 
-/// On the thread that adds the command, or on that of this one.
+/// On the thread that adds the command, or on that of this one. The backlog's mutex is held, which the compiler cannot
+/// check, since it does not know that m_backlog is the backlog that calls.
 void CommandInProgress::consider(const Command& later) {
     if (!m_watcher.joinable() && makesPointless(later, m_command))
         m_watcher = std::jthread([this, name = later.name] { giveUpIfItHangs(name); });

@@ -54,7 +54,7 @@ public:
 
 private:
     friend class CommandBacklog;
-    void consider(const Command& later) ZUV_REQUIRES(m_backlog.m_mutex);
+    void consider(const Command& later);
     void giveUpIfItHangs(CommandName later);
 
     CommandBacklog& m_backlog;
