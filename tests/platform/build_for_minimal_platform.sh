@@ -1,6 +1,6 @@
 #!/bin/sh
-# Does what a port does, with the minimal platform, below the folder WORK: makes the SDK, builds the client and the
-# conformance suite for it, installs the client and compiles a program.
+# Does what a port does, with the minimal platform, below the folder WORK: makes the SDK, builds the client, the engine
+# kit and the conformance suite for it, installs client and kit, and compiles a program.
 #
 #   build_for_minimal_platform.sh SOURCE WORK GENERATOR CXX
 set -eu
@@ -15,7 +15,7 @@ cmake --install "$work/sdk-build"
 # Nobody debugs these: without the information for it, they build faster.
 cmake -S "$source" -B "$work/device" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG= -DZUV_BUILD_EXAMPLES=OFF \
     -DZUV_PLATFORM_DIR="$work/sdk" -DZUV_PLATFORM_DESCRIPTION="$source/examples/platform/conformance.cpp"
-cmake --build "$work/device" --target zuv_media_proxy conformance_test
+cmake --build "$work/device" --target zuv_media_proxy zuv_engine zuv_callback_check conformance_test
 cmake --install "$work/device" --prefix "$work/client"
 
 "$CXX" -o "$work/minimal_platform_user" "$source/tests/platform/minimal_platform_user.cpp" \
