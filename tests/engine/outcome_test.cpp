@@ -1,5 +1,6 @@
 // Every request has one outcome.
 #include "engine/session_test.h"
+#include "support/loaded_library.h"
 
 #include <chrono>
 #include <thread>
@@ -167,6 +168,17 @@ TEST_F(Outcomes, AreNotAskedForByEmptyCompletions) {
 
     playing("other");
     EXPECT_EQ(m_host.lines(), (Lines{"other: local:other"}));
+}
+
+// As in a program that is linked with the library.
+TEST_F(Outcomes, ComeThroughTheLibraryThatIsLoadedAlready) {
+    const LoadedLibrary library(ZUV_MEDIA_PROXY_LIBRARY);
+    library.manager();
+    m_options.library = SessionOptions().library;
+
+    playing("film");
+
+    EXPECT_EQ(platform().connections(), 2U) << "the library's and the session's";
 }
 
 TEST_F(Outcomes, SayThatThereIsNoLibrary) {
