@@ -137,7 +137,8 @@ struct SessionLimits {
     std::chrono::milliseconds creation{2400};
 
     /// While the session has titles: how often the service is asked for a sign of life, and how soon it has to answer.
-    /// A lost service is noticed within the sum of both.
+    /// A lost service is noticed within the sum of both. The desktop's service holds definitions back for 100 ms after
+    /// each answer, so an interval of less than that keeps them from arriving.
     std::chrono::milliseconds probeInterval{1000};
     std::chrono::milliseconds probeAnswer{1000};
 

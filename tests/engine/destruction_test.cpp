@@ -207,6 +207,7 @@ TEST_F(SeveralThreads, MayUseOneSession) {
     constexpr int kThreads = 4;
     constexpr int kRequests = 25;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     session();
     for (int i = 0; i < kThreads; ++i)
         threads.emplace_back([this] {

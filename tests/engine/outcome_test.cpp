@@ -1,5 +1,6 @@
 // Every request has one outcome.
 #include "engine/session_test.h"
+#include "support/loaded_library.h"
 
 #include <chrono>
 #include <thread>
@@ -169,6 +170,17 @@ TEST_F(Outcomes, AreNotAskedForByEmptyCompletions) {
     EXPECT_EQ(m_host.lines(), (Lines{"other: local:other"}));
 }
 
+// As in a program that is linked with the library.
+TEST_F(Outcomes, ComeThroughTheLibraryThatIsLoadedAlready) {
+    const LoadedLibrary library(ZUV_MEDIA_PROXY_LIBRARY);
+    library.manager();
+    m_options.library = SessionOptions().library;
+
+    playing("film");
+
+    EXPECT_EQ(platform().connections(), 2U) << "the library's and the session's";
+}
+
 TEST_F(Outcomes, SayThatThereIsNoLibrary) {
     m_options.library = "/nowhere/libzuv_media_proxy.so.1";
 
@@ -186,12 +198,13 @@ TEST_F(Outcomes, SayThatAnotherLibraryIsNotTheRightOne) {
     EXPECT_NE(m_host.await("film: service gone ").find("requestZUVMediaProxy"), std::string::npos);
 }
 
-TEST_F(Outcomes, SayThatThereIsNoBus) {
-    platform().removeBus();
-
+TEST_F(Outcomes, SayThatThereIsNoBusUntilThereIsOne) {
+    platform().provideBus(false);
     start("film");
-
     EXPECT_EQ(m_host.await("film: "), "film: service gone there is no bus");
+    platform().provideBus(true);
+
+    playing("next");
 }
 
 /// Requests of the test's own thread, whose calls must not wait for anything.

@@ -1,5 +1,6 @@
 // What a session makes of every scenario that comes with the desktop platform; afterwards the next title plays.
 #include "engine/system_test.h"
+#include "support/loaded_library.h"
 
 #include <filesystem>
 #include <set>
@@ -71,12 +72,14 @@ void PrintTo(const Row& row, std::ostream* stream) {
     *stream << row.scenario;
 }
 
-class Scenario : public SystemTest, public ::testing::WithParamInterface<Row> {
+class ScenarioTest : public SystemTest {
 protected:
     void play(const std::string& scenario) {
         startService(fileBytes(std::string(ZUV_SCENARIOS "/") + scenario + ".json"));
     }
 };
+
+class Scenario : public ScenarioTest, public ::testing::WithParamInterface<Row> {};
 
 TEST_P(Scenario, HasOneOutcomeAndLeavesTheNextTitleAlone) {
     if (GetParam().seen == Seen::TimedOut)
@@ -109,7 +112,22 @@ TEST(Scenarios, AreAllTested) {
     EXPECT_EQ(tested, files);
 }
 
-class Definitions : public Scenario {};
+class SynchronousMode : public ScenarioTest {};
+
+// Calls of the library wait for their answers then, and throw when they cannot read them.
+TEST_F(SynchronousMode, OfTheHostIsNoObstacle) {
+    play("memory-nested-member");
+    const LoadedLibrary library(ZUV_MEDIA_PROXY_LIBRARY);
+    ASSERT_NE(library.manager()->createNewZUVMediaProxySync()->id(), "");
+
+    const Title film = start("first");
+
+    expectPlays("first");
+    session().seek(film, 1.0, {}, m_host.done("seek"));
+    EXPECT_EQ(m_host.await("seek: "), "seek: done");
+}
+
+class Definitions : public ScenarioTest {};
 
 TEST_F(Definitions, ThatPrecedeTheAnswerFollowTheLocalUrl) {
     play("events-definitions");

@@ -174,9 +174,9 @@ std::size_t ScriptedPlatform::connections() {
     return m_inboxes.size();
 }
 
-void ScriptedPlatform::removeBus() {
+void ScriptedPlatform::provideBus(bool isThere) {
     const desktop::MutexLock lock(m_mutex);
-    m_state.hasBus = false;
+    m_state.hasBus = isThere;
 }
 
 bool ScriptedPlatform::hasBus() {

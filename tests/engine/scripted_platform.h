@@ -87,8 +87,8 @@ public:
     int serviceStarts();
     std::size_t connections();
 
-    /// From now on connections find no bus.
-    void removeBus();
+    /// Whether new connections find a bus.
+    void provideBus(bool isThere);
 
     // ---- For the connections
 

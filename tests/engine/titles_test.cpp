@@ -88,7 +88,19 @@ TEST_F(Titles, AnAdvertisementThatIsAnsweredFirstTakesNothingAwayFromTheFilm) {
     EXPECT_EQ(m_host.lines(), (Lines{"ad: local:ad", "film: local:film"}));
 }
 
-TEST_F(Titles, AnAdvertisementAfterAFilm) {
+TEST_F(Titles, AnAdvertisementBeforeAFilmTakesNothingAwayFromIt) {
+    const Title advertisement = startAdvertisement("ad");
+    EXPECT_EQ(m_host.await("ad: "), "ad: local:ad");
+
+    const Title film = playing("film");
+    stop(advertisement, "ad's end");
+
+    EXPECT_EQ(m_host.await("ad's end: "), "ad's end: done");
+    seek(film, 1.0, "seek");
+    EXPECT_EQ(m_host.await("seek: "), "seek: done");
+}
+
+TEST_F(Titles, AnAdvertisementAfterAFilmIsDelivered) {
     stop(playing("film"), "stop");
     startAdvertisement("ad");
 
