@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Installs the packages of a folder into an empty Debian, compiles the README's example there like a reader would, and
-# has it play, by the launcher and on a session bus. Needs root, and a Debian mirror (ZUV_DEBIAN_MIRROR names another
-# one) for what the packages depend on; CACHE keeps the empty Debian, which knows its mirror, and downloads.
+# Installs the packages of a folder into an empty Debian of the machine's own version, compiles the README's example
+# there like a reader would, and has it play, by the launcher and on a session bus. Needs root, and a Debian mirror
+# (ZUV_DEBIAN_MIRROR names another one) for what the packages depend on; CACHE keeps the empty Debian, which knows its
+# mirror, and downloads.
 #
 #   empty_debian.sh PACKAGES MEDIUM CACHE
 set -euo pipefail
@@ -10,23 +11,25 @@ medium=$2
 cache=$3
 example=$(dirname "$0")/../../examples/minimal/main.cpp
 
-mkdir -p "$cache/archives"
-if [ ! -f "$cache/debian.tar" ]; then
-    mmdebstrap --quiet --variant=apt --format=tar bookworm "$cache/debian.tar.part" \
-        ${ZUV_DEBIAN_MIRROR:+"$ZUV_DEBIAN_MIRROR"}
-    mv "$cache/debian.tar.part" "$cache/debian.tar"
+suite=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
+archives=$cache/archives-$suite
+base=$cache/empty-$suite.tar
+mkdir -p "$archives"
+if [ ! -f "$base" ]; then
+    mmdebstrap --quiet --variant=apt --format=tar "$suite" "$base.part" ${ZUV_DEBIAN_MIRROR:+"$ZUV_DEBIAN_MIRROR"}
+    mv "$base.part" "$base"
 fi
 root=$(mktemp -d "$cache/root.XXXXXX")
 trap 'rm -rf "$root"' EXIT
-tar -x -C "$root" -f "$cache/debian.tar"
+tar -x -C "$root" -f "$base"
 mkdir "$root/test"
 cp "$packages"/*.deb "$example" "$root/test"
 cp "$medium" "$root/test/medium"
 
 # Mounts and processes end with the shell inside.
-unshare --mount --pid --fork --kill-child sh -eu -s "$root" "$cache" <<'INSIDE'
+unshare --mount --pid --fork --kill-child sh -eu -s "$root" "$archives" <<'INSIDE'
 mount --rbind "$1" "$1" # a root is a mount point, as zuv-desktop expects of /
-mount --bind "$2/archives" "$1/var/cache/apt/archives"
+mount --bind "$2" "$1/var/cache/apt/archives"
 mount -t proc proc "$1/proc"
 mount -t tmpfs shm "$1/dev/shm"
 env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin http_proxy="${http_proxy-}" chroot "$1" sh -eu -s <<'CHROOT'
