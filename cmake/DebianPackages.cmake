@@ -63,17 +63,15 @@ any command with a bus and a media service around it, two players, and a
 maker of clips. On a session bus, the media service starts when it is first
 needed.")
 
+# zuv-player is linked with the desktop platform's library, which is in another of these packages.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 if(NOT CMAKE_CROSSCOMPILING)
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-    # zuv-player is linked with the desktop platform's library, which is in another of these packages.
-    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 elseif(CMAKE_LIBRARY_ARCHITECTURE STREQUAL arm-linux-gnueabihf)
-    # The target's packages were unpacked, not installed, so dpkg cannot tell which package has a library. A test
-    # compares this list with what the libraries need.
     set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
-    set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS
-        "libc6 (>= 2.36), libfmt9, libgcc-s1, libjsoncpp25, libspdlog1.10, libstdc++6 (>= 11)")
-    string(APPEND CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS ", libsystemd0 (>= 241), libuuid1")
+    # dpkg does not know the target's packages, which were unpacked, not installed. The sysroot does.
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+    list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_SYSROOT}/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE})
 endif()
 
 include(CPack)

@@ -24,6 +24,9 @@ function(add_bus_activation tree)
     file(COPY ${files} DESTINATION ${tree}/share/dbus-1/services)
 endfunction()
 
+# For which architecture dpkg-shlibdeps looks into the libraries; empty: the machine's own.
+set(ENV{DEB_HOST_ARCH} "${CPACK_DEBIAN_PACKAGE_ARCHITECTURE}")
+
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     string(TOUPPER ${component} upper)
     set(tree ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/${component}/usr)

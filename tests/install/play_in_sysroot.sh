@@ -21,33 +21,36 @@ for package in "$work"/packages/*.deb; do
 done
 
 depends=$(dpkg-deb --field "$work"/packages/libzuv-media-proxy1_*.deb Depends)
-ask_for() {
-    case ", $depends," in
-        *", $1,"* | *", $1 ("*) ;;
-        *) echo "The package does not ask for $1, but for: $depends" >&2; exit 1 ;;
-    esac
+complain() {
+    echo "The package does not ask for $1, but for: $depends" >&2
+    exit 1
 }
 # The highest version of an interface, by the prefix of its symbols' versions.
 needed() {
     readelf --wide --version-info "$libraries"/libzuv_*.so.1 |
         sed -n "s/.* Name: $1_\([0-9.]*\) .*/\1/p" | sort -V | tail -n 1
 }
-# Debian names a library's package after its SONAME. The dynamic linker belongs to the C library.
+# ask_for PACKAGE SINCE: in that version or a newer one.
+ask_for() {
+    asked=$(echo "$depends" | tr ',' '\n' | sed -n "s/^ *$1 (>= \(.*\))$/\1/p")
+    [ -n "$asked" ] || complain "$1 (>= $2)"
+    dpkg --compare-versions "$asked" ge "$2" || complain "$1 (>= $2)"
+}
+# Debian names a library's package after its SONAME, and adds to it for another ABI: t64, -fmt9. The dynamic linker
+# belongs to the C library.
 for soname in $(readelf --wide --dynamic "$libraries"/libzuv_*.so.1 | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p'); do
     case $soname in
-        libzuv_* | ld-linux-*) ;;
-        *) ask_for "$(echo "$soname" | sed 's/\.so\.//; s/_/-/')" ;;
+        libzuv_* | ld-linux-*) continue ;;
+    esac
+    package=$(echo "$soname" | sed 's/\.so\.//; s/_/-/')
+    case ", $depends," in
+        *", $package"[\ ,t-]*) ;;
+        *) complain "$package" ;;
     esac
 done
-case $(needed GLIBCXX) in
-    3.4.28) gcc=10 ;;
-    3.4.29) gcc=11 ;;
-    3.4.30) gcc=12 ;;
-    *) echo "GLIBCXX_$(needed GLIBCXX): of which GCC?" >&2; exit 1 ;;
-esac
-ask_for "libstdc++6 (>= $gcc)"
-ask_for "libc6 (>= $(needed GLIBC))"
-ask_for "libsystemd0 (>= $(needed LIBSYSTEMD))"
+ask_for libc6 "$(needed GLIBC)"
+ask_for libstdc++6 0 # any version: its symbols' versions are counted in another way
+ask_for libsystemd0 "$(needed LIBSYSTEMD)"
 
 # shellcheck disable=SC2046 # several flags
 "$4" --sysroot="$work/sysroot" -std=c++17 -o "$work/player" "$player" \
