@@ -58,6 +58,10 @@ if(NOT ZUV_SANITIZE)
     add_compile_options($<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
 endif()
 add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
+# Linux has pages of 4 KiB on 32-bit ARM. The linker prepares for 64 KiB, to which newer versions pad the file.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
+    add_link_options(-Wl,-z,max-page-size=4096)
+endif()
 
 add_link_options(-Wl,--as-needed)
 # clang links a sanitizer's runtime into programs only, so in shared objects its symbols are undefined.
