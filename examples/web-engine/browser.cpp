@@ -52,9 +52,10 @@ void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer media) {
 void onWebProcessTerminated(WebKitWebView* view, WebKitWebProcessTerminationReason, gpointer media) {
     static_cast<PageMedia*>(media)->closeAll();
     const std::string url = webkit_web_view_get_uri(view);
-    const std::string message = "<title>Ended</title><h1>The process of this page has ended.</h1>"
-                                "<p>What it played was stopped. <a href=\"" +
-                                taken(g_markup_escape_text(url.c_str(), -1)) + "\">Load the page again</a>";
+    const std::string message = "<title>Ended</title><h1>The process of this page has ended</h1>"
+                                "<p>What it played was stopped. The page is loaded again in a second."
+                                "<meta http-equiv=refresh content=\"1; url=" +
+                                taken(g_markup_escape_text(url.c_str(), -1)) + "\">";
     webkit_web_view_load_alternate_html(view, message.c_str(), url.c_str(), nullptr);
 }
 
@@ -100,7 +101,9 @@ WebKitWebView* addTab(GtkNotebook* tabs, WebKitWebView* opener) {
     g_object_unref(manager);
     g_object_set_data_full(G_OBJECT(view), "media", media, [](gpointer data) { delete static_cast<PageMedia*>(data); });
 
-    webkit_settings_set_enable_write_console_messages_to_stdout(webkit_web_view_get_settings(view), TRUE);
+    WebKitSettings* const settings = webkit_web_view_get_settings(view);
+    webkit_settings_set_enable_write_console_messages_to_stdout(settings, TRUE);
+    webkit_settings_set_javascript_can_open_windows_automatically(settings, TRUE);
     g_signal_connect(view, "load-changed", G_CALLBACK(onLoadChanged), media);
     g_signal_connect(view, "web-process-terminated", G_CALLBACK(onWebProcessTerminated), media);
     g_signal_connect(view, "create", G_CALLBACK(onWindowOpened), tabs);
