@@ -49,6 +49,11 @@ void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer media) {
         static_cast<PageMedia*>(media)->closeAll();
 }
 
+/// The page of a tab that is closed may live on for a while.
+void onDestroyed(WebKitWebView*, gpointer media) {
+    static_cast<PageMedia*>(media)->closeAll();
+}
+
 void onWebProcessTerminated(WebKitWebView* view, WebKitWebProcessTerminationReason, gpointer media) {
     static_cast<PageMedia*>(media)->closeAll();
     const std::string url = webkit_web_view_get_uri(view);
@@ -84,20 +89,21 @@ WebKitWebsitePolicies* policies() {
     return only;
 }
 
-WebKitWebView* addTab(GtkNotebook* tabs, WebKitWebView* opener);
+void addTab(GtkNotebook* tabs, const char* url);
 
-GtkWidget* onWindowOpened(WebKitWebView* opener, WebKitNavigationAction*, gpointer tabs) {
-    return GTK_WIDGET(addTab(static_cast<GtkNotebook*>(tabs), opener));
+/// In a tab that has nothing to do with the opener's: a view that did would share its user content manager, and thus its
+/// PageMedia.
+GtkWidget* onWindowOpened(WebKitWebView*, WebKitNavigationAction* action, gpointer tabs) {
+    addTab(static_cast<GtkNotebook*>(tabs), webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
+    return nullptr;
 }
 
-/// @param opener the view whose page opens this one; null for the first.
-WebKitWebView* addTab(GtkNotebook* tabs, WebKitWebView* opener) {
+void addTab(GtkNotebook* tabs, const char* url) {
     auto* const media = new PageMedia(velmora::postToGLib());
     WebKitUserContentManager* const manager = webkit_user_content_manager_new();
     addMediaProxy(manager, media);
-    auto* const view =
-        static_cast<WebKitWebView*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", manager,
-                                                 "website-policies", policies(), "related-view", opener, nullptr));
+    auto* const view = static_cast<WebKitWebView*>(
+        g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", manager, "website-policies", policies(), nullptr));
     g_object_unref(manager);
     g_object_set_data_full(G_OBJECT(view), "media", media, [](gpointer data) { delete static_cast<PageMedia*>(data); });
 
@@ -107,12 +113,13 @@ WebKitWebView* addTab(GtkNotebook* tabs, WebKitWebView* opener) {
     g_signal_connect(view, "load-changed", G_CALLBACK(onLoadChanged), media);
     g_signal_connect(view, "web-process-terminated", G_CALLBACK(onWebProcessTerminated), media);
     g_signal_connect(view, "create", G_CALLBACK(onWindowOpened), tabs);
+    g_signal_connect(view, "destroy", G_CALLBACK(onDestroyed), media);
     g_signal_connect(view, "close", G_CALLBACK(gtk_widget_destroy), nullptr);
     g_signal_connect(view, "notify::title", G_CALLBACK(onTitleChanged), tabs);
 
     gtk_widget_show(GTK_WIDGET(view));
     gtk_notebook_set_current_page(tabs, gtk_notebook_append_page(tabs, GTK_WIDGET(view), nullptr));
-    return view;
+    webkit_web_view_load_uri(view, url);
 }
 
 } // namespace
@@ -126,7 +133,7 @@ void runBrowser(const std::string& url, bool hasSandbox) {
     gtk_container_add(GTK_CONTAINER(window), tabs);
     g_signal_connect(window, "destroy", G_CALLBACK(gtk_main_quit), nullptr);
 
-    webkit_web_view_load_uri(addTab(GTK_NOTEBOOK(tabs), nullptr), url.c_str());
+    addTab(GTK_NOTEBOOK(tabs), url.c_str());
     gtk_widget_show_all(window);
     gtk_main();
 }

@@ -32,13 +32,6 @@ std::string readLine(int descriptor) {
     return line;
 }
 
-/// Without what a desktop, on which the test may have been started, would add. Drawn without OpenGL, for there is no
-/// graphics card: with software in place of one, a busy machine may come to draw no frame of a video at all.
-CommandLine browser(const std::filesystem::path& log, const std::string& display, const std::string& url) {
-    return {"sh", "-c", R"(unset WAYLAND_DISPLAY
-               NO_AT_BRIDGE=1 WEBKIT_DISABLE_COMPOSITING_MODE=1 DISPLAY=$1 exec "$2" "$3" >"$0" 2>&1)", log, display, ZUV_PROGRAMS_DIR "/zuv-web-engine", url};
-}
-
 } // namespace
 
 Display::Display() {
@@ -60,13 +53,20 @@ std::string mediaFunctions() {
     return fileBytes(ZUV_WEB_TEST_FUNCTIONS);
 }
 
+// Without what a desktop, on which the test may have been started, would add. Drawn without OpenGL, for there is no
+// graphics card: with software in place of one, a busy machine may come to draw no frame of a video at all.
+CommandLine browserCommand(const std::string& display, const std::string& url, const std::filesystem::path& log) {
+    return {"sh", "-c", R"(unset WAYLAND_DISPLAY
+               NO_AT_BRIDGE=1 WEBKIT_DISABLE_COMPOSITING_MODE=1 DISPLAY=$1 exec "$2" "$3" >"$0" 2>&1)", log, display, ZUV_PROGRAMS_DIR "/zuv-web-engine", url};
+}
+
 bool WebEngine::isInstalled() {
     return runInShell("command -v Xvfb").status == 0;
 }
 
 WebEngine::WebEngine() {
     // Inherits stderr for want of anything else; its output is in a file.
-    m_browser.emplace(browser(logFile(), m_display.name(), m_page.url()), STDERR_FILENO);
+    m_browser.emplace(browserCommand(m_display.name(), m_page.url(), logFile()), STDERR_FILENO);
     if (!m_page.awaitReady(kStartPatience))
         throw std::runtime_error("the page does not come up: " + fileBytes(logFile()));
 }

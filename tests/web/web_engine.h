@@ -34,6 +34,11 @@ private:
     std::string m_name;
 };
 
+/// The browser with a page, on a display.
+/// @param log the file for what the browser and its pages print.
+desktop::CommandLine browserCommand(const std::string& display, const std::string& url,
+                                    const std::filesystem::path& log);
+
 /// JavaScript for a ScriptedPage: functions for scripts that use mediaProxy.
 std::string mediaFunctions();
 
