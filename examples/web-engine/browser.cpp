@@ -91,8 +91,8 @@ WebKitWebsitePolicies* policies() {
 
 void addTab(GtkNotebook* tabs, const char* url);
 
-/// In a tab that has nothing to do with the opener's: a view that did would share its user content manager, and thus its
-/// PageMedia.
+/// In a tab that has nothing to do with the opener's: otherwise its view would share the user content manager of the
+/// opener's, and thus its PageMedia.
 GtkWidget* onWindowOpened(WebKitWebView*, WebKitNavigationAction* action, gpointer tabs) {
     addTab(static_cast<GtkNotebook*>(tabs), webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
     return nullptr;

@@ -18,6 +18,13 @@ namespace {
 // The first start on a machine reads some hundred megabytes.
 constexpr std::chrono::seconds kStartPatience(60);
 
+// Without what a desktop, on which the test may have been started, would add. Drawn without OpenGL, for there is no
+// graphics card: with software in place of one, a busy machine may come to draw no frame of a video at all.
+constexpr const char* kStartBrowser = R"(
+    unset WAYLAND_DISPLAY
+    export DISPLAY=$1 NO_AT_BRIDGE=1 WEBKIT_DISABLE_COMPOSITING_MODE=1
+    exec "$2" "$3" >"$0" 2>&1)";
+
 CommandLine xServer(const std::filesystem::path& log, int descriptor) {
     return {"sh", "-c", R"(exec Xvfb -noreset -nolisten tcp -screen 0 1024x800x24 -displayfd "$1" >"$0" 2>&1)", log,
             std::to_string(descriptor)};
@@ -53,11 +60,8 @@ std::string mediaFunctions() {
     return fileBytes(ZUV_WEB_TEST_FUNCTIONS);
 }
 
-// Without what a desktop, on which the test may have been started, would add. Drawn without OpenGL, for there is no
-// graphics card: with software in place of one, a busy machine may come to draw no frame of a video at all.
 CommandLine browserCommand(const std::string& display, const std::string& url, const std::filesystem::path& log) {
-    return {"sh", "-c", R"(unset WAYLAND_DISPLAY
-               NO_AT_BRIDGE=1 WEBKIT_DISABLE_COMPOSITING_MODE=1 DISPLAY=$1 exec "$2" "$3" >"$0" 2>&1)", log, display, ZUV_PROGRAMS_DIR "/zuv-web-engine", url};
+    return {"sh", "-c", kStartBrowser, log, display, ZUV_PROGRAMS_DIR "/zuv-web-engine", url};
 }
 
 bool WebEngine::isInstalled() {
