@@ -41,12 +41,14 @@ bool ScriptedPage::awaitReady(std::chrono::seconds patience) {
 }
 
 std::string ScriptedPage::run(const std::string& script) {
-    {
-        const MutexLock lock(m_mutex);
-        m_script = script;
-        m_changed.notifyAll();
-    }
+    begin(script);
     return awaitResult(kResultPatience).value_or("no result");
+}
+
+void ScriptedPage::begin(const std::string& script) {
+    const MutexLock lock(m_mutex);
+    m_script = script;
+    m_changed.notifyAll();
 }
 
 std::optional<std::string> ScriptedPage::awaitResult(std::chrono::seconds patience) {

@@ -31,6 +31,9 @@ public:
     /// @return what it returned, as text; what it threw, if it did.
     std::string run(const std::string& script);
 
+    /// As run(), for a script with which the page goes: its result might not arrive.
+    void begin(const std::string& script);
+
 private:
     bool answer(const std::string& header, TcpConnection& connection);
     std::optional<std::string> nextScript(std::string result);
