@@ -49,12 +49,18 @@ void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer media) {
         static_cast<PageMedia*>(media)->closeAll();
 }
 
+/// The page of a tab that is closed may live on for a while.
+void onDestroyed(WebKitWebView*, gpointer media) {
+    static_cast<PageMedia*>(media)->closeAll();
+}
+
 void onWebProcessTerminated(WebKitWebView* view, WebKitWebProcessTerminationReason, gpointer media) {
     static_cast<PageMedia*>(media)->closeAll();
     const std::string url = webkit_web_view_get_uri(view);
-    const std::string message = "<title>Ended</title><h1>The process of this page has ended.</h1>"
-                                "<p>What it played was stopped. <a href=\"" +
-                                taken(g_markup_escape_text(url.c_str(), -1)) + "\">Load the page again</a>";
+    const std::string message = "<title>Ended</title><h1>The process of this page has ended</h1>"
+                                "<p>What it played was stopped. The page is loaded again in a second."
+                                "<meta http-equiv=refresh content=\"1; url=" +
+                                taken(g_markup_escape_text(url.c_str(), -1)) + "\">";
     webkit_web_view_load_alternate_html(view, message.c_str(), url.c_str(), nullptr);
 }
 
@@ -83,33 +89,37 @@ WebKitWebsitePolicies* policies() {
     return only;
 }
 
-WebKitWebView* addTab(GtkNotebook* tabs, WebKitWebView* opener);
+void addTab(GtkNotebook* tabs, const char* url);
 
-GtkWidget* onWindowOpened(WebKitWebView* opener, WebKitNavigationAction*, gpointer tabs) {
-    return GTK_WIDGET(addTab(static_cast<GtkNotebook*>(tabs), opener));
+/// In a tab that has nothing to do with the opener's: otherwise its view would share the user content manager of the
+/// opener's, and thus its PageMedia.
+GtkWidget* onWindowOpened(WebKitWebView*, WebKitNavigationAction* action, gpointer tabs) {
+    addTab(static_cast<GtkNotebook*>(tabs), webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
+    return nullptr;
 }
 
-/// @param opener the view whose page opens this one; null for the first.
-WebKitWebView* addTab(GtkNotebook* tabs, WebKitWebView* opener) {
+void addTab(GtkNotebook* tabs, const char* url) {
     auto* const media = new PageMedia(velmora::postToGLib());
     WebKitUserContentManager* const manager = webkit_user_content_manager_new();
     addMediaProxy(manager, media);
-    auto* const view =
-        static_cast<WebKitWebView*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", manager,
-                                                 "website-policies", policies(), "related-view", opener, nullptr));
+    auto* const view = static_cast<WebKitWebView*>(
+        g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", manager, "website-policies", policies(), nullptr));
     g_object_unref(manager);
     g_object_set_data_full(G_OBJECT(view), "media", media, [](gpointer data) { delete static_cast<PageMedia*>(data); });
 
-    webkit_settings_set_enable_write_console_messages_to_stdout(webkit_web_view_get_settings(view), TRUE);
+    WebKitSettings* const settings = webkit_web_view_get_settings(view);
+    webkit_settings_set_enable_write_console_messages_to_stdout(settings, TRUE);
+    webkit_settings_set_javascript_can_open_windows_automatically(settings, TRUE);
     g_signal_connect(view, "load-changed", G_CALLBACK(onLoadChanged), media);
     g_signal_connect(view, "web-process-terminated", G_CALLBACK(onWebProcessTerminated), media);
     g_signal_connect(view, "create", G_CALLBACK(onWindowOpened), tabs);
+    g_signal_connect(view, "destroy", G_CALLBACK(onDestroyed), media);
     g_signal_connect(view, "close", G_CALLBACK(gtk_widget_destroy), nullptr);
     g_signal_connect(view, "notify::title", G_CALLBACK(onTitleChanged), tabs);
 
     gtk_widget_show(GTK_WIDGET(view));
     gtk_notebook_set_current_page(tabs, gtk_notebook_append_page(tabs, GTK_WIDGET(view), nullptr));
-    return view;
+    webkit_web_view_load_uri(view, url);
 }
 
 } // namespace
@@ -123,7 +133,7 @@ void runBrowser(const std::string& url, bool hasSandbox) {
     gtk_container_add(GTK_CONTAINER(window), tabs);
     g_signal_connect(window, "destroy", G_CALLBACK(gtk_main_quit), nullptr);
 
-    webkit_web_view_load_uri(addTab(GTK_NOTEBOOK(tabs), nullptr), url.c_str());
+    addTab(GTK_NOTEBOOK(tabs), url.c_str());
     gtk_widget_show_all(window);
     gtk_main();
 }

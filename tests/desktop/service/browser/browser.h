@@ -2,8 +2,7 @@
 #ifndef ZUV_TESTS_DESKTOP_SERVICE_BROWSER_BROWSER_H
 #define ZUV_TESTS_DESKTOP_SERVICE_BROWSER_BROWSER_H
 
-#include "base/mutex.h"
-#include "desktop/service/http/scripted_server.h"
+#include "desktop/service/browser/scripted_page.h"
 #include "launcher/process.h"
 #include "launcher/temporary_folder.h"
 
@@ -12,8 +11,7 @@
 
 namespace velmora::desktop {
 
-/// The page has an origin of its own, that of a server in this process, and reaches 127.0.0.1 only. It asks its server
-/// for a script, runs it and brings the result, again and again. page.html has the functions for scripts. One thread.
+/// The page reaches 127.0.0.1 only. One thread.
 class Browser {
 public:
     static bool isInstalled();
@@ -21,26 +19,13 @@ public:
     /// Returns when the page waits for a script.
     /// @throws std::runtime_error with what the browser printed, when the page does not come up.
     Browser();
-    ~Browser();
-    Browser(const Browser&) = delete;
-    Browser& operator=(const Browser&) = delete;
 
-    /// Runs the body of an asynchronous function in the page.
-    /// @return what it returned, as text; what it threw, if it did.
-    std::string run(const std::string& script);
+    /// As ScriptedPage::run().
+    std::string run(const std::string& script) { return m_page.run(script); }
 
 private:
-    bool answer(const std::string& header, TcpConnection& connection);
-    std::optional<std::string> nextScript(std::string result);
-    std::optional<std::string> awaitResult(std::chrono::seconds patience);
-
-    Mutex m_mutex;
-    ConditionVariable m_changed;
-    std::optional<std::string> m_script ZUV_GUARDED_BY(m_mutex); ///< until the page asks for it
-    std::optional<std::string> m_result ZUV_GUARDED_BY(m_mutex); ///< until the test takes it
-    bool m_ending ZUV_GUARDED_BY(m_mutex) = false;
+    ScriptedPage m_page;
     TemporaryFolder m_profile;
-    ScriptedServer m_server;
     std::optional<ProcessGroup> m_chromium;
 };
 

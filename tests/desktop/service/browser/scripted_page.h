@@ -1,0 +1,54 @@
+// A page in which tests run scripts, in whatever browser opens it.
+#ifndef ZUV_TESTS_DESKTOP_SERVICE_BROWSER_SCRIPTED_PAGE_H
+#define ZUV_TESTS_DESKTOP_SERVICE_BROWSER_SCRIPTED_PAGE_H
+
+#include "base/mutex.h"
+#include "desktop/service/http/scripted_server.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace velmora::desktop {
+
+/// The page has an origin of its own, that of a server in this process. It asks its server for a script, runs it and
+/// brings the result, again and again. page.html has the functions for scripts. One thread.
+class ScriptedPage {
+public:
+    /// @param moreFunctions JavaScript that the page loads besides.
+    explicit ScriptedPage(std::string moreFunctions = "");
+    ~ScriptedPage();
+    ScriptedPage(const ScriptedPage&) = delete;
+    ScriptedPage& operator=(const ScriptedPage&) = delete;
+
+    /// For the browser to open.
+    std::string url() const { return m_server.url("/"); }
+
+    /// Waits for the page to come up, for the first time or once more. @return whether it does in that time.
+    bool awaitReady(std::chrono::seconds patience);
+
+    /// Runs the body of an asynchronous function in the page.
+    /// @return what it returned, as text; what it threw, if it did.
+    std::string run(const std::string& script);
+
+    /// As run(), for a script with which the page goes: its result might not arrive.
+    void begin(const std::string& script);
+
+private:
+    bool answer(const std::string& header, TcpConnection& connection);
+    std::optional<std::string> nextScript(std::string result);
+    std::optional<std::string> awaitResult(std::chrono::seconds patience);
+
+    const std::string m_moreFunctions;
+    Mutex m_mutex;
+    ConditionVariable m_changed;
+    std::optional<std::string> m_script ZUV_GUARDED_BY(m_mutex); ///< until the page asks for it
+    std::optional<std::string> m_result ZUV_GUARDED_BY(m_mutex); ///< until the test takes it
+    int m_turn ZUV_GUARDED_BY(m_mutex) = 0;                      ///< counts the page's questions
+    bool m_ending ZUV_GUARDED_BY(m_mutex) = false;
+    ScriptedServer m_server;
+};
+
+} // namespace velmora::desktop
+
+#endif // ZUV_TESTS_DESKTOP_SERVICE_BROWSER_SCRIPTED_PAGE_H

@@ -1,0 +1,50 @@
+// What scripts of the tests in a web engine use, besides the functions of page.html.
+"use strict";
+
+// From one script to the next.
+let proxy, film, lost;
+
+/// The colour of the video's frame, by name.
+function colour() {
+    const names = { "100": "red", "001": "blue", "010": "green", "101": "magenta", "011": "cyan" };
+    const [bits] = coloursAt([video.videoWidth / 2, video.videoHeight / 2]);
+    return names[bits] ?? bits;
+}
+
+/// Shows a local URL in a new <video>. Resolves with its colour once it plays.
+async function show(url) {
+    await play(url, { crossOrigin: "anonymous" });
+    return colour();
+}
+
+const zappingTimes = [];
+
+/// Starts and shows another film, as show() does.
+async function zap(proxy, medium) {
+    const begin = performance.now();
+    const url = await proxy.start(medium);
+    const shown = show(url);
+    video.addEventListener("playing", () => zappingTimes.push(performance.now() - begin), { once: true });
+    return shown;
+}
+
+function median(numbers) {
+    return Math.round(numbers.sort((a, b) => a - b)[Math.floor(numbers.length / 2)]);
+}
+
+/// Seeks the film in the service and in the <video>. Resolves with its colour once it plays on.
+async function seekTo(proxy, position) {
+    await proxy.seek(position);
+    await seek(position);
+    return colour();
+}
+
+/// Resolves with the name of the exception with which a promise is rejected.
+function rejection(promise) {
+    return promise.then(() => "none", error => error.name);
+}
+
+/// Resolves with the next event of that name.
+function event(proxy, name) {
+    return new Promise(resolve => proxy.addEventListener(name, resolve, { once: true }));
+}

@@ -1,0 +1,93 @@
+#include "web/web_engine.h"
+
+#include "launcher/pipe.h"
+#include "support/files.h"
+#include "support/processes.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <stdexcept>
+
+namespace velmora::web_test {
+
+using desktop::CommandLine;
+
+namespace {
+
+// The first start on a machine reads some hundred megabytes.
+constexpr std::chrono::seconds kStartPatience(60);
+
+// Without what a desktop, on which the test may have been started, would add. Drawn without OpenGL, for there is no
+// graphics card: with software in place of one, a busy machine may come to draw no frame of a video at all.
+constexpr const char* kStartBrowser = R"(
+    unset WAYLAND_DISPLAY
+    export DISPLAY=$1 NO_AT_BRIDGE=1 WEBKIT_DISABLE_COMPOSITING_MODE=1
+    exec "$2" "$3" >"$0" 2>&1)";
+
+CommandLine xServer(const std::filesystem::path& log, int descriptor) {
+    return {"sh", "-c", R"(exec Xvfb -noreset -nolisten tcp -screen 0 1024x800x24 -displayfd "$1" >"$0" 2>&1)", log,
+            std::to_string(descriptor)};
+}
+
+/// A line without its end; empty at the end of what there is to read.
+std::string readLine(int descriptor) {
+    std::string line;
+    char byte = 0;
+    while (read(descriptor, &byte, 1) == 1 && byte != '\n')
+        line += byte;
+    return line;
+}
+
+} // namespace
+
+Display::Display() {
+    desktop::Pipe ready = desktop::makePipe();
+    m_server.emplace(xServer(m_folder.path() / "log", ready.writeEnd.get()), ready.writeEnd.get());
+    ready.writeEnd = desktop::FileDescriptor();
+    const std::string number = readLine(ready.readEnd.get());
+    if (number.empty())
+        throw std::runtime_error("there is no display: " + fileBytes(m_folder.path() / "log"));
+    m_name = ":" + number;
+}
+
+void Display::capture(const std::filesystem::path& file) const {
+    runInShell("gst-launch-1.0 -q ximagesrc display-name=" + m_name +
+               " num-buffers=1 ! videoconvert ! pngenc ! filesink location=" + file.string());
+}
+
+std::string mediaFunctions() {
+    return fileBytes(ZUV_WEB_TEST_FUNCTIONS);
+}
+
+CommandLine browserCommand(const std::string& display, const std::string& url, const std::filesystem::path& log) {
+    return {"sh", "-c", kStartBrowser, log, display, ZUV_PROGRAMS_DIR "/zuv-web-engine", url};
+}
+
+bool WebEngine::isInstalled() {
+    return runInShell("command -v Xvfb").status == 0;
+}
+
+WebEngine::WebEngine() {
+    // Inherits stderr for want of anything else; its output is in a file.
+    m_browser.emplace(browserCommand(m_display.name(), m_page.url(), logFile()), STDERR_FILENO);
+    if (!m_page.awaitReady(kStartPatience))
+        throw std::runtime_error("the page does not come up: " + fileBytes(logFile()));
+}
+
+std::vector<pid_t> WebEngine::webProcesses() const {
+    std::vector<pid_t> found;
+    for (const pid_t process : processesOfGroup(m_browser->leader())) {
+        if (fileBytes("/proc/" + std::to_string(process) + "/comm") == "WebKitWebProces\n") // as much as there is room
+            found.push_back(process);
+    }
+    return found;
+}
+
+void WebEngine::keep(const std::filesystem::path& folder, const std::string& name) const {
+    std::filesystem::create_directories(folder);
+    m_display.capture(folder / (name + ".png"));
+    std::filesystem::copy_file(logFile(), folder / (name + ".log"), std::filesystem::copy_options::overwrite_existing);
+}
+
+} // namespace velmora::web_test
