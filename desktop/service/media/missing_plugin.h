@@ -12,7 +12,7 @@ namespace velmora::desktop {
 /// if the message says nothing of the kind.
 std::string missingPlugin(GstMessage* message);
 
-/// The format of the file that a pipeline has opened: "Quicktime"; empty as long as it is not known.
+/// The format of the file that a pipeline has opened: "MP4"; empty as long as it is not known.
 std::string fileFormat(GstElement* pipeline);
 
 } // namespace velmora::desktop
