@@ -1,6 +1,8 @@
 #include "service/command_backlog.h"
 
-#include <algorithm>
+#include <spdlog/spdlog.h>
+
+#include <system_error>
 
 namespace velmora::desktop {
 
@@ -54,8 +56,13 @@ std::optional<CommandName> CommandInProgress::givenUpFor() {
 /// On the thread that adds the command, or on that of this one. The backlog's mutex is held, which the compiler cannot
 /// check, since it does not know that m_backlog is the backlog that calls.
 void CommandInProgress::consider(const Command& later) {
-    if (!m_watcher.joinable() && makesPointless(later, m_command))
+    if (m_watcher.joinable() || !makesPointless(later, m_command))
+        return;
+    try {
         m_watcher = std::jthread([this, name = later.name] { giveUpIfItHangs(name); });
+    } catch (const std::system_error& error) {
+        spdlog::warn("cannot watch a command, which may hang: {}", error.what());
+    }
 }
 
 void CommandInProgress::giveUpIfItHangs(CommandName later) {

@@ -35,7 +35,8 @@ private:
 
 /// A command while it is carried out. It hangs if it takes longer than its patience. A command that hangs is given up
 /// for a later one that makes it pointless: a stop, a start or a preload of the same kind. Exempt is a preload whose
-/// medium the later start is to continue.
+/// medium the later start is to continue. Where no thread can be had to watch it, it lasts as long as it takes. Used on
+/// the object's thread, unless something else is said.
 class CommandInProgress {
 public:
     /// @param backlog must outlive this; it has one command in progress at a time.

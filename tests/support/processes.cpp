@@ -121,4 +121,8 @@ ProgramResult runInShell(const std::string& command) {
     return {shell.wait(), std::move(output)};
 }
 
+bool isInstalled(const std::string& program) {
+    return runInShell("command -v " + program).status == 0;
+}
+
 } // namespace velmora

@@ -59,6 +59,9 @@ struct ProgramResult {
 /// Runs a command of the shell to its end.
 ProgramResult runInShell(const std::string& command);
 
+/// Whether the shell finds a program of this name.
+bool isInstalled(const std::string& program);
+
 } // namespace velmora
 
 #endif // ZUV_TESTS_SUPPORT_PROCESSES_H

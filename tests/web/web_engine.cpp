@@ -64,10 +64,6 @@ CommandLine browserCommand(const std::string& display, const std::string& url, c
     return {"sh", "-c", kStartBrowser, log, display, ZUV_PROGRAMS_DIR "/zuv-web-engine", url};
 }
 
-bool WebEngine::isInstalled() {
-    return runInShell("command -v Xvfb").status == 0;
-}
-
 WebEngine::WebEngine() {
     // Inherits stderr for want of anything else; its output is in a file.
     m_browser.emplace(browserCommand(m_display.name(), m_page.url(), logFile()), STDERR_FILENO);

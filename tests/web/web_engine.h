@@ -45,8 +45,6 @@ std::string mediaFunctions();
 /// The browser, and the page that it opens first. Its bus is that of the environment. One thread.
 class WebEngine {
 public:
-    static bool isInstalled();
-
     /// Returns when the page waits for a script.
     /// @throws std::runtime_error with what the browser printed, when the page does not come up.
     WebEngine();

@@ -29,7 +29,7 @@ std::string script(const std::string& body) {
 class WebEngineTest : public testing::Test {
 protected:
     void SetUp() override {
-        if (!WebEngine::isInstalled())
+        if (!isInstalled("Xvfb"))
             GTEST_SKIP() << "the program Xvfb is missing";
         setenv(desktop::kBusAddressVariable, m_bus.address().c_str(), 1);
         m_engine.emplace();
@@ -202,7 +202,7 @@ testing::AssertionResult logs(Launched& browser, const std::vector<std::string>&
 
 // examples/web-engine/page.html
 TEST(PageForPeople, PlaysItsStoryAndGoesOnWhenTheServiceHasEnded) {
-    if (!WebEngine::isInstalled())
+    if (!isInstalled("Xvfb"))
         GTEST_SKIP() << "the program Xvfb is missing";
     const desktop::PrivateBus bus(ZUV_PROGRAMS_DIR);
     setenv(desktop::kBusAddressVariable, bus.address().c_str(), 1);

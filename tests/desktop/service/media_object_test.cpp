@@ -7,8 +7,11 @@
 
 #include <gtest/gtest.h>
 #include <json/reader.h>
+#include <pthread.h>
 
 #include <chrono>
+#include <cstddef>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -394,6 +397,41 @@ TEST_F(HangingMediaObjectTest, AStopInterruptsTheOpening) {
     const Event stopped = m_events.next();
     EXPECT_EQ(stopped.session, "ses-2");
     EXPECT_EQ(stopped.code, ResultCode::WrongState);
+}
+
+/// While it exists, no thread can be started in this process: none gets so large a stack.
+class ThreadShortage {
+public:
+    ThreadShortage() {
+        pthread_getattr_default_np(&m_before);
+        pthread_attr_t enormous;
+        pthread_getattr_default_np(&enormous);
+        pthread_attr_setstacksize(&enormous, std::size_t{1} << (sizeof(std::size_t) * 8 - 2));
+        pthread_setattr_default_np(&enormous);
+        pthread_attr_destroy(&enormous);
+    }
+    ~ThreadShortage() {
+        pthread_setattr_default_np(&m_before);
+        pthread_attr_destroy(&m_before);
+    }
+    ThreadShortage(const ThreadShortage&) = delete;
+    ThreadShortage& operator=(const ThreadShortage&) = delete;
+
+private:
+    pthread_attr_t m_before;
+};
+
+TEST_F(HangingMediaObjectTest, WithoutAThreadToWatchItTheOpeningGoesOn) {
+    {
+        const ThreadShortage shortage;
+        ASSERT_THROW(std::thread([] {}), std::system_error);
+        post(CommandName::Stop, kMain);
+    }
+    m_engine.release();
+    EXPECT_EQ(m_events.next().code, ResultCode::Ok);
+    const Event stopped = m_events.next();
+    EXPECT_EQ(stopped.name, "stopped");
+    EXPECT_EQ(stopped.code, ResultCode::Ok);
 }
 
 TEST_F(HangingMediaObjectTest, AnotherStartOrPreloadInterruptsTheOpening) {

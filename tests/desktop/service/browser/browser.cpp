@@ -39,10 +39,6 @@ CommandLine chromium(const std::string& profile, const std::string& url) {
 
 } // namespace
 
-bool Browser::isInstalled() {
-    return runInShell("command -v chromium").status == 0;
-}
-
 Browser::Browser() {
     // Inherits stderr for want of anything else; its output is in a file.
     m_chromium.emplace(chromium(m_profile.path(), m_page.url()), STDERR_FILENO);

@@ -14,8 +14,6 @@ namespace velmora::desktop {
 /// The page reaches 127.0.0.1 only. One thread.
 class Browser {
 public:
-    static bool isInstalled();
-
     /// Returns when the page waits for a script.
     /// @throws std::runtime_error with what the browser printed, when the page does not come up.
     Browser();

@@ -5,6 +5,7 @@
 #include "launcher/private_bus.h"
 #include "service/http/media_server.h"
 #include "support/http_client.h"
+#include "support/processes.h"
 #include "support/test_files.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +27,7 @@ Browser& browser() {
 class BrowserTest : public testing::Test {
 protected:
     void SetUp() override {
-        if (!Browser::isInstalled())
+        if (!isInstalled("chromium"))
             GTEST_SKIP() << "the program chromium is missing";
         setenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().c_str(), 1);
         m_service.emplace();

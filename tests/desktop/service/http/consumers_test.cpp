@@ -32,12 +32,9 @@ protected:
     const ServedMedium m_medium{m_server, location()};
 };
 
-#define SKIP_WITHOUT(program)                                                                                          \
-    if (runInShell("command -v " program).status != 0)                                                                 \
-    GTEST_SKIP() << "the program " program " is missing"
-
 TEST_P(ConsumerTest, CurlFetchesAndGoesOn) {
-    SKIP_WITHOUT("curl");
+    if (!isInstalled("curl"))
+        GTEST_SKIP() << "the program curl is missing";
     addFile(m_folder, "film", m_bytes.substr(0, 5000));
     const ProgramResult curl = runInShell(m_in + "curl -qsSf --noproxy '*' -C - -o film " + m_medium.url());
     EXPECT_EQ(curl.status, 0) << curl.output;
@@ -45,7 +42,8 @@ TEST_P(ConsumerTest, CurlFetchesAndGoesOn) {
 }
 
 TEST_P(ConsumerTest, CurlFetchesOnlyWhatIsNew) {
-    SKIP_WITHOUT("curl");
+    if (!isInstalled("curl"))
+        GTEST_SKIP() << "the program curl is missing";
     const std::string curl = m_in + "curl -qsSf --noproxy '*' --etag-save tag --etag-compare tag -w '%{http_code}' ";
     EXPECT_EQ(runInShell(curl + "-o film " + m_medium.url()).output, "200");
     EXPECT_TRUE(fileBytes(m_folder.path() / "film") == m_bytes);
@@ -53,7 +51,8 @@ TEST_P(ConsumerTest, CurlFetchesOnlyWhatIsNew) {
 }
 
 TEST_P(ConsumerTest, WgetGoesOn) {
-    SKIP_WITHOUT("wget");
+    if (!isInstalled("wget"))
+        GTEST_SKIP() << "the program wget is missing";
     addFile(m_folder, "film", m_bytes.substr(0, 5000));
     const ProgramResult wget =
         runInShell(m_in + "wget --no-config --no-proxy -q --tries=1 --continue -O film " + m_medium.url());
@@ -62,7 +61,8 @@ TEST_P(ConsumerTest, WgetGoesOn) {
 }
 
 TEST_P(ConsumerTest, FfprobeFindsTheFilm) {
-    SKIP_WITHOUT("ffprobe");
+    if (!isInstalled("ffprobe"))
+        GTEST_SKIP() << "the program ffprobe is missing";
     const std::string ffprobe =
         "no_proxy=127.0.0.1 ffprobe -v error -show_entries stream=codec_name,height -of csv=p=0 ";
     const ProgramResult seen = runInShell(ffprobe + m_medium.url());
@@ -71,7 +71,8 @@ TEST_P(ConsumerTest, FfprobeFindsTheFilm) {
 }
 
 TEST_P(ConsumerTest, FfmpegSeeks) {
-    SKIP_WITHOUT("ffmpeg");
+    if (!isInstalled("ffmpeg"))
+        GTEST_SKIP() << "the program ffmpeg is missing";
     const ProgramResult seen = runInShell("no_proxy=127.0.0.1 ffmpeg -nostdin -v error -ss 1 -i " + m_medium.url() +
                                           " -frames:v 3 -f framemd5 -");
     EXPECT_EQ(seen.status, 0) << seen.output;
@@ -80,7 +81,8 @@ TEST_P(ConsumerTest, FfmpegSeeks) {
 }
 
 TEST_P(ConsumerTest, GstreamerDiscoversAFilmThatCanBeSought) {
-    SKIP_WITHOUT("gst-discoverer-1.0");
+    if (!isInstalled("gst-discoverer-1.0"))
+        GTEST_SKIP() << "the program gst-discoverer-1.0 is missing";
     const ProgramResult seen = runInShell("no_proxy=127.0.0.1 gst-discoverer-1.0 " + m_medium.url());
     EXPECT_EQ(seen.status, 0) << seen.output;
     EXPECT_NE(seen.output.find("Seekable: yes"), std::string::npos) << seen.output;

@@ -196,16 +196,14 @@ TEST(PlaylistReferences, AreNamesBelowTheFolder) {
         EXPECT_EQ(nameOfReference("x/y/", reference), std::nullopt) << reference;
 }
 
-#define SKIP_WITHOUT(program)                                                                                          \
-    if (runInShell("command -v " program).status != 0)                                                                 \
-    GTEST_SKIP() << "the program " program " is missing"
-
 /// Playlists as ffmpeg writes them: HLS with two variants, and a DASH manifest.
 class PlaylistConsumerTest : public testing::Test {
 protected:
     void SetUp() override {
-        SKIP_WITHOUT("ffmpeg");
-        SKIP_WITHOUT("ffprobe");
+        if (!isInstalled("ffmpeg"))
+            GTEST_SKIP() << "the program ffmpeg is missing";
+        if (!isInstalled("ffprobe"))
+            GTEST_SKIP() << "the program ffprobe is missing";
         const std::string source = "cd " + m_folder.path().string() +
                                    " && ffmpeg -nostdin -v error -f lavfi -i testsrc2=size=320x240:rate=10:duration=4 ";
         const std::string low = "[0:v]split[a][b];[b]scale=160:120[c]";
@@ -253,7 +251,8 @@ TEST_F(PlaylistConsumerTest, FfmpegDecodesEveryPicture) {
 }
 
 TEST_F(PlaylistConsumerTest, GstreamerDiscoversThePictures) {
-    SKIP_WITHOUT("gst-discoverer-1.0");
+    if (!isInstalled("gst-discoverer-1.0"))
+        GTEST_SKIP() << "the program gst-discoverer-1.0 is missing";
     for (const char* element : {"hlsdemux", "dashdemux", "tsdemux", "avdec_mpeg2video"})
         if (runInShell("gst-inspect-1.0 --exists " + std::string(element)).status != 0)
             GTEST_SKIP() << "GStreamer's element " << element << " is missing";
@@ -267,7 +266,8 @@ TEST_F(PlaylistConsumerTest, GstreamerDiscoversThePictures) {
 }
 
 TEST_F(PlaylistConsumerTest, CurlFetchesWhatThePlaylistsName) {
-    SKIP_WITHOUT("curl");
+    if (!isInstalled("curl"))
+        GTEST_SKIP() << "the program curl is missing";
     MediaServer server;
     const ServedMedium medium(server, {"", m_folder.path() / "master.m3u8"}, MediumForm::Playlist);
     const std::string curl = "curl -qsSf --noproxy '*' " + medium.url().substr(0, medium.url().rfind('/'));
