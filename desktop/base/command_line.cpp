@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kLongestQuotation = 40;
 
 /// What was given, for an error message: on one line, and shortened, because it can be of any length.
-std::string quoted(std::string text) {
+std::string inQuotes(std::string text) {
     const bool isLong = text.size() > kLongestQuotation;
     text.resize(std::min(text.size(), kLongestQuotation));
     const auto isControl = [](unsigned char c) { return c < ' ' || c == 0x7F; };
@@ -119,7 +119,7 @@ void CommandLineParser::addWord(const ValueOption& option, const std::vector<std
     addOption(*m_parts->app, option, joined(words), [option, words, &value](const std::string& text) {
         if (std::ranges::find(words, text) == words.end())
             throw CLI::ValidationError(sourceOf(option),
-                                       quoted(text) + " is not " + joined(words) + didYouMean(text, words));
+                                       inQuotes(text) + " is not " + joined(words) + didYouMean(text, words));
         value = text;
     });
 }
@@ -129,7 +129,7 @@ void CommandLineParser::addNumber(const ValueOption& option, NumberRange range, 
         const std::optional<double> number = toNumber(text);
         // A NaN fails both comparisons.
         if (!number || !(*number >= range.lowest && *number <= range.highest))
-            throw CLI::ValidationError(sourceOf(option), quoted(text) + " is not a number from " +
+            throw CLI::ValidationError(sourceOf(option), inQuotes(text) + " is not a number from " +
                                                              shortest(range.lowest) + " to " + shortest(range.highest));
         value = *number;
     });
@@ -193,8 +193,8 @@ std::optional<std::string> CommandLineParser::leftOver() const {
     for (const auto& each : m_parts->subcommands)
         known.push_back(each->m_parts->app->get_name());
     if (m_parts->command != nullptr && !word.starts_with('-'))
-        return quoted(word) + " is not expected: the command goes behind --";
-    return (word.starts_with('-') ? "no such option: " + quoted(word) : quoted(word) + " is not expected") +
+        return inQuotes(word) + " is not expected: the command goes behind --";
+    return (word.starts_with('-') ? "no such option: " + inQuotes(word) : inQuotes(word) + " is not expected") +
            didYouMean(word, known);
 }
 

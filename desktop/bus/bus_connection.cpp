@@ -56,8 +56,7 @@ int onReadAnswered(sd_bus_message* message, void* userdata, sd_bus_error*) noexc
 
 int onKeeperStarted(sd_bus_message* message, void* userdata, sd_bus_error*) noexcept {
     if (const sd_bus_error* error = sd_bus_message_get_error(message))
-        desktopLog().error("no keeper, values cannot be read: error={} text={}", textOf(error->name),
-                           textOf(error->message));
+        logError("no keeper, values cannot be read: error={} text={}", textOf(error->name), textOf(error->message));
     *static_cast<bool*>(userdata) = true;
     return 0;
 }
@@ -95,7 +94,7 @@ int BusConnection::open(const std::string& topic) {
     m_address = busAddress();
     const int result = connect();
     if (result < 0)
-        desktopLog().error("no bus: error={}", std::strerror(-result));
+        logError("no bus: error={}", std::strerror(-result));
     m_opened = result >= 0;
     return result;
 }
@@ -106,10 +105,10 @@ bool BusConnection::reconnect() {
     while (!m_pumped.waitFor(m_mutex, pause, [this]() ZUV_REQUIRES(m_mutex) { return m_stopped; })) {
         const int result = connect();
         if (result >= 0) {
-            desktopLog().info("bus connection restored");
+            logInfo("bus connection restored");
             return true;
         }
-        desktopLog().debug("still no bus: error={}", std::strerror(-result));
+        logDebug("still no bus: error={}", std::strerror(-result));
         pause = std::min(2 * pause, kLongestPause);
     }
     return false;
@@ -278,7 +277,7 @@ int BusConnection::waitForTraffic(Clock::time_point deadline) {
 
 void BusConnection::lose(int error) {
     if (isUsable())
-        desktopLog().error("bus connection lost: error={}", std::strerror(-error));
+        logError("bus connection lost: error={}", std::strerror(-error));
     m_state = State::lost;
     m_starter.cancel();
     sd_bus_close(m_bus.get());
@@ -294,7 +293,7 @@ int BusConnection::onAnyMessage(sd_bus_message* message, void* connection, sd_bu
     const auto& self = *static_cast<BusConnection*>(connection);
     self.m_mutex.assertHeld();
     if (isForeign(message, self.m_topic))
-        desktopLog().error("foreign message dropped: {}", originOf(message));
+        logError("foreign message dropped: {}", originOf(message));
     return 0;
 }
 
@@ -305,7 +304,7 @@ int BusConnection::onPublished(sd_bus_message* message, void* connection, sd_bus
     if (published)
         self.m_events.push_back(std::move(published->values));
     else
-        desktopLog().error("malformed publication dropped: {}", originOf(message));
+        logError("malformed publication dropped: {}", originOf(message));
     return 0;
 }
 

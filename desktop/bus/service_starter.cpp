@@ -54,11 +54,11 @@ int ServiceStarter::askForStart() {
 
 void ServiceStarter::afterStart(sd_bus_message* answer) {
     if (const sd_bus_error* error = sd_bus_message_get_error(answer))
-        desktopLog().error("service not started: error={} text={}", textOf(error->name), textOf(error->message));
+        logError("service not started: error={} text={}", textOf(error->name), textOf(error->message));
     else if (numberIn(answer) == kAlreadyRunning && !m_replaced)
         askForProcess();
     else
-        desktopLog().debug("service runs: name={}", kServiceName);
+        logDebug("service runs: name={}", kServiceName);
 }
 
 // Asked before the ping. When the ping is not answered, it is then the service that hangs: the bus has just answered.
@@ -79,7 +79,7 @@ void ServiceStarter::afterPing(sd_bus_message* answer) {
     else if (sd_bus_message_is_method_error(answer, nullptr) > 0)
         startAnother(answer); // it has ended meanwhile
     else
-        desktopLog().debug("service answers: name={}", kServiceName);
+        logDebug("service answers: name={}", kServiceName);
 }
 
 // The service cannot answer the second ping. The bus answers it with an error when the service's connection has ended
@@ -87,10 +87,9 @@ void ServiceStarter::afterPing(sd_bus_message* answer) {
 void ServiceStarter::killService() {
     ping<&ServiceStarter::startAnother>(kEndMicroseconds);
     if (pidfd_send_signal(m_process.get(), SIGKILL, nullptr, 0) == 0)
-        desktopLog().warn("service did not answer and was killed: name={}", kServiceName);
+        logWarning("service did not answer and was killed: name={}", kServiceName);
     else
-        desktopLog().warn("service did not answer and was not killed: name={} error={}", kServiceName,
-                          std::strerror(errno));
+        logWarning("service did not answer and was not killed: name={} error={}", kServiceName, std::strerror(errno));
 }
 
 void ServiceStarter::startAnother(sd_bus_message*) {
@@ -112,7 +111,7 @@ int ServiceStarter::call(sd_bus_message* request, uint64_t timeout) {
     const int result = sd_bus_call_async(m_bus, &slot, request, &ServiceStarter::onAnswer<step>, this, timeout);
     m_call.reset(slot);
     if (result < 0)
-        desktopLog().error("service not asked for: error={}", std::strerror(-result));
+        logError("service not asked for: error={}", std::strerror(-result));
     return result;
 }
 

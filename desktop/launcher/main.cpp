@@ -9,8 +9,6 @@
 #include "service/scenario/scenario_files.h"
 #include "service/service_options.h"
 
-#include <spdlog/spdlog.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -79,7 +77,7 @@ bool isolateShm(const RunOptions& options) {
     }
     if (options.privateShm)
         throw std::system_error(problem, "cannot have a /dev/shm of its own");
-    spdlog::warn("no private /dev/shm ({}): shared with other runs of this user", problem.message());
+    logWarning("no private /dev/shm ({}): shared with other runs of this user", problem.message());
     return false;
 }
 
@@ -88,7 +86,7 @@ int runOnBus(const CommandLine& command, const std::filesystem::path& programs) 
     removeAbandonedFolders();
     const Supervision supervision;
     const PrivateBus bus(programs);
-    spdlog::debug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
+    logDebug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
     setenv(kBusAddressVariable, bus.address().c_str(), 1);
     return runCommand(command, supervision, bus.daemonProcess());
 }
@@ -142,6 +140,5 @@ int main(int argc, char** argv) {
         return parser.refuse("run -- COMMAND is required");
     if (options.privateShm && options.sharedShm)
         return runParser.refuse("--private-shm and --shared-shm exclude each other");
-    useDesktopLogAsDefault();
     return run(options);
 }

@@ -2,9 +2,9 @@
 
 #include "base/command_line.h"
 #include "base/system_error.h"
+#include "log/desktop_log.h"
 
 #include <fmt/format.h>
-#include <spdlog/spdlog.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -69,7 +69,7 @@ std::optional<int> exitStatusOf(pid_t command) {
         return std::nullopt;
     const bool isKilled = child->si_code != CLD_EXITED;
     if (isKilled && !isForwarded(child->si_status))
-        spdlog::error("{} (process {}, the command) {}", nameOf(command), command, endOf(*child));
+        logError("{} (process {}, the command) {}", nameOf(command), command, endOf(*child));
     waitpid(command, nullptr, 0);
     return isKilled ? exit_status::kKilledBySignal + child->si_status : child->si_status;
 }
@@ -77,7 +77,7 @@ std::optional<int> exitStatusOf(pid_t command) {
 /// Logs the end of a process of the platform's.
 void report(const siginfo_t& child) {
     const std::string program = nameOf(child.si_pid);
-    spdlog::error("{} (process {}) {}: {}", program, child.si_pid, endOf(child), consequenceOf(program));
+    logError("{} (process {}) {}: {}", program, child.si_pid, endOf(child), consequenceOf(program));
 }
 
 /// Waits for the children that have ended, except for the command, whose end is due to be noticed, and the daemon, with

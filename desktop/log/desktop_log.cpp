@@ -1,7 +1,7 @@
 #include "log/desktop_log.h"
 
+#include <spdlog/logger.h>
 #include <spdlog/sinks/stdout_sinks.h>
-#include <spdlog/spdlog.h>
 
 #include <array>
 #include <cerrno>
@@ -54,8 +54,6 @@ int readLogLimit() {
 
 int levelOf(spdlog::level::level_enum level) {
     switch (level) {
-    case spdlog::level::trace:
-        return kLogDump;
     case spdlog::level::debug:
         return kLogProgress;
     case spdlog::level::info:
@@ -83,10 +81,17 @@ std::shared_ptr<spdlog::logger> makeLogger() {
     return logger;
 }
 
-// Never destroyed, because threads of the host may log until the process ends.
-const std::shared_ptr<spdlog::logger>& sharedLog() {
-    static const auto& logger = *new std::shared_ptr(makeLogger<LimitedSink>());
-    return logger;
+spdlog::level::level_enum spdlogLevel(Severity severity) {
+    switch (severity) {
+    case Severity::Info:
+        return spdlog::level::info;
+    case Severity::Debug:
+        return spdlog::level::debug;
+    case Severity::Warning:
+        return spdlog::level::warn;
+    default:
+        return spdlog::level::err;
+    }
 }
 
 } // namespace
@@ -96,12 +101,14 @@ bool isLogged(int level) {
     return level <= limit;
 }
 
+// Never destroyed, because threads of the host may log until the process ends.
 spdlog::logger& desktopLog() {
-    return *sharedLog();
+    static auto& logger = *new std::shared_ptr(makeLogger<LimitedSink>());
+    return *logger;
 }
 
-void useDesktopLogAsDefault() {
-    spdlog::set_default_logger(sharedLog());
+void logFormatted(Severity severity, fmt::string_view format, fmt::format_args arguments) {
+    desktopLog().log(spdlogLevel(severity), fmt::vformat(format, arguments));
 }
 
 void writeLogLine(std::string_view line) {

@@ -3,15 +3,17 @@
 #ifndef ZUV_DESKTOP_LOG_DESKTOP_LOG_H
 #define ZUV_DESKTOP_LOG_DESKTOP_LOG_H
 
-#include <spdlog/logger.h>
+#include <fmt/core.h>
 
 #include <string_view>
 
+namespace spdlog {
+class logger;
+}
+
 namespace velmora::desktop {
 
-/// Levels of lines, as in ZUV_LOG_LEVEL: a line is written when its level is at most the limit. spdlog's levels, which
-/// the platform's own code uses, correspond to them: critical, error and warn to failures, info to milestones, debug to
-/// progress, trace to dump.
+/// Levels of lines, as in ZUV_LOG_LEVEL: a line is written when its level is at most the limit.
 enum LogLevel : int {
     kLogOff = -1,
     kLogMilestones = 1,
@@ -25,12 +27,37 @@ enum LogLevel : int {
 /// applies.
 bool isLogged(int level);
 
-/// The logger of the platform's own lines. Any thread, also while the process exits, because it is never destroyed.
+/// The logger of the platform's own lines, for whoever wants to see them elsewhere than on stderr. Any thread, also while
+/// the process exits, because it is never destroyed. spdlog's default logger is left to the program.
 spdlog::logger& desktopLog();
 
-/// Makes desktopLog() the logger of spdlog::info() and the like. For programs only: a library leaves spdlog's default
-/// logger to the program that loads it.
-void useDesktopLogAsDefault();
+/// What spdlog calls the level of a line. For ZUV_LOG_LEVEL, errors and warnings are failures, information is a
+/// milestone, and what is for debugging is progress.
+enum class Severity { Error, Warning, Info, Debug };
+
+/// Formats a line of the platform's own code and writes it to desktopLog(). Any thread. Not a template, so that not every
+/// file that logs compiles what formats it.
+void logFormatted(Severity severity, fmt::string_view format, fmt::format_args arguments);
+
+template <typename... Arguments>
+void logError(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+    logFormatted(Severity::Error, format, fmt::make_format_args(arguments...));
+}
+
+template <typename... Arguments>
+void logWarning(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+    logFormatted(Severity::Warning, format, fmt::make_format_args(arguments...));
+}
+
+template <typename... Arguments>
+void logInfo(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+    logFormatted(Severity::Info, format, fmt::make_format_args(arguments...));
+}
+
+template <typename... Arguments>
+void logDebug(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+    logFormatted(Severity::Debug, format, fmt::make_format_args(arguments...));
+}
 
 /// Writes `line` unconditionally, for callers that have asked isLogged(). Newlines at its end are removed.
 void writeLogLine(std::string_view line);

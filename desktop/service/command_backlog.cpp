@@ -1,6 +1,6 @@
 #include "service/command_backlog.h"
 
-#include <spdlog/spdlog.h>
+#include "log/desktop_log.h"
 
 #include <system_error>
 
@@ -61,7 +61,7 @@ void CommandInProgress::consider(const Command& later) {
     try {
         m_watcher = std::jthread([this, name = later.name] { giveUpIfItHangs(name); });
     } catch (const std::system_error& error) {
-        spdlog::warn("cannot watch a command, which may hang: {}", error.what());
+        logWarning("cannot watch a command, which may hang: {}", error.what());
     }
 }
 

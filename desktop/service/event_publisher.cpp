@@ -1,7 +1,9 @@
 #include "service/event_publisher.h"
 
+#include "base/quoted_text.h"
+#include "log/desktop_log.h"
+
 #include <fmt/format.h>
-#include <spdlog/spdlog.h>
 
 #include <algorithm>
 #include <array>
@@ -33,7 +35,7 @@ std::string described(const std::vector<std::string>& values) {
     std::string text;
     for (const auto& [entry, name] : kShown) {
         if (entry < values.size())
-            text += fmt::format(" {}={:?}", name, values[entry]);
+            text += fmt::format(" {}={}", name, inQuotes(values[entry]));
     }
     return text;
 }
@@ -41,7 +43,7 @@ std::string described(const std::vector<std::string>& values) {
 /// The beginning of the text: a scenario's can fill the region.
 std::string describedText(const std::string& text) {
     constexpr std::size_t kShown = 200;
-    return fmt::format(" text={:?}{}", text.substr(0, kShown), text.size() > kShown ? "..." : "");
+    return fmt::format(" text={}{}", inQuotes(text.substr(0, kShown)), text.size() > kShown ? "..." : "");
 }
 
 bool isFailure(const EventOutput& sent) {
@@ -59,7 +61,7 @@ void logSent(const EventOutput& sent) {
     std::string line = channels + (sent.bus ? described(*sent.bus) : "");
     if (sent.memory && !(sent.bus && *sent.memory == toJson(*sent.bus)))
         line += describedText(*sent.memory);
-    spdlog::log(isFailure(sent) ? spdlog::level::warn : spdlog::level::debug, "{}", line);
+    logFormatted(isFailure(sent) ? Severity::Warning : Severity::Debug, "{}", fmt::make_format_args(line));
 }
 
 } // namespace
@@ -134,7 +136,7 @@ bool EventPublisher::writeRegion(const std::string& text) {
             m_region.write(text);
         return true;
     } catch (const std::exception& error) {
-        spdlog::error("event not in shared memory: {}", error.what()); // the bus still carries it
+        logError("event not in shared memory: {}", error.what()); // the bus still carries it
         return false;
     }
 }

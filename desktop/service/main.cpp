@@ -15,6 +15,7 @@
 //   No two are held at the same time, and none while a task runs. Everything else belongs to one thread, as its class
 //   says.
 #include "base/command_line.h"
+#include "base/quoted_text.h"
 #include "bus/topic_message.h"
 #include "log/desktop_log.h"
 #include "service/event_publisher.h"
@@ -30,7 +31,6 @@
 #include "service/service_options.h"
 
 #include <gst/gst.h>
-#include <spdlog/spdlog.h>
 #include <sys/resource.h>
 
 #include <csignal>
@@ -119,7 +119,7 @@ void serve(const ServiceOptions& options) {
     MediaService service({*engine, server, events});
     bus.serve({[&service](const auto& values, const auto& client) { service.onCommand(values, client); },
                [&service](const auto& client) { service.onClientLeft(client); }});
-    spdlog::info("ready name={} engine={} scenario={:?}", kServiceName, options.engine, options.scenario);
+    logInfo("ready name={} engine={} scenario={}", kServiceName, options.engine, inQuotes(options.scenario));
     requireSuccess(sd_event_loop(loop.get()), "the event loop failed");
 }
 
@@ -137,16 +137,15 @@ int main(int argc, char** argv) {
     if (const auto status = parser.parse(argc, argv))
         return *status;
     try {
-        useDesktopLogAsDefault();
         if (options.listScenarios)
             return printResult(scenarioList());
         blockSignals();
         allowManyReaders();
         serve(options);
     } catch (const std::exception& error) {
-        spdlog::error("{}", error.what());
+        logError("{}", error.what());
         return exit_status::kFailure;
     }
-    spdlog::info("ended");
+    logInfo("ended");
     return exit_status::kSuccess;
 }

@@ -1,11 +1,12 @@
 #include "service/media_object.h"
 
+#include "base/quoted_text.h"
+#include "log/desktop_log.h"
 #include "service/media/media_request.h"
 #include "service/media/playlist.h"
 #include "service/protocol/result_code.h"
 
 #include <fmt/format.h>
-#include <spdlog/spdlog.h>
 
 #include <algorithm>
 #include <optional>
@@ -88,7 +89,7 @@ void MediaObject::start(const Command& command, const std::stop_token& stop) {
     medium->preloadedUrl = preload ? std::optional(command.url) : std::nullopt;
     Event answer = answerTo(command);
     answer.localUrl = medium->url();
-    spdlog::info("started object={} kind={} url={:?} local={}", m_id, command.kind, command.url, answer.localUrl);
+    logInfo("started object={} kind={} url={} local={}", m_id, command.kind, inQuotes(command.url), answer.localUrl);
     // Clients apply every definitions text to the main video.
     if (mediaKind(command.kind) == MediaKind::Advertisement)
         return m_services.events.publishAnswer(command.name, answer);
@@ -107,7 +108,7 @@ void MediaObject::stop(const Command& command) {
     started(command);
     slot(command).reset();
     m_replaced.clear();
-    spdlog::info("stopped object={} kind={}", m_id, command.kind);
+    logInfo("stopped object={} kind={}", m_id, command.kind);
     m_services.events.publishAnswer(command.name, answerTo(command));
 }
 

@@ -1,9 +1,10 @@
 #include "service/media_service.h"
 
+#include "base/quoted_text.h"
 #include "base/random_token.h"
+#include "log/desktop_log.h"
 
 #include <fmt/format.h>
-#include <spdlog/spdlog.h>
 
 #include <algorithm>
 
@@ -25,7 +26,7 @@ void MediaService::onClientLeft(const std::string& client) {
             ++entry;
             continue;
         }
-        spdlog::info("object freed id={} client={} left", entry->first, client);
+        logInfo("object freed id={} client={} left", entry->first, client);
         m_disposer.post([object = std::move(entry->second.object)](const std::stop_token&) mutable { object.reset(); });
         entry = m_objects.erase(entry);
     }
@@ -61,7 +62,7 @@ void MediaService::inspect(const Command& command) {
 void MediaService::forward(const Command& command) {
     const auto entry = m_objects.find(command.objectId);
     if (entry == m_objects.end())
-        throw CommandFailure(ResultCode::NotFound, fmt::format("No such object: {:?}", command.objectId));
+        throw CommandFailure(ResultCode::NotFound, fmt::format("No such object: {}", inQuotes(command.objectId)));
     entry->second.object->post(command);
 }
 
@@ -71,7 +72,7 @@ MediaService::Entry& MediaService::entryFor(const Command& create, const std::st
         return *known;
     // Random, so that an identifier from before a restart of the service never matches a new object.
     auto object = std::make_shared<MediaObject>("obj-" + randomToken(), m_services);
-    spdlog::info("object created id={} client={} session={:?}", object->id(), client, create.session);
+    logInfo("object created id={} client={} session={}", object->id(), client, inQuotes(create.session));
     const std::string id = object->id();
     return m_objects.emplace(id, Entry{std::move(object), create.session, client}).first->second;
 }

@@ -3,8 +3,6 @@
 #include "bus/keeper/value_keeper.h"
 #include "log/desktop_log.h"
 
-#include <spdlog/spdlog.h>
-
 #include <system_error>
 
 int main(int argc, char** argv) {
@@ -15,12 +13,11 @@ int main(int argc, char** argv) {
         "ZUV_LOG_LEVEL (off, milestones, failures, progress, dump or a number).");
     if (const auto status = parser.parse(argc, argv))
         return *status;
-    useDesktopLogAsDefault();
     try {
         ValueKeeper().run();
         return exit_status::kSuccess;
     } catch (const std::system_error& error) {
-        spdlog::error("keeper cannot work: error={}", error.code().message());
+        logError("keeper cannot work: error={}", error.code().message());
         return exit_status::kFailure;
     }
 }

@@ -2,8 +2,7 @@
 
 #include "base/system_error.h"
 #include "bus/topic_message.h"
-
-#include <spdlog/spdlog.h>
+#include "log/desktop_log.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -24,7 +23,7 @@ void ValueKeeper::run() {
         if (result == 0)
             sd_bus_wait(m_bus.get(), kNoLimit);
     }
-    spdlog::debug("keeper ends: the bus has gone");
+    logDebug("keeper ends: the bus has gone");
 }
 
 void ValueKeeper::begin() {
@@ -47,10 +46,10 @@ void ValueKeeper::begin() {
 void ValueKeeper::keep(sd_bus_message* message) {
     auto published = readTopicValue(message);
     if (!published) {
-        spdlog::warn("malformed publication dropped: {}", originOf(message));
+        logWarning("malformed publication dropped: {}", originOf(message));
         return;
     }
-    spdlog::debug("value kept: topic={} entries={}", published->topic, published->values.size());
+    logDebug("value kept: topic={} entries={}", published->topic, published->values.size());
     m_values.at(published->topic) = std::move(published->values);
 }
 
@@ -73,7 +72,7 @@ int ValueKeeper::onAnyMessage(sd_bus_message* message, void* keeper, sd_bus_erro
     const auto& values = static_cast<ValueKeeper*>(keeper)->m_values;
     if (std::all_of(values.begin(), values.end(),
                     [message](const auto& value) { return isForeign(message, value.first); }))
-        spdlog::warn("foreign message dropped: {}", originOf(message));
+        logWarning("foreign message dropped: {}", originOf(message));
     return 0;
 }
 

@@ -1,9 +1,12 @@
 #include "service/http/exchange.h"
 
+#include "base/quoted_text.h"
+#include "log/desktop_log.h"
 #include "service/http/cross_origin.h"
 
-#include <spdlog/spdlog.h>
 #include <sys/socket.h>
+
+#include <utility>
 
 namespace velmora::desktop {
 
@@ -89,8 +92,8 @@ void Exchange::report(bool complete) const {
     const std::string& name = !m_medium                 ? m_request.path
                               : m_location.file.empty() ? m_location.uri
                                                         : m_location.file.native();
-    spdlog::debug("http method={:?} medium={:?} range={:?} status={} bytes={} complete={}", m_request.method, name,
-                  m_request.field("Range"), m_head.status, m_sent, complete ? "yes" : "no");
+    logDebug("http method={} medium={} range={} status={} bytes={} complete={}", inQuotes(m_request.method),
+             inQuotes(name), inQuotes(m_request.field("Range")), m_head.status, m_sent, complete ? "yes" : "no");
 }
 
 } // namespace velmora::desktop

@@ -1,11 +1,12 @@
 #include "service/http/http_server.h"
 
+#include "base/quoted_text.h"
+#include "log/desktop_log.h"
 #include "service/http/cross_origin.h"
 
 #include <fmt/format.h>
 #include <netinet/in.h>
 #include <poll.h>
-#include <spdlog/spdlog.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 
@@ -93,7 +94,7 @@ unsigned connectionLimit(unsigned wanted) {
     std::array<char, 512> text{};
     std::vsnprintf(text.data(), text.size(), format, arguments);
     const std::string_view line(text.data());
-    spdlog::debug("http {:?}", line.substr(0, line.find_last_not_of('\n') + 1));
+    logDebug("http {}", inQuotes(line.substr(0, line.find_last_not_of('\n') + 1)));
 }
 
 /// Whether the client has closed its end.
@@ -140,7 +141,7 @@ struct HttpServer::Callbacks {
                 self.m_handler(*known.exchange);
             return known.exchange->proceed();
         } catch (const std::exception& failure) {
-            spdlog::error("cannot answer a request: {}", failure.what());
+            logError("cannot answer a request: {}", failure.what());
             return MHD_NO;
         }
     }

@@ -1,13 +1,14 @@
 #include "service/http/upstream_transfer.h"
 
+#include "base/quoted_text.h"
+#include "log/desktop_log.h"
 #include "service/http/byte_range.h"
 #include "service/http/upstream_head.h"
-
-#include <spdlog/spdlog.h>
 
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace velmora::desktop {
 
@@ -98,14 +99,14 @@ bool UpstreamTransfer::answer() {
         return m_outcome == kNothingYet;
     ResponseHead head = m_headerEnded ? passedOn(m_easy.get()) : ResponseHead{502};
     if (head.status == 502)
-        spdlog::warn("the response for {:?} cannot be passed on", m_exchange.location().uri);
+        logWarning("the response for {} cannot be passed on", inQuotes(m_exchange.location().uri));
     m_outcome = head.length == 0 ? kEnd : kNothingYet;
     m_exchange.respond(std::move(head));
     return m_outcome == kNothingYet;
 }
 
 void UpstreamTransfer::fail(int status, const char* reason) {
-    spdlog::warn("cannot fetch {:?}: {}", m_exchange.location().uri, reason);
+    logWarning("cannot fetch {}: {}", inQuotes(m_exchange.location().uri), reason);
     m_outcome = kFailed;
     m_answered = true;
     m_exchange.respond({status});

@@ -2,8 +2,7 @@
 
 #include "bus/bus_daemon.h"
 #include "bus/topic_message.h"
-
-#include <spdlog/spdlog.h>
+#include "log/desktop_log.h"
 
 #include <cerrno>
 #include <optional>
@@ -54,7 +53,7 @@ void ServiceBus::serve(Handlers handlers) {
 bool ServiceBus::sendEvent(const std::vector<std::string>& values) {
     const int result = sendTopicValue(m_bus.get(), kEventTopic, values);
     if (result < 0)
-        spdlog::error("event not on the bus: {}", std::generic_category().message(-result));
+        logError("event not on the bus: {}", std::generic_category().message(-result));
     return result >= 0;
 }
 
@@ -64,7 +63,7 @@ void ServiceBus::flush() {
 
 int ServiceBus::onAnyMessage(sd_bus_message* message, void*, sd_bus_error*) {
     if (isForeign(message, kCommandTopic))
-        spdlog::warn("foreign message dropped: {}", originOf(message));
+        logWarning("foreign message dropped: {}", originOf(message));
     return 0;
 }
 
@@ -74,7 +73,7 @@ int ServiceBus::onCommand(sd_bus_message* message, void* bus, sd_bus_error*) {
     if (command && client != nullptr)
         static_cast<ServiceBus*>(bus)->m_handlers.onCommand(command->values, client);
     else
-        spdlog::warn("malformed command dropped: {}", originOf(message));
+        logWarning("malformed command dropped: {}", originOf(message));
     return 0;
 }
 
@@ -86,7 +85,7 @@ int ServiceBus::onNameLeft(sd_bus_message* message, void* bus, sd_bus_error*) {
 }
 
 int ServiceBus::onDisconnected(sd_bus_message*, void* loop, sd_bus_error*) {
-    spdlog::info("ending with the bus");
+    logInfo("ending with the bus");
     return sd_event_exit(static_cast<sd_event*>(loop), 0);
 }
 

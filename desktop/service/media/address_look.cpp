@@ -1,5 +1,6 @@
 #include "service/media/address_look.h"
 
+#include "base/quoted_text.h"
 #include "service/media/media_engine.h"
 #include "service/media/media_request.h"
 #include "service/media/playlist.h"
@@ -94,10 +95,11 @@ std::optional<CURLcode> AddressLook::step() {
 
 void AddressLook::requireSuccess(CURLcode result) const {
     if (result != CURLE_OK)
-        throw CommandFailure(ResultCode::NotFound, fmt::format("Cannot reach {:?}: {}", m_url, reasonOf(result)));
+        throw CommandFailure(ResultCode::NotFound,
+                             fmt::format("Cannot reach {}: {}", inQuotes(m_url), reasonOf(result)));
     if (!isFound())
         throw CommandFailure(ResultCode::NotFound,
-                             fmt::format("The server of {:?} answers with status {}", m_url, status()));
+                             fmt::format("The server of {} answers with status {}", inQuotes(m_url), status()));
 }
 
 long AddressLook::status() const {

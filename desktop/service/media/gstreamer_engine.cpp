@@ -5,13 +5,14 @@
 #include "service/media/gstreamer_engine.h"
 
 #include "base/mutex.h"
+#include "base/quoted_text.h"
+#include "log/desktop_log.h"
 #include "service/media/address_look.h"
 #include "service/media/gst_pointers.h"
 #include "service/media/missing_plugin.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <spdlog/spdlog.h>
 
 #include <algorithm>
 #include <atomic>
@@ -140,7 +141,7 @@ void GstreamerPlayback::open(std::chrono::milliseconds timeLeft, const std::stop
         throw CommandFailure(ResultCode::Unplayable, missing);
     }
     if (const std::string missing = missingPlugins(); !missing.empty())
-        spdlog::warn("medium plays without some of its parts uri={:?} reason={:?}", m_uri, missing);
+        logWarning("medium plays without some of its parts uri={} reason={}", inQuotes(m_uri), inQuotes(missing));
 }
 
 /// Which plugins the medium would need; empty if it has all it needs.
@@ -188,10 +189,10 @@ void GstreamerPlayback::requireReachable(double position) const {
 GstBusSyncReply GstreamerPlayback::onMessage(GstBus*, GstMessage* message, gpointer playback) {
     auto& self = *static_cast<GstreamerPlayback*>(playback);
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS)
-        spdlog::info("medium played to its end uri={:?}", self.m_uri);
+        logInfo("medium played to its end uri={}", inQuotes(self.m_uri));
     // Only the first error tells the reason; those that follow come from elements that stop because of it.
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR && !self.m_errorLogged.exchange(true))
-        spdlog::warn("medium failed uri={:?} reason={:?}", self.m_uri, failureOf(message).what());
+        logWarning("medium failed uri={} reason={}", inQuotes(self.m_uri), inQuotes(failureOf(message).what()));
     if (const std::string missing = missingPlugin(message); !missing.empty()) {
         const MutexLock lock(self.m_mutex);
         if (std::ranges::find(self.m_missing, missing) == self.m_missing.end())

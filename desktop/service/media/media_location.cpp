@@ -1,5 +1,6 @@
 #include "service/media/media_location.h"
 
+#include "base/quoted_text.h"
 #include "service/media/glib_text.h"
 #include "service/protocol/result_code.h"
 
@@ -26,9 +27,10 @@ void requireRegularFile(const std::filesystem::path& file) {
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(file, error);
     if (!std::filesystem::exists(status))
-        throw CommandFailure(ResultCode::NotFound, fmt::format("Cannot open {:?}: {}", file.native(), error.message()));
+        throw CommandFailure(ResultCode::NotFound,
+                             fmt::format("Cannot open {}: {}", inQuotes(file.native()), error.message()));
     if (!std::filesystem::is_regular_file(status))
-        throw CommandFailure(ResultCode::Unplayable, fmt::format("{:?} is no regular file", file.native()));
+        throw CommandFailure(ResultCode::Unplayable, fmt::format("{} is no regular file", inQuotes(file.native())));
 }
 
 } // namespace
@@ -45,7 +47,7 @@ MediaLocation locateMedia(const std::string& url) {
     if (file.empty())
         throw CommandFailure(
             ResultCode::BadCommand,
-            fmt::format("Neither an absolute path nor a file, http or https URL: {:?}", url.substr(0, 512)));
+            fmt::format("Neither an absolute path nor a file, http or https URL: {}", inQuotes(url.substr(0, 512))));
     requireRegularFile(file);
     const GlibText uri(g_filename_to_uri(file.c_str(), nullptr, nullptr));
     return {uri.get(), file};

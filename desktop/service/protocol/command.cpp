@@ -1,9 +1,10 @@
 #include "service/protocol/command.h"
 
+#include "base/quoted_text.h"
+#include "log/desktop_log.h"
 #include "service/protocol/result_code.h"
 
 #include <fmt/format.h>
-#include <spdlog/spdlog.h>
 
 #include <algorithm>
 #include <charconv>
@@ -25,7 +26,7 @@ std::optional<CommandName> commandName(const std::string& text) {
 
 /// Quoted, and shortened to a length that suits a message.
 std::string brief(const std::string& text) {
-    return fmt::format("{:?}", text.substr(0, 200));
+    return inQuotes(text.substr(0, 200));
 }
 
 /// Why the values are not a command; empty when they are one.
@@ -55,7 +56,7 @@ Command decodeCommand(const std::vector<std::string>& values) {
     const std::string objection = objectionTo(values);
     if (!objection.empty())
         throw CommandFailure(ResultCode::BadCommand, objection);
-    spdlog::debug("command{}", describe(values));
+    logDebug("command{}", describe(values));
     Command command;
     command.name = *commandName(values[command_entry::kName]);
     command.kind = command.name == CommandName::Seek ? std::string(kMainVideoWord.text) : values[command_entry::kKind];

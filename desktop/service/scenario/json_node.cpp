@@ -1,5 +1,7 @@
 #include "service/scenario/json_node.h"
 
+#include "base/quoted_text.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <json/reader.h>
@@ -25,13 +27,13 @@ void JsonNode::requireObject(const std::vector<std::string_view>& members) const
     requireObject();
     for (const std::string& name : m_value.getMemberNames())
         if (std::find(members.begin(), members.end(), name) == members.end())
-            fail(fmt::format("has an unknown member {:?}; known are {}", name, fmt::join(members, ", ")));
+            fail(fmt::format("has an unknown member {}; known are {}", inQuotes(name), fmt::join(members, ", ")));
 }
 
 JsonNode JsonNode::member(std::string_view name) const {
     const std::optional<JsonNode> found = optionalMember(name);
     if (!found)
-        fail(fmt::format("lacks the member {:?}", name));
+        fail(fmt::format("lacks the member {}", inQuotes(name)));
     return *found;
 }
 
@@ -64,7 +66,7 @@ std::string JsonNode::text() const {
 }
 
 void JsonNode::failChoice(const std::vector<std::string_view>& texts) const {
-    fail(fmt::format("is {:?}, not one of {}", text(), fmt::join(texts, ", ")));
+    fail(fmt::format("is {}, not one of {}", inQuotes(text()), fmt::join(texts, ", ")));
 }
 
 int JsonNode::number(int lowest, int highest) const {

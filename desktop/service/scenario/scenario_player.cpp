@@ -1,8 +1,8 @@
 #include "service/scenario/scenario_player.h"
 
+#include "base/quoted_text.h"
+#include "log/desktop_log.h"
 #include "service/scenario/delivery.h"
-
-#include <spdlog/spdlog.h>
 
 #include <algorithm>
 #include <ctime>
@@ -35,8 +35,8 @@ ScenarioPlayer::ScenarioPlayer(sd_event* loop, Scenario scenario, EventPublisher
 
 void ScenarioPlayer::publishAnswer(CommandName command, Event answer) {
     if (const Rule* rule = ruleFor(command, answer)) {
-        spdlog::info("scenario applies to the answer name={} session={:?}{}", answer.name, answer.session,
-                     sends(*rule) ? "" : ": nothing is sent");
+        logInfo("scenario applies to the answer name={} session={}{}", answer.name, inQuotes(answer.session),
+                sends(*rule) ? "" : ": nothing is sent");
         m_performances.push_back({*this, std::move(answer), rule->steps});
     } else {
         m_publisher.publishAnswer(command, std::move(answer));

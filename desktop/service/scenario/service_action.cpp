@@ -1,6 +1,7 @@
 #include "service/scenario/service_action.h"
 
-#include <spdlog/spdlog.h>
+#include "log/desktop_log.h"
+
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -22,20 +23,20 @@ namespace {
 void perform(ServiceAction action, EventRegion& region) {
     switch (action) {
     case ServiceAction::Freeze:
-        spdlog::info("scenario: freezing");
+        logInfo("scenario: freezing");
         kill(getpid(), SIGSTOP);
         return;
     case ServiceAction::Exit:
-        spdlog::info("scenario: exiting");
+        logInfo("scenario: exiting");
         _exit(EXIT_FAILURE);
     case ServiceAction::Abort:
-        spdlog::info("scenario: aborting");
+        logInfo("scenario: aborting");
         crash();
     case ServiceAction::RemoveMemory:
-        spdlog::info("scenario: removing shared memory");
+        logInfo("scenario: removing shared memory");
         return region.remove();
     case ServiceAction::RecreateMemory:
-        spdlog::info("scenario: making shared memory anew");
+        logInfo("scenario: making shared memory anew");
         return region.recreate();
     }
 }

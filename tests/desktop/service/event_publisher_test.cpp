@@ -96,17 +96,18 @@ TEST_F(EventPublisherTest, LogsWhatItSent) {
     event.detail = "OK";
     answer(event);
     m_publisher.publishRefusal(eventNamed("unknown"));
-    EXPECT_EQ(m_log.str(), "debug event sent in memory and on the bus: name=\"started\" code=\"200\" session=\"ses-1\" "
-                           "object=\"\" kind=\"\" detail=\"OK\"\n"
-                           "debug event sent on the bus only: name=\"unknown\" code=\"200\" session=\"\" object=\"\" "
-                           "kind=\"\" detail=\"\"\n");
+    EXPECT_EQ(m_log.text(),
+              "debug event sent in memory and on the bus: name=\"started\" code=\"200\" session=\"ses-1\" "
+              "object=\"\" kind=\"\" detail=\"OK\"\n"
+              "debug event sent on the bus only: name=\"unknown\" code=\"200\" session=\"\" object=\"\" "
+              "kind=\"\" detail=\"\"\n");
 }
 
 TEST_F(EventPublisherTest, LogsOtherOutputAsItWasSent) {
     m_publisher.sendAnswer({"no JSON", {{"started", "500"}}});
     m_publisher.sendAnswer({"no JSON", std::nullopt});
     m_publisher.sendAnswer({std::string(300, 'x'), std::vector<std::string>()});
-    EXPECT_EQ(m_log.str(),
+    EXPECT_EQ(m_log.text(),
               "warning event sent in memory and on the bus: name=\"started\" code=\"500\" text=\"no JSON\"\n"
               "debug event sent in memory only: text=\"no JSON\"\n"
               "debug event sent in memory and on the bus: text=\"" +
@@ -117,9 +118,9 @@ TEST_F(EventPublisherTest, DoesNotLogAsSentWhatCouldNotBe) {
     m_canSend = false;
     m_publisher.sendAnswer({std::string(5000, 'x'), {{"started"}}});
     m_publisher.sendAnswer({"text", {{"started"}}});
-    EXPECT_EQ(m_log.str(), "error event not in shared memory: event text of 5000 bytes\n"
-                           "debug event not sent\n"
-                           "debug event sent in memory only: text=\"text\"\n");
+    EXPECT_EQ(m_log.text(), "error event not in shared memory: event text of 5000 bytes\n"
+                            "debug event not sent\n"
+                            "debug event sent in memory only: text=\"text\"\n");
 }
 
 TEST_F(EventPublisherTest, SendsOtherOutputInTheWaysThatItHas) {

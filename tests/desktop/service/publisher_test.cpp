@@ -1,24 +1,14 @@
 #include "desktop/service/publisher_test.h"
 
 #include <fcntl.h>
-#include <spdlog/sinks/ostream_sink.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <array>
-#include <memory>
 
 namespace velmora::desktop {
 
-PublisherTest::PublisherTest() {
-    const auto logger = std::make_shared<spdlog::logger>("", std::make_shared<spdlog::sinks::ostream_sink_mt>(m_log));
-    logger->set_pattern("%l %v");
-    logger->set_level(spdlog::level::trace);
-    spdlog::set_default_logger(logger);
-}
-
 PublisherTest::~PublisherTest() {
-    spdlog::set_default_logger(m_usualLog);
     shm_unlink(m_name.c_str());
 }
 

@@ -3,14 +3,12 @@
 #define ZUV_TESTS_DESKTOP_SERVICE_PUBLISHER_TEST_H
 
 #include "base/random_token.h"
+#include "desktop/log/captured_log.h"
 #include "service/event_publisher.h"
 
 #include <gtest/gtest.h>
-#include <spdlog/spdlog.h>
 
 #include <chrono>
-#include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -26,7 +24,6 @@ protected:
         Clock::time_point when;
     };
 
-    PublisherTest();
     ~PublisherTest() override;
 
     static Event eventNamed(const std::string& name);
@@ -44,8 +41,7 @@ protected:
     const EventLoop m_loop = makeEventLoop();
     std::vector<Sent> m_sent;
     bool m_canSend = true;
-    const std::shared_ptr<spdlog::logger> m_usualLog = spdlog::default_logger();
-    std::ostringstream m_log; ///< the lines of the log
+    CapturedLog m_log;
     EventPublisher m_publisher{m_loop.get(), m_region, [this](const std::vector<std::string>& values) {
                                    m_sent.push_back({values, regionText(), Clock::now()});
                                    return m_canSend;

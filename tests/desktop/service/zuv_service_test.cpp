@@ -153,6 +153,14 @@ TEST_F(ZuvServiceTest, SeeksTheMainVideo) {
     }
 }
 
+/// Of two bytes a character, so that what is shortened to an even number of bytes behind a "/" ends within one.
+std::string cyrillicText() {
+    std::string text;
+    while (text.size() < 240)
+        text += "ф";
+    return text;
+}
+
 struct Failing {
     const char* name;
     const char* command;
@@ -185,6 +193,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Failing{"UnreachableServer", "start", kMain, "http://127.0.0.1:1/film.webm", "", "404"},
                     Failing{"NoUrl", "start", kMain, "", "", "400"},
                     Failing{"OtherScheme", "preload", kAd, "rtsp://127.0.0.1/film", "0.000000", "400"},
+                    Failing{"PathCutWithinACharacter", "start", kMain, "/" + cyrillicText(), "", "404"},
+                    Failing{"UrlInLatin1", "start", kMain, "\xe4rger.webm", "", "400"},
                     Failing{"BytesForAUrl", "start", kMain, std::string("/\0\xff\n", 4), "", "400"},
                     Failing{"NoKind", "start", "", clip("clip.webm"), "", "400"},
                     Failing{"OtherKind", "stop", "subtitles", "", "", "400"},
@@ -218,6 +228,7 @@ TEST_F(ZuvServiceTest, SurvivesWhatIsNoCommandAndSaysSoOnTheBusOnly) {
         std::vector<std::string>(10'000, "start"),
         std::vector<std::string>(11, std::string(100'000, '\xff')),
         std::vector<std::string>(11, std::string("\0", 1)),
+        {"\xc4", kMain, "ses-1", "obj-1", "", "", "", "", "", "", ""},
         {"dance", kMain, "ses-1", "obj-1", "", "", "", "", "", "", ""},
     };
     const MappedRegion region;

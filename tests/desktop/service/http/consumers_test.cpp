@@ -1,9 +1,9 @@
 // Independent programs as readers: of a file, and of the same file from an upstream server.
 #include "desktop/service/http/served_film.h"
+#include "log/desktop_log.h"
 #include "support/processes.h"
 
 #include <gtest/gtest.h>
-#include <spdlog/spdlog.h>
 
 #include <string>
 
@@ -16,7 +16,7 @@ class ConsumerTest : public testing::TestWithParam<Way> {
 protected:
     /// Creates the logger before the threads of the two servers, as the service's main() does: ThreadSanitizer does not
     /// see how the library orders its creation.
-    static void SetUpTestSuite() { spdlog::default_logger(); }
+    static void SetUpTestSuite() { desktopLog(); }
 
     const MediaLocation& location() const { return GetParam() == Way::File ? m_file : m_http; }
 

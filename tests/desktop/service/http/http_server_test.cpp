@@ -1,12 +1,11 @@
 // How the server handles connections and requests in general, whatever the medium.
+#include "desktop/log/captured_log.h"
 #include "desktop/service/http/served_film.h"
 #include "desktop/service/http/tcp_connection.h"
 #include "support/http_client.h"
 #include "support/processes.h"
 
 #include <gtest/gtest.h>
-#include <spdlog/sinks/ostream_sink.h>
-#include <spdlog/spdlog.h>
 #include <sys/resource.h>
 
 #include <filesystem>
@@ -183,21 +182,12 @@ TEST_F(HttpServerTest, OutlivesWhatIsNoRequest) {
 /// What the server logs while it exists.
 class HttpLogTest : public testing::Test {
 protected:
-    HttpLogTest() {
-        spdlog::set_default_logger(
-            std::make_shared<spdlog::logger>("test", std::make_shared<spdlog::sinks::ostream_sink_mt>(m_log)));
-        spdlog::set_level(spdlog::level::debug);
-        spdlog::set_pattern("%l %v");
-    }
-    ~HttpLogTest() override { spdlog::set_default_logger(m_before); }
-
     std::string endServer() {
         m_server.reset();
-        return m_log.str();
+        return m_log.text();
     }
 
-    const std::shared_ptr<spdlog::logger> m_before = spdlog::default_logger();
-    std::ostringstream m_log;
+    CapturedLog m_log;
     TemporaryFolder m_folder;
     const std::string m_film = addFile(m_folder, "film.webm", manyBytes());
     std::optional<MediaServer> m_server{std::in_place};

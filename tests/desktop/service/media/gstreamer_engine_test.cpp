@@ -2,6 +2,7 @@
 #include "base/file_descriptor.h"
 #include "desktop/service/http/scripted_server.h"
 #include "desktop/service/http/silent_server.h"
+#include "log/desktop_log.h"
 #include "service/media/gstreamer_engine.h"
 #include "service/protocol/result_code.h"
 #include "support/test_files.h"
@@ -9,8 +10,8 @@
 #define GST_USE_UNSTABLE_API // the counting of live objects
 #include <gst/gst.h>
 #include <gtest/gtest.h>
+#include <spdlog/logger.h>
 #include <spdlog/sinks/base_sink.h>
-#include <spdlog/spdlog.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -119,10 +120,10 @@ TEST_F(GstreamerEngineTest, CannotBeSentBehindTheEnd) {
 
 TEST_F(GstreamerEngineTest, StillSeeksAfterTheMediumHasPlayedToItsEnd) {
     const auto end = std::make_shared<EndOfMedium>();
-    spdlog::default_logger()->sinks().push_back(end);
+    desktopLog().sinks().push_back(end);
     const auto playback = open(clip("clip.webm"), 2.9);
     end->wait();
-    spdlog::default_logger()->sinks().pop_back();
+    desktopLog().sinks().pop_back();
     EXPECT_EQ(failureToSeek(*playback, 1.0).code(), ResultCode::Ok);
 }
 

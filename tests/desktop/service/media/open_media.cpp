@@ -5,7 +5,6 @@
 #include "service/protocol/result_code.h"
 
 #include <gst/gst.h>
-#include <spdlog/spdlog.h>
 
 #include <cstdio>
 #include <map>
@@ -74,7 +73,6 @@ std::string outcomeOf(const std::string& url) {
 int main(int argc, char** argv) {
     gst_init(nullptr, nullptr);
     watchElements();
-    spdlog::set_pattern("%v");
     if (argc == 2)
         std::puts(outcomeOf(argv[1]).c_str());
 }

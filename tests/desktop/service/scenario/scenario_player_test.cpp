@@ -57,11 +57,11 @@ TEST_F(ScenarioPlayerTest, DeliversEveryAnswerWithoutRules) {
 TEST_F(ScenarioPlayerTest, LogsWhatIsSentInsteadOfTheAnswer) {
     load(R"([{"command": "stop", "steps": [{"do": "answer", "code": "x"}]}, {"command": "start", "steps": []}])");
     answer("a", CommandName::Stop);
-    EXPECT_NE(m_log.str().find("name=\"answer\" code=\"x\" session=\"ses-1\" object=\"a\""), std::string::npos);
-    EXPECT_EQ(m_log.str().find("code=\"200\""), std::string::npos) << m_log.str();
-    m_log.str("");
+    EXPECT_NE(m_log.text().find("name=\"answer\" code=\"x\" session=\"ses-1\" object=\"a\""), std::string::npos);
+    EXPECT_EQ(m_log.text().find("code=\"200\""), std::string::npos) << m_log.text();
+    m_log.clear();
     answer("b");
-    EXPECT_EQ(m_log.str(), "info scenario applies to the answer name=answer session=\"ses-1\": nothing is sent\n");
+    EXPECT_EQ(m_log.text(), "info scenario applies to the answer name=answer session=\"ses-1\": nothing is sent\n");
 }
 
 TEST_F(ScenarioPlayerTest, AppliesToTheNthCommandOfThatNameAndKind) {

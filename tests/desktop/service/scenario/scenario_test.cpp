@@ -165,6 +165,8 @@ INSTANTIATE_TEST_SUITE_P(
         Invalid{"NoRules", R"({"description": ""})", "$: lacks the member \"rules\""},
         Invalid{"OtherMember", R"({"description": "", "rules": [], "rule": 1})",
                 "$: has an unknown member \"rule\"; known are description, once, rules"},
+        Invalid{"MemberCutWithinACharacter", "{\"description\": \"\", \"rules\": [], \"\xc4\": 1}",
+                "$: has an unknown member \"\\xc4\"; known are description, once, rules"},
         Invalid{"DescriptionIsNumber", R"({"description": 1, "rules": []})", "$.description: is not a string"},
         Invalid{"OnceIsNumber", R"({"description": "", "once": 1, "rules": []})", "$.once: is neither true nor false"},
         Invalid{"RulesAreObject", R"({"description": "", "rules": {}})", "$.rules: is not an array"}),
