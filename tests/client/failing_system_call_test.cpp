@@ -4,7 +4,6 @@
 #include <sys/mman.h>
 
 #include <algorithm>
-#include <regex>
 
 namespace velmora::test {
 namespace {
@@ -157,7 +156,7 @@ class FailingRequestTime : public EveryOperation {
 protected:
     static Outcome withoutTime(Outcome outcome) {
         for (std::string& line : outcome.journal)
-            line = std::regex_replace(line, std::regex(kRequestTimeAtBeginning), "-1.000000");
+            line = replaced(line, kRequestTimeAtBeginning, "-1.000000");
         return outcome;
     }
     static bool carriesTime(const std::string& line) { return line.find(kRequestTimeAtBeginning) != std::string::npos; }

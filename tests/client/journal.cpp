@@ -93,6 +93,12 @@ std::string listed(const Strings& values) {
     return result + "]";
 }
 
+std::string replaced(std::string text, const std::string& part, const std::string& by) {
+    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + by.size()))
+        text.replace(at, part.size(), by);
+    return text;
+}
+
 std::string describeLevel(std::uint32_t word0, std::uint32_t word1, std::uint32_t word2) {
     if (word0 >> 16 == 0x5F && word1 == 0 && word2 == 0)
         return "level " + std::to_string(word0 & 0xFFFF);

@@ -54,6 +54,9 @@ std::string asText(const std::vector<std::string>& lines);
 std::string quoted(const std::string& text);
 std::string listed(const Strings& values);
 
+/// The text with `by` in each place of `part`.
+std::string replaced(std::string text, const std::string& part, const std::string& by);
+
 // ---- How a log line is written in the journal
 
 /// "level 1000" for a descriptor of the client's module, otherwise the three words as they are.
