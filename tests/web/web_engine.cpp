@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <stdexcept>
+#include <utility>
 
 namespace velmora::web_test {
 
@@ -56,17 +57,17 @@ void Display::capture(const std::filesystem::path& file) const {
                " num-buffers=1 ! videoconvert ! pngenc ! filesink location=" + file.string());
 }
 
-std::string mediaFunctions() {
-    return fileBytes(ZUV_WEB_TEST_FUNCTIONS);
+std::string mediaProxyPage() {
+    return desktop::mediaPage() + "<script>" + fileBytes(ZUV_WEB_TEST_FUNCTIONS) + "</script>";
 }
 
 CommandLine browserCommand(const std::string& display, const std::string& url, const std::filesystem::path& log) {
     return {"sh", "-c", kStartBrowser, log, display, ZUV_PROGRAMS_DIR "/zuv-web-engine", url};
 }
 
-WebEngine::WebEngine() {
+WebEngine::WebEngine(std::string html, const std::string& query) : m_page(std::move(html)) {
     // Inherits stderr for want of anything else; its output is in a file.
-    m_browser.emplace(browserCommand(m_display.name(), m_page.url(), logFile()), STDERR_FILENO);
+    m_browser.emplace(browserCommand(m_display.name(), m_page.url(query), logFile()), STDERR_FILENO);
     if (!m_page.awaitReady(kStartPatience))
         throw std::runtime_error("the page does not come up: " + fileBytes(logFile()));
 }

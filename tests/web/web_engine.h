@@ -39,15 +39,16 @@ private:
 desktop::CommandLine browserCommand(const std::string& display, const std::string& url,
                                     const std::filesystem::path& log);
 
-/// JavaScript for a ScriptedPage: functions for scripts that use mediaProxy.
-std::string mediaFunctions();
+/// For a ScriptedPage: a page with functions for scripts that use mediaProxy.
+std::string mediaProxyPage();
 
 /// The browser, and the page that it opens first. Its bus is that of the environment. One thread.
 class WebEngine {
 public:
     /// Returns when the page waits for a script.
+    /// @param html, query as for ScriptedPage.
     /// @throws std::runtime_error with what the browser printed, when the page does not come up.
-    WebEngine();
+    explicit WebEngine(std::string html = mediaProxyPage(), const std::string& query = "");
 
     desktop::ScriptedPage& page() { return m_page; }
 
@@ -60,7 +61,7 @@ public:
 private:
     std::filesystem::path logFile() const { return m_folder.path() / "log"; }
 
-    desktop::ScriptedPage m_page{mediaFunctions()};
+    desktop::ScriptedPage m_page;
     desktop::TemporaryFolder m_folder;
     Display m_display;
     std::optional<desktop::ProcessGroup> m_browser;

@@ -10,7 +10,7 @@ namespace velmora::desktop {
 
 namespace {
 
-// page.html gives a script up after kPatience, and says so.
+// scripted_page.js gives a script up after kPatience, and says so.
 constexpr std::chrono::seconds kResultPatience = 2 * kPatience;
 
 std::string okay(const std::string& type, const std::string& body) {
@@ -26,8 +26,12 @@ std::string readBody(const std::string& header, TcpConnection& connection) {
 
 } // namespace
 
-ScriptedPage::ScriptedPage(std::string moreFunctions)
-    : m_moreFunctions(std::move(moreFunctions)),
+std::string mediaPage() {
+    return fileBytes(ZUV_TEST_BROWSER_DIR "/page.html");
+}
+
+ScriptedPage::ScriptedPage(std::string html)
+    : m_html(std::move(html) + "<script>" + fileBytes(ZUV_TEST_BROWSER_DIR "/scripted_page.js") + "</script>"),
       m_server([this](const auto& header, auto& connection) { return answer(header, connection); }) {}
 
 ScriptedPage::~ScriptedPage() {
@@ -59,9 +63,8 @@ std::optional<std::string> ScriptedPage::awaitResult(std::chrono::seconds patien
 
 /// On the thread of a connection.
 bool ScriptedPage::answer(const std::string& header, TcpConnection& connection) {
-    if (header.starts_with("GET / "))
-        return connection.write(
-            okay("text/html", fileBytes(ZUV_TEST_BROWSER_PAGE) + "<script>" + m_moreFunctions + "</script>"));
+    if (header.starts_with("GET / ") || header.starts_with("GET /?"))
+        return connection.write(okay("text/html", m_html));
     if (!header.starts_with("POST / "))
         return connection.write("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
     const std::optional<std::string> script = nextScript(readBody(header, connection));

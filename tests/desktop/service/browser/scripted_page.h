@@ -11,18 +11,22 @@
 
 namespace velmora::desktop {
 
+/// The HTML of a page that plays media, with functions for scripts: page.html.
+std::string mediaPage();
+
 /// The page has an origin of its own, that of a server in this process. It asks its server for a script, runs it and
-/// brings the result, again and again. page.html has the functions for scripts. One thread.
+/// brings the result, again and again. One thread.
 class ScriptedPage {
 public:
-    /// @param moreFunctions JavaScript that the page loads besides.
-    explicit ScriptedPage(std::string moreFunctions = "");
+    /// @param html the page, whose functions the scripts have.
+    explicit ScriptedPage(std::string html = mediaPage());
     ~ScriptedPage();
     ScriptedPage(const ScriptedPage&) = delete;
     ScriptedPage& operator=(const ScriptedPage&) = delete;
 
     /// For the browser to open.
-    std::string url() const { return m_server.url("/"); }
+    /// @param query what the page finds in its address: empty, or "?" and parameters.
+    std::string url(const std::string& query = "") const { return m_server.url("/" + query); }
 
     /// Waits for the page to come up, for the first time or once more. @return whether it does in that time.
     bool awaitReady(std::chrono::seconds patience);
@@ -39,7 +43,7 @@ private:
     std::optional<std::string> nextScript(std::string result);
     std::optional<std::string> awaitResult(std::chrono::seconds patience);
 
-    const std::string m_moreFunctions;
+    const std::string m_html;
     Mutex m_mutex;
     ConditionVariable m_changed;
     std::optional<std::string> m_script ZUV_GUARDED_BY(m_mutex); ///< until the page asks for it
