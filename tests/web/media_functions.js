@@ -17,21 +17,6 @@ async function show(url) {
     return colour();
 }
 
-const zappingTimes = [];
-
-/// Starts and shows another film, as show() does.
-async function zap(proxy, medium) {
-    const begin = performance.now();
-    const url = await proxy.start(medium);
-    const shown = show(url);
-    video.addEventListener("playing", () => zappingTimes.push(performance.now() - begin), { once: true });
-    return shown;
-}
-
-function median(numbers) {
-    return Math.round(numbers.sort((a, b) => a - b)[Math.floor(numbers.length / 2)]);
-}
-
 /// Seeks the film in the service and in the <video>. Resolves with its colour once it plays on.
 async function seekTo(proxy, position) {
     await proxy.seek(position);

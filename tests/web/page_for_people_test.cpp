@@ -52,7 +52,7 @@ testing::AssertionResult logs(Launched& browser, const std::vector<std::string>&
 // As scripts/demo shows it.
 TEST_F(PageForPeople, PlaysItsStoryAndGoesOnWhenTheServiceHasEnded) {
     const Display display;
-    Launched browser(browserCommand(display.name(), "file://" ZUV_WEB_PAGE + media(), "/dev/stdout"));
+    Launched browser(browserCommand(kBrowser, display.name(), "file://" ZUV_WEB_PAGE + media(), "/dev/stdout"));
     EXPECT_TRUE(logs(browser, {"The film plays from 0.0 s on", "The advertisement is preloaded, the film plays on",
                                "The advertisement plays", "The film plays from 2.", "The film plays on at 6.0 s",
                                "The same film again, preloaded"}));

@@ -1,7 +1,6 @@
 #include "web/web_engine.h"
 
 #include "launcher/pipe.h"
-#include "support/files.h"
 #include "support/processes.h"
 
 #include <unistd.h>
@@ -61,15 +60,19 @@ std::string mediaProxyPage() {
     return desktop::mediaPage() + "<script>" + fileBytes(ZUV_WEB_TEST_FUNCTIONS) + "</script>";
 }
 
-CommandLine browserCommand(const std::string& display, const std::string& url, const std::filesystem::path& log) {
-    return {"sh", "-c", kStartBrowser, log, display, ZUV_PROGRAMS_DIR "/zuv-web-engine", url};
+const char* const kBrowser = ZUV_PROGRAMS_DIR "/zuv-web-engine";
+
+CommandLine browserCommand(const std::string& program, const std::string& display, const std::string& url,
+                           const std::filesystem::path& log) {
+    return {"sh", "-c", kStartBrowser, log, display, program, url};
 }
 
-WebEngine::WebEngine(std::string html, const std::string& query) : m_page(std::move(html)) {
+WebEngine::WebEngine(std::string html, const std::string& query, std::string fields, const std::string& program)
+    : m_page(std::move(html), std::move(fields)) {
     // Inherits stderr for want of anything else; its output is in a file.
-    m_browser.emplace(browserCommand(m_display.name(), m_page.url(query), logFile()), STDERR_FILENO);
+    m_browser.emplace(browserCommand(program, m_display.name(), m_page.url(query), logFile()), STDERR_FILENO);
     if (!m_page.awaitReady(kStartPatience))
-        throw std::runtime_error("the page does not come up: " + fileBytes(logFile()));
+        throw std::runtime_error("the page does not come up: " + log());
 }
 
 std::vector<pid_t> WebEngine::webProcesses() const {

@@ -5,6 +5,7 @@
 #include "desktop/service/browser/scripted_page.h"
 #include "launcher/process.h"
 #include "launcher/temporary_folder.h"
+#include "support/files.h"
 
 #include <sys/types.h>
 
@@ -34,9 +35,12 @@ private:
     std::string m_name;
 };
 
-/// The browser with a page, on a display.
+/// The path of the browser.
+extern const char* const kBrowser;
+
+/// A browser with a page, on a display.
 /// @param log the file for what the browser and its pages print.
-desktop::CommandLine browserCommand(const std::string& display, const std::string& url,
+desktop::CommandLine browserCommand(const std::string& program, const std::string& display, const std::string& url,
                                     const std::filesystem::path& log);
 
 /// For a ScriptedPage: a page with functions for scripts that use mediaProxy.
@@ -46,14 +50,19 @@ std::string mediaProxyPage();
 class WebEngine {
 public:
     /// Returns when the page waits for a script.
-    /// @param html, query as for ScriptedPage.
+    /// @param html, query, fields as for ScriptedPage.
+    /// @param program the browser.
     /// @throws std::runtime_error with what the browser printed, when the page does not come up.
-    explicit WebEngine(std::string html = mediaProxyPage(), const std::string& query = "");
+    explicit WebEngine(std::string html = mediaProxyPage(), const std::string& query = "", std::string fields = "",
+                       const std::string& program = kBrowser);
 
     desktop::ScriptedPage& page() { return m_page; }
 
     /// The processes in which its pages run.
     std::vector<pid_t> webProcesses() const;
+
+    /// What the browser and its pages have printed.
+    std::string log() const { return fileBytes(logFile()); }
 
     /// Keeps what there is to see: NAME.png, and NAME.log with what the browser and its pages have printed.
     void keep(const std::filesystem::path& folder, const std::string& name) const;

@@ -13,9 +13,9 @@ namespace {
 // scripted_page.js gives a script up after kPatience, and says so.
 constexpr std::chrono::seconds kResultPatience = 2 * kPatience;
 
-std::string okay(const std::string& type, const std::string& body) {
+std::string okay(const std::string& type, const std::string& body, const std::string& fields = "") {
     return "HTTP/1.1 200 OK\r\nCache-Control: no-store\r\nContent-Type: " + type +
-           "; charset=utf-8\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+           "; charset=utf-8\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" + fields + "\r\n" + body;
 }
 
 std::string readBody(const std::string& header, TcpConnection& connection) {
@@ -30,8 +30,9 @@ std::string mediaPage() {
     return fileBytes(ZUV_TEST_BROWSER_DIR "/page.html");
 }
 
-ScriptedPage::ScriptedPage(std::string html)
+ScriptedPage::ScriptedPage(std::string html, std::string fields)
     : m_html(std::move(html) + "<script>" + fileBytes(ZUV_TEST_BROWSER_DIR "/scripted_page.js") + "</script>"),
+      m_fields(std::move(fields)),
       m_server([this](const auto& header, auto& connection) { return answer(header, connection); }) {}
 
 ScriptedPage::~ScriptedPage() {
@@ -64,7 +65,7 @@ std::optional<std::string> ScriptedPage::awaitResult(std::chrono::seconds patien
 /// On the thread of a connection.
 bool ScriptedPage::answer(const std::string& header, TcpConnection& connection) {
     if (header.starts_with("GET / ") || header.starts_with("GET /?"))
-        return connection.write(okay("text/html", m_html));
+        return connection.write(okay("text/html", m_html, m_fields));
     if (!header.starts_with("POST / "))
         return connection.write("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
     const std::optional<std::string> script = nextScript(readBody(header, connection));

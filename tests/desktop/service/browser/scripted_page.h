@@ -19,7 +19,8 @@ std::string mediaPage();
 class ScriptedPage {
 public:
     /// @param html the page, whose functions the scripts have.
-    explicit ScriptedPage(std::string html = mediaPage());
+    /// @param fields more fields of the HTTP response that has the page, each with its end of line.
+    explicit ScriptedPage(std::string html = mediaPage(), std::string fields = "");
     ~ScriptedPage();
     ScriptedPage(const ScriptedPage&) = delete;
     ScriptedPage& operator=(const ScriptedPage&) = delete;
@@ -44,6 +45,7 @@ private:
     std::optional<std::string> awaitResult(std::chrono::seconds patience);
 
     const std::string m_html;
+    const std::string m_fields;
     Mutex m_mutex;
     ConditionVariable m_changed;
     std::optional<std::string> m_script ZUV_GUARDED_BY(m_mutex); ///< until the page asks for it
