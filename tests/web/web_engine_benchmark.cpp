@@ -30,7 +30,7 @@ namespace {
 using desktop::ScriptedPage;
 
 constexpr int kStarts = 20;
-constexpr int kStories = 5;
+constexpr int kTimes = 5;
 constexpr int kTwoTabRuns = 20;
 
 // With which a page is isolated from other origins, and then has a finer clock.
@@ -133,23 +133,27 @@ private:
     }
 
     void printBlocks() {
-        const auto longest = [this](const std::string& action) {
-            double worst = 0;
-            for (int i = 0; i < kStories; ++i)
-                worst = std::max(worst, std::stod(run("return longestBlock(async () => { " + action + " })")));
-            return worst;
-        };
+        const std::string aSecond = "await new Promise(resolve => setTimeout(resolve, 1000))";
         const std::size_t before = m_engine.log().size();
-        const double inStory = longest("await story(" + medium("red-then-blue") + ", " + medium("green") + ")");
+        std::printf("longest block of the page's main thread, of %d times:\n", kTimes);
+        printLongestBlock("a story", "await story(" + medium("red-then-blue") + ", " + medium("green") + ")");
         Observations observed(m_engine.log().substr(before));
-        std::printf("longest block of the page's main thread:\n"
-                    "  %6.2f ms  in %d stories\n"
-                    "  %6.2f ms  while it does nothing, for as many times 2 s\n"
-                    "longest turn of the browser's main loop in the stories:\n"
+        printLongestBlock("a second in which the video plays on", aSecond);
+        run("document.body.replaceChildren()");
+        printLongestBlock("20 starts without a video",
+                          "for (let i = 0; i < 20; ++i) await proxy.start(" + medium("green") + ")");
+        printLongestBlock("a second without a video", aSecond);
+        std::printf("longest turn of the browser's main loop in the stories:\n"
                     "  %6.2f ms  with a request for the kit or an outcome in it\n"
                     "  %6.2f ms  without\n",
-                    inStory, kStories, longest("await new Promise(resolve => setTimeout(resolve, 2000))"),
                     observed.longestBusy["kit"], observed.longestBusy["engine"]);
+    }
+
+    void printLongestBlock(const char* what, const std::string& action) {
+        double longest = 0;
+        for (int i = 0; i < kTimes; ++i)
+            longest = std::max(longest, std::stod(run("return longestBlock(async () => { " + action + " })")));
+        std::printf("  %6.2f ms  %s\n", longest, what);
     }
 
     WebEngine m_engine{benchmarkPage(), "", kIsolated, ZUV_OBSERVED_WEB_ENGINE};
