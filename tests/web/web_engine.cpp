@@ -5,7 +5,6 @@
 
 #include <unistd.h>
 
-#include <chrono>
 #include <stdexcept>
 #include <utility>
 
@@ -14,9 +13,6 @@ namespace velmora::web_test {
 using desktop::CommandLine;
 
 namespace {
-
-// The first start on a machine reads some hundred megabytes.
-constexpr std::chrono::seconds kStartPatience(60);
 
 // Without what a desktop, on which the test may have been started, would add. Drawn without OpenGL, for there is no
 // graphics card: with software in place of one, a busy machine may come to draw no frame of a video at all.
@@ -71,7 +67,7 @@ WebEngine::WebEngine(std::string html, const std::string& query, std::string fie
     : m_page(std::move(html), std::move(fields)) {
     // Inherits stderr for want of anything else; its output is in a file.
     m_browser.emplace(browserCommand(program, m_display.name(), m_page.url(query), logFile()), STDERR_FILENO);
-    if (!m_page.awaitReady(kStartPatience))
+    if (!m_page.awaitReady())
         throw std::runtime_error("the page does not come up: " + log());
 }
 

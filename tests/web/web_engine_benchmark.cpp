@@ -200,7 +200,7 @@ class TwoTabs {
 public:
     TwoTabs() {
         m_engine.page().run("open('" + m_second.url() + "')");
-        if (!m_second.awaitReady(kPatience))
+        if (!m_second.awaitReady())
             throw std::runtime_error("the second tab does not come up");
     }
 

@@ -129,7 +129,7 @@ TEST_F(WebEngineTest, ShowsEachOfTwoTabsItsOwnFilm) {
     ScriptedPage second(mediaProxyPage());
     EXPECT_EQ(run("film = await proxy.start(clip('red-then-blue')); return show(film)"), "red");
     EXPECT_EQ(run("open('" + second.url() + "'); return 'opened'"), "opened");
-    ASSERT_TRUE(second.awaitReady(kPatience));
+    ASSERT_TRUE(second.awaitReady());
     EXPECT_EQ(second.run(script("film = await proxy.start(clip('cyan')); return show(film)")), "cyan");
     EXPECT_EQ(run("await proxy.stop(); return proxy.start(clip('green')).then(() => 'started')"), "started");
     EXPECT_EQ(fetchHeader(run("return film")).status, 404);
@@ -141,7 +141,7 @@ TEST_F(WebEngineTest, EndsWhatAClosedTabPlayed) {
     ScriptedPage second(mediaProxyPage());
     EXPECT_EQ(run("film = await proxy.start(clip('red-then-blue')); return show(film)"), "red");
     EXPECT_EQ(run("open('" + second.url() + "'); return 'opened'"), "opened");
-    ASSERT_TRUE(second.awaitReady(kPatience));
+    ASSERT_TRUE(second.awaitReady());
     EXPECT_EQ(second.run(script("film = await proxy.start(clip('cyan')); return show(film)")), "cyan");
     const std::string url = second.run("return film");
     EXPECT_EQ(fetchHeader(url).status, 200);
@@ -162,7 +162,7 @@ TEST_F(WebEngineTest, EndsWhatThePageBeforePlayed) {
     ScriptedPage next(mediaProxyPage());
     const std::string url = run("return proxy.start(clip('red-then-blue'))");
     m_engine->page().begin("location.href = '" + next.url() + "'");
-    ASSERT_TRUE(next.awaitReady(kPatience));
+    ASSERT_TRUE(next.awaitReady());
     EXPECT_TRUE(eventually([&] { return fetchHeader(url).status == 404; }));
     EXPECT_EQ(next.run(script("return show(await proxy.start(clip('green')))")), "green");
 }
@@ -173,7 +173,7 @@ TEST_F(WebEngineTest, LoadsThePageAgainWhoseProcessWasKilled) {
     ASSERT_FALSE(processes.empty());
     for (const pid_t process : processes)
         EXPECT_TRUE(sendSignal(process, SIGKILL));
-    ASSERT_TRUE(m_engine->page().awaitReady(kPatience));
+    ASSERT_TRUE(m_engine->page().awaitReady());
     EXPECT_TRUE(eventually([&] { return fetchHeader(url).status == 404; }));
     EXPECT_EQ(run("return show(await proxy.start(clip('green')))"), "green");
 }

@@ -2,7 +2,7 @@
 "use strict";
 
 async function runScript(script) {
-    const late = new Promise(resolve => setTimeout(resolve, 10_000, "not done after 10 s"));
+    const late = new Promise(resolve => setTimeout(resolve, 30_000, "not done after 30 s"));
     try {
         return await Promise.race([eval(`(async () => { ${script} })()`), late]);
     } catch (error) {
@@ -10,10 +10,11 @@ async function runScript(script) {
     }
 }
 
-/// Brings a result to the server, which answers with the next script.
+/// Brings a result to the server, which answers with the next script. The server knows this document by its number.
 async function serveTests() {
+    const document = Math.random();
     for (let result = "ready"; ; ) {
-        const answer = await fetch("/", { method: "POST", body: String(result) });
+        const answer = await fetch(`/${document}`, { method: "POST", body: String(result) });
         result = await runScript(await answer.text());
     }
 }
