@@ -4,11 +4,14 @@
 // From one script to the next.
 let proxy, film, lost;
 
-/// The colour of the video's frame, by name.
-function colour() {
+/// Resolves with the colour of the video's frame, by name. On a busy machine its time moves before there is one.
+async function colour() {
     const names = { "100": "red", "001": "blue", "010": "green", "101": "magenta", "011": "cyan" };
-    const [bits] = coloursAt([video.videoWidth / 2, video.videoHeight / 2]);
-    return names[bits] ?? bits;
+    for (;; await next("timeupdate")) {
+        const [bits] = coloursAt([video.videoWidth / 2, video.videoHeight / 2]);
+        if (bits !== "000")
+            return names[bits] ?? bits;
+    }
 }
 
 /// Shows a local URL in a new <video>. Resolves with its colour once it plays.
