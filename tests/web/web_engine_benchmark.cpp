@@ -102,7 +102,7 @@ private:
         std::vector<std::vector<double>> pages; // called, resolved, playing
         std::vector<std::string> urls;
         for (int i = 0; i < count; ++i) {
-            const std::string colour = colours.at(static_cast<std::size_t>(i) % colours.size());
+            const std::string& colour = colours.at(static_cast<std::size_t>(i) % colours.size());
             std::istringstream words(run("return (await timedStart(" + medium(colour) + ")).join(' ')"));
             pages.emplace_back(3);
             urls.emplace_back();
