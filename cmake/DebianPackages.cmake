@@ -2,8 +2,8 @@
 # The presets `package` and `armhf` use Debian's layout, with the libraries in the architecture's own folder. There are
 # no packages for a build with ZUV_PLATFORM_DIR, because no package contains the platform that it needs.
 #
-#   libzuv-media-proxyN    runtime: both libraries. The desktop platform's is included, because the client's cannot be
-#                          loaded without it and both always come from one build.
+#   libzuv-media-proxyN    runtime: the client, the engine kit, and the desktop platform's library. That is included,
+#                          because the others cannot be loaded without it and all always come from one build.
 #   libzuv-media-proxy-dev development
 #   zuv-desktop            the desktop platform's programs, if this build has them, and what the session bus needs to
 #                          start them
@@ -36,15 +36,18 @@ set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
     "Media proxy client of a television's web engine
 Plays video that a separate media service process really plays.
 .
-The shared libraries: the client that a web engine loads, and the bus
-connection and the log of the desktop platform.")
+The shared libraries: the client that a web engine loads; the engine kit,
+with which it calls the client without being blocked; and the bus connection
+and the log of the desktop platform.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzuv-media-proxy-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "Media proxy client of a television's web engine - development files
-Headers, documents, and the packages for CMake and pkg-config.")
+Headers of the client and of the engine kit, documents, and the packages for
+CMake and pkg-config. libzuv_callback_check.so, preloaded into a program,
+finds callbacks that call their own proxy and would hang.")
 
 # GStreamer's plugins and the bus daemon are found by name at run time, so they have to be listed.
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_NAME zuv-desktop)

@@ -31,7 +31,8 @@ public:
     /// Readable while tasks wait. For poll(), epoll or select() only; owned by this, close-on-exec.
     int descriptor() const;
 
-    /// Runs the tasks that wait, and returns at once if there is none. One thread at a time; a task may call it.
+    /// Runs the tasks that wait, and returns at once if there is none. One thread at a time; a task may call it, and so
+    /// wait for another. What a callback throws comes out of it; the tasks that still wait are left to the next call.
     void dispatch();
 
 private:

@@ -50,6 +50,8 @@ void ObjectPool::onCreated(const ServiceEvent& event) {
         return;
     if (!event.succeeded())
         return end(event.request, event.error());
+    if (event.object.empty())
+        return end(event.request, MediaError{MediaErrorKind::Refused, "", "the service has named no object"});
     m_isServiceGone = false;
     const auto object = std::make_shared<RemoteObject>(m_manager.createNewZUVMediaProxy(event.object));
     m_objects[event.object] = object;

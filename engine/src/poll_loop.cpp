@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <deque>
 #include <mutex>
 #include <system_error>
@@ -30,11 +31,22 @@ struct PollLoop::Queue {
         eventfd_write(descriptor, 1);
     }
 
-    std::deque<Task> takeAll() {
+    std::size_t size() {
         const std::lock_guard lock(mutex);
+        return tasks.size();
+    }
+
+    /// @return an empty function when there is no task.
+    Task takeFirst() {
+        const std::lock_guard lock(mutex);
+        if (tasks.empty())
+            return nullptr;
+        Task task = std::move(tasks.front());
+        tasks.pop_front();
         eventfd_t count = 0;
-        eventfd_read(descriptor, &count);
-        return std::exchange(tasks, {});
+        if (tasks.empty())
+            eventfd_read(descriptor, &count);
+        return task;
     }
 
     const int descriptor;
@@ -60,13 +72,12 @@ int PollLoop::descriptor() const {
     return m_queue->descriptor;
 }
 
-// A task may destroy the loop.
+// A task may dispatch others, throw, or destroy the loop.
 void PollLoop::dispatch() {
     const std::shared_ptr<Queue> queue = m_queue;
-    for (Task& task : queue->takeAll()) {
-        task();
-        task = nullptr;
-    }
+    for (std::size_t left = queue->size(); left > 0; --left)
+        if (const Task task = queue->takeFirst())
+            task();
 }
 
 } // namespace velmora

@@ -117,6 +117,19 @@ TEST_F(Destruction, InACompletion) {
     expectNothingPending();
 }
 
+TEST_F(Destruction, InACompletionOfAnotherSession) {
+    MediaSession other(m_host.post(), {}, m_options);
+    for (const auto& action : story())
+        action();
+    other.start("film of the other", {}, [this](const Outcome<std::string>&) {
+        m_session.reset();
+        m_host.add("destroyed");
+    });
+
+    EXPECT_EQ(m_host.await("destroyed"), "destroyed");
+    EXPECT_EQ(m_token.use_count(), 1) << "completions are left";
+}
+
 TEST_F(Destruction, InAReport) {
     SessionObserver observer;
     observer.onLost = [this, token = m_token](Title, const MediaError&) {

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <thread>
+#include <utility>
 
 using namespace velmora;
 using namespace velmora::engine_test;
@@ -99,6 +100,15 @@ TEST_F(Outcomes, OfACreationThatTheServiceRefuses) {
     EXPECT_EQ(m_host.await("film: "), "film: refused 500 no more objects");
 }
 
+TEST_F(Outcomes, OfACreationWithoutAnObjectIsAnError) {
+    platform().keepQuietOn("create");
+    start("film");
+
+    platform().send({"created", "200", platform().await("create").request, ""});
+
+    EXPECT_EQ(m_host.await("film: "), "film: refused the service has named no object");
+}
+
 TEST_F(Outcomes, OfASeekThatTheServiceRefuses) {
     const Title film = playing("film");
     platform().answerWith("seek", "400", "beyond the end");
@@ -122,6 +132,16 @@ TEST_F(Outcomes, OfAnUnansweredStartIsATimeOut) {
 
     EXPECT_EQ(m_host.await("film: "), "film: timed out the media service did not answer in time");
     EXPECT_EQ(platform().await("stop").object, platform().await("start").object) << "it could start late";
+}
+
+TEST_F(Outcomes, OfAnUnansweredPreloadIsATimeOutAlsoOfItsStart) {
+    m_options.limits.start = milliseconds(100);
+    platform().keepQuietOn("preload");
+
+    session().startPreloaded(preload("film"), m_host.started("start"));
+
+    EXPECT_EQ(m_host.await("film: "), "film: timed out the media service did not answer in time");
+    EXPECT_EQ(m_host.await("start: "), "start: timed out the title was not opened in time");
 }
 
 TEST_F(Outcomes, OfAnUnansweredSeekIsATimeOutAndTheTitleGoesOn) {
@@ -169,6 +189,103 @@ TEST_F(Outcomes, AreNotAskedForByEmptyCompletions) {
     playing("other");
     EXPECT_EQ(m_host.lines(), (Lines{"other: local:other"}));
 }
+
+/// The calls of a platform that hangs return when the test's patience is over.
+class WithoutWaiting : public SessionTest {
+protected:
+    /// Makes every call of a session, and ends it, while no call of the platform returns.
+    void useHangingPlatform() {
+        platform().holdCalls();
+        const auto begin = std::chrono::steady_clock::now();
+        const Title film = start("film");
+        seek(film, 1.0, "seek");
+        startAdvertisement("ad");
+        session().startPreloaded(preload("next"), m_host.started("next plays"));
+        session().preloadAdvertisement("next ad", {}, m_host.done("next ad"));
+        stop(film, "stop");
+        m_session.reset();
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, kPatience / 2);
+        platform().letCallsReturn();
+    }
+};
+
+TEST_F(WithoutWaiting, ASessionIsMadeUsedAndEndedWhileThePlatformHangs) {
+    useHangingPlatform();
+}
+
+TEST_F(WithoutWaiting, ASessionIsUsedAndEndedWhenThePlatformHangsLater) {
+    playing("earlier film");
+
+    useHangingPlatform();
+}
+
+/// What calls back, and how a test brings it about.
+struct Callback {
+    std::string name;
+    std::function<void(MediaSession&, std::function<void()> call)> bringAbout;
+};
+
+class WhileACallbackRuns : public SessionTest, public ::testing::WithParamInterface<Callback> {
+protected:
+    /// Calls every operation on another thread, and waits until the session has begun to carry them out. With a lock
+    /// held meanwhile, one of both would never end.
+    void useSessionElsewhere() {
+        const std::size_t created = platform().commands("create").size();
+        std::thread([this] {
+            const Title film = session().start("other film", {}, nullptr);
+            session().seek(film, 1.0, {}, nullptr);
+            session().startAdvertisement("other ad", {}, nullptr);
+            session().startPreloaded(session().preload("other next", {}, nullptr), nullptr);
+            session().preloadAdvertisement("other next ad", {}, nullptr);
+            session().stop(film, nullptr);
+            MediaSession(m_host.post(), {}, m_options).start("of another session", {}, nullptr);
+        }).join();
+        EXPECT_EQ(platform().await("create", created + 1).name, "create");
+        m_host.add("used");
+    }
+};
+
+TEST_P(WhileACallbackRuns, TheSessionIsUsedByAnotherThread) {
+    m_options.limits.probeInterval = milliseconds(20);
+    m_options.limits.probeAnswer = milliseconds(50);
+    bool isFirst = true;
+    const auto useOnce = [&] {
+        if (std::exchange(isFirst, false))
+            useSessionElsewhere();
+    };
+    m_session.emplace(
+        m_host.post(),
+        SessionObserver{[useOnce](Title, const auto&) { useOnce(); }, [useOnce](Title, const auto&) { useOnce(); }},
+        m_options);
+
+    GetParam().bringAbout(session(), useOnce);
+
+    EXPECT_EQ(m_host.await("used"), "used");
+}
+
+const std::vector<Callback> kCallbacks = {
+    {"OutcomeOfAStart",
+     [](MediaSession& session, const std::function<void()>& call) {
+         session.start("film", {}, [call](const Outcome<std::string>&) { call(); });
+     }},
+    {"OutcomeOfAStop",
+     [](MediaSession& session, const std::function<void()>& call) {
+         session.stop(session.start("film", {}, nullptr), [call](const Outcome<Acknowledged>&) { call(); });
+     }},
+    {"Definitions",
+     [](MediaSession& session, const std::function<void()>&) {
+         session.start("film", {}, nullptr);
+         platform().send({"definition", "200", "", platform().await("start").object, "", "", "",
+                          R"([{"definition": "240p", "url": "u"}])", "", "main_video", ""});
+     }},
+    {"Loss",
+     [](MediaSession& session, const std::function<void()>&) {
+         session.start("film", {}, [](const Outcome<std::string>&) { platform().endService(); });
+     }},
+};
+
+INSTANTIATE_TEST_SUITE_P(, WhileACallbackRuns, ::testing::ValuesIn(kCallbacks),
+                         [](const auto& callback) { return callback.param.name; });
 
 // As in a program that is linked with the library.
 TEST_F(Outcomes, ComeThroughTheLibraryThatIsLoadedAlready) {

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <stdexcept>
+
 using namespace velmora;
 
 namespace {
@@ -64,6 +66,37 @@ TEST(PollLoop, MayBeDispatchedInATask) {
     loop.dispatch();
 
     EXPECT_EQ(order, "inner outer");
+}
+
+// As for a task that waits until another one has run.
+TEST(PollLoop, RunsInATasksDispatchWhatWasThereBefore) {
+    PollLoop loop;
+    std::string order;
+    loop.post()([&] {
+        order += "a";
+        loop.post()([&] { order += "c"; });
+        EXPECT_TRUE(isReadable(loop));
+        loop.dispatch();
+    });
+    loop.post()([&] { order += "b"; });
+
+    loop.dispatch();
+
+    EXPECT_EQ(order, "abc");
+    EXPECT_FALSE(isReadable(loop));
+}
+
+TEST(PollLoop, KeepsTheTasksAfterOneThatThrows) {
+    PollLoop loop;
+    bool hasRun = false;
+    loop.post()([] { throw std::runtime_error("of the host"); });
+    loop.post()([&] { hasRun = true; });
+
+    EXPECT_THROW(loop.dispatch(), std::runtime_error);
+    EXPECT_TRUE(isReadable(loop));
+    loop.dispatch();
+
+    EXPECT_TRUE(hasRun);
 }
 
 TEST(PollLoop, MayBeDestroyedInATask) {

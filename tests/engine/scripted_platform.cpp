@@ -133,6 +133,21 @@ void ScriptedPlatform::replaceService() {
     m_state.objects.clear();
 }
 
+void ScriptedPlatform::holdCalls() {
+    const desktop::MutexLock lock(m_mutex);
+    m_state.areCallsHeld = true;
+}
+
+void ScriptedPlatform::letCallsReturn() {
+    const desktop::MutexLock lock(m_mutex);
+    m_state.areCallsHeld = false;
+    m_changed.notifyAll();
+}
+
+void ScriptedPlatform::awaitReturn() {
+    m_changed.waitFor(m_mutex, kPatience, [this]() ZUV_REQUIRES(m_mutex) { return !m_state.areCallsHeld; });
+}
+
 void ScriptedPlatform::send(const Strings& event) {
     const desktop::MutexLock lock(m_mutex);
     put(event);
@@ -181,6 +196,7 @@ void ScriptedPlatform::provideBus(bool isThere) {
 
 bool ScriptedPlatform::hasBus() {
     const desktop::MutexLock lock(m_mutex);
+    awaitReturn();
     return m_state.hasBus;
 }
 
@@ -196,6 +212,7 @@ void ScriptedPlatform::remove(const std::shared_ptr<Inbox>& inbox) {
 
 void ScriptedPlatform::onPublished(const std::string& topic, const Strings& values) {
     const desktop::MutexLock lock(m_mutex);
+    awaitReturn();
     if (topic == kEventTopic)
         return put(values);
     const Command command(values);
@@ -207,6 +224,7 @@ void ScriptedPlatform::onPublished(const std::string& topic, const Strings& valu
 
 void ScriptedPlatform::onStartService() {
     const desktop::MutexLock lock(m_mutex);
+    awaitReturn();
     ++m_state.serviceStarts;
     m_state.isServiceRunning = m_state.isServiceRunning || !m_state.isStartPrevented;
 }

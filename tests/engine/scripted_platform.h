@@ -73,6 +73,10 @@ public:
     /// Ends the service and starts another at once.
     void replaceService();
 
+    /// Calls of the platform that are made from now on do not return before the next letCallsReturn(), or for kPatience.
+    void holdCalls();
+    void letCallsReturn();
+
     /// Sends an event.
     void send(const Strings& event);
     /// Sends the usual answer to a command.
@@ -105,6 +109,7 @@ private:
         std::string detail;
     };
 
+    void awaitReturn() ZUV_REQUIRES(m_mutex);
     void put(const Strings& event) ZUV_REQUIRES(m_mutex);
     void putAnswer(const Command& command) ZUV_REQUIRES(m_mutex);
     Strings answerTo(const Command& command) ZUV_REQUIRES(m_mutex);
@@ -119,6 +124,7 @@ private:
         bool isServiceRunning = true;
         bool isStartPrevented = false;
         bool hasBus = true;
+        bool areCallsHeld = false;
     };
 
     desktop::Mutex m_mutex;

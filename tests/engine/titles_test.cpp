@@ -48,6 +48,35 @@ TEST_F(Titles, AStartTakesThePlaceOfTheOneThatIsUnderWay) {
     EXPECT_EQ(platform().await("stop").object, first.object);
 }
 
+TEST_F(Titles, APreloadTakesThePlaceOfTheOneThatIsUnderWay) {
+    platform().keepQuietOn("preload");
+    preload("first");
+    const Command first = platform().await("preload", 1);
+    preload("second");
+    const Command second = platform().await("preload", 2);
+
+    platform().answer(first);
+    platform().answer(second);
+
+    EXPECT_EQ(m_host.await("second: "), "second: done");
+    EXPECT_EQ(m_host.lines(), (Lines{"first: cancelled another title has taken its place", "second: done"}));
+    EXPECT_NE(first.object, second.object);
+}
+
+TEST_F(Titles, ALateFailureOfATitleThatHasGoneReachesNobody) {
+    platform().keepQuietOn("start");
+    start("first");
+    const Command first = platform().await("start", 1);
+    start("second");
+    const Command second = platform().await("start", 2);
+
+    platform().send({"started", "404", first.request, first.object, "", "", "", "", "missing", first.kind, ""});
+    platform().answer(second);
+
+    EXPECT_EQ(m_host.await("second: "), "second: local:second");
+    EXPECT_EQ(m_host.lines(), (Lines{"first: cancelled another title has taken its place", "second: local:second"}));
+}
+
 TEST_F(Titles, AStartTakesThePlaceOfTheOneThatPlays) {
     playing("first");
     const std::string first = platform().await("start").object;
@@ -250,6 +279,37 @@ TEST_F(Titles, AnObjectThatHasRestedIsUsedAgain) {
     for (const Command& command : platform().commands("start"))
         objects.insert(command.object);
     EXPECT_EQ(objects.size(), platform().commands("create").size());
+}
+
+TEST_F(Titles, DefinitionsThatComeWhileAnObjectRestsReachNobody) {
+    stop(playing("first"), "stop");
+    EXPECT_EQ(m_host.await("stop: "), "stop: done");
+    announce(platform().await("start").object, kTexts);
+
+    playing("second");
+
+    m_host.runFor(milliseconds(20));
+    EXPECT_EQ(m_host.lines(), (Lines{"first: local:first", "stop: done", "second: local:second"}));
+}
+
+TEST_F(Titles, AnObjectThatOwesTheAnswerToASeekIsNotUsedAgain) {
+    platform().keepQuietOn("seek");
+    const Title film = playing("first");
+    seek(film, 1.0, "seek");
+    const Command command = platform().await("seek");
+    stop(film, "stop");
+    EXPECT_EQ(m_host.await("stop: "), "stop: done");
+    m_host.runFor(milliseconds(20));
+
+    const Title second = playing("second");
+    seek(second, 2.0, "second seek");
+    platform().await("seek", 2);
+    platform().answer(command);
+
+    m_host.runFor(milliseconds(20));
+    EXPECT_EQ(m_host.lines(), (Lines{"first: local:first", "seek: cancelled the title was stopped", "stop: done",
+                                     "second: local:second"}));
+    EXPECT_NE(platform().await("start", 2).object, command.object);
 }
 
 TEST_F(Titles, AnObjectThatHasLeftACommandUnansweredIsNotUsedAgain) {

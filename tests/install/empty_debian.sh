@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Installs the packages of a folder into an empty Debian of the machine's own version, compiles the README's example
-# there like a reader would, and has it play, by the launcher and on a session bus. Needs root, and a Debian mirror
-# (ZUV_DEBIAN_MIRROR names another one) for what the packages depend on; CACHE keeps the empty Debian, which knows its
-# mirror, and downloads.
+# Installs the packages of a folder into an empty Debian of the machine's own version, compiles the README's example and
+# a program with the engine kit there like a reader would, and has them play by the launcher, and the player on a
+# session bus. Needs root, and a Debian mirror (ZUV_DEBIAN_MIRROR names another one) for what the packages depend on;
+# CACHE keeps the empty Debian, which knows its mirror, and downloads.
 #
 #   empty_debian.sh PACKAGES MEDIUM CACHE
 set -euo pipefail
@@ -10,6 +10,7 @@ packages=$1
 medium=$2
 cache=$3
 example=$(dirname "$0")/../../examples/minimal/main.cpp
+kit_user=$(dirname "$0")/kit_user/poll_loop.cpp
 
 suite=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
 archives=$cache/archives-$suite
@@ -23,7 +24,7 @@ root=$(mktemp -d "$cache/root.XXXXXX")
 trap 'rm -rf "$root"' EXIT
 tar -x -C "$root" -f "$base"
 mkdir "$root/test"
-cp "$packages"/*.deb "$example" "$root/test"
+cp "$packages"/*.deb "$example" "$kit_user" "$root/test"
 cp "$medium" "$root/test/medium"
 
 # Mounts and processes end with the shell inside.
@@ -42,6 +43,10 @@ c++ -o /test/minimal /test/main.cpp $(pkg-config --cflags zuv_media_proxy)
 zuv-desktop run --private-shm -- /test/minimal /test/medium </dev/null >/test/output
 cat /test/output
 grep -q ' url http://127\.0\.0\.1' /test/output
+c++ -o /test/kit_user /test/poll_loop.cpp $(pkg-config --cflags --libs zuv_engine)
+zuv-desktop run --private-shm -- /test/kit_user /test/medium </dev/null >/test/output
+cat /test/output
+grep -q '^http://127\.0\.0\.1' /test/output
 dbus-run-session -- zuv-player --sync /test/medium </dev/null
 CHROOT
 INSIDE

@@ -11,9 +11,9 @@ function(zuv_package_test name)
     set_tests_properties(package.${name} PROPERTIES LABELS package FIXTURES_REQUIRED packages)
 endfunction()
 
-# What a package holds, and what it asks for: PACKAGE FILES ... NEEDS ... [RECOMMENDS ...]
+# What a package holds, asks for, and says of itself: PACKAGE FILES ... NEEDS ... [RECOMMENDS ...] [NAMES ...]
 function(zuv_check_package package)
-    cmake_parse_arguments(PARSE_ARGV 1 package "" "" "FILES;NEEDS;RECOMMENDS")
+    cmake_parse_arguments(PARSE_ARGV 1 package "" "" "FILES;NEEDS;RECOMMENDS;NAMES")
     list(APPEND package_FILES share/doc/${package}/changelog.gz share/doc/${package}/copyright)
     zuv_compare_files(compare ${package} ${packages}/${package}/usr ${package_FILES})
     zuv_package_test(${package}_has_its_files COMMAND ${compare})
@@ -22,16 +22,23 @@ function(zuv_check_package package)
     zuv_package_test(${package}_asks_for_what_it_needs COMMAND ${CMAKE_COMMAND}
         -DPACKAGES=${packages} -DPACKAGE=${package} "-DDEPENDS=${needs}" "-DRECOMMENDS=${recommends}"
         -P ${CMAKE_CURRENT_SOURCE_DIR}/check_dependencies.cmake)
+    foreach(text IN LISTS package_NAMES)
+        string(MAKE_C_IDENTIFIER ${text} name)
+        zuv_package_test(${package}_names_${name} COMMAND
+            sh -c "dpkg-deb --field ${packages}/${package}_*.deb Description | grep -F '${text}'")
+    endforeach()
 endfunction()
 
 # Names of libraries' packages differ between Debian 12 and 13.
 set(same_version "${library_package} \\(= ${PROJECT_VERSION}\\)")
 zuv_check_package(${library_package}
     FILES ${runtime_files}
-    NEEDS libc6 libjsoncpp[0-9]+ libspdlog1\\.[0-9]+-fmt[0-9]+ libstdc\\+\\+6 libsystemd0 "libuuid1(t64)?")
+    NEEDS libc6 libjsoncpp[0-9]+ libspdlog1\\.[0-9]+-fmt[0-9]+ libstdc\\+\\+6 libsystemd0 "libuuid1(t64)?"
+    NAMES "engine kit")
 zuv_check_package(libzuv-media-proxy-dev
     FILES ${development_files}
-    NEEDS ${same_version})
+    NEEDS ${same_version}
+    NAMES "engine kit" libzuv_callback_check.so)
 # The names that clients ask the bus to start.
 file(STRINGS ${PROJECT_SOURCE_DIR}/desktop/bus/topic_message.h bus_names REGEX " k(Service|Keeper)Name = ")
 list(TRANSFORM bus_names REPLACE ".*\"(.*)\".*" "\\1")
@@ -53,6 +60,10 @@ set(program ${PROJECT_SOURCE_DIR}/examples/minimal/main.cpp)
 zuv_package_test(readme_example_plays COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/compile_and_play.sh
     ${packages}/all/usr ${CMAKE_INSTALL_LIBDIR} ${program} ${ZUV_TEST_MEDIA_DIR}/clip.webm
     ${CMAKE_CXX_COMPILER} "${CMAKE_CXX_FLAGS}")
+
+zuv_package_test(kit_plays COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/compile_and_play.sh
+    ${packages}/all/usr ${CMAKE_INSTALL_LIBDIR} ${kit_user}/poll_loop.cpp ${ZUV_TEST_MEDIA_DIR}/clip.webm
+    ${CMAKE_CXX_COMPILER} "${sample_flags}" zuv_engine)
 
 add_test(NAME package.changelog_tells_of_this_version
     COMMAND grep -Fx "zuv-media-proxy (${PROJECT_VERSION}) unstable$<SEMICOLON> urgency=medium"

@@ -4,32 +4,20 @@
 // From one script to the next.
 let proxy, film, lost;
 
-/// The colour of the video's frame, by name.
-function colour() {
+/// Resolves with the colour of the video's frame, by name. On a busy machine its time moves before there is one.
+async function colour() {
     const names = { "100": "red", "001": "blue", "010": "green", "101": "magenta", "011": "cyan" };
-    const [bits] = coloursAt([video.videoWidth / 2, video.videoHeight / 2]);
-    return names[bits] ?? bits;
+    for (;; await next("timeupdate")) {
+        const [bits] = coloursAt([video.videoWidth / 2, video.videoHeight / 2]);
+        if (bits !== "000")
+            return names[bits] ?? bits;
+    }
 }
 
 /// Shows a local URL in a new <video>. Resolves with its colour once it plays.
 async function show(url) {
     await play(url, { crossOrigin: "anonymous" });
     return colour();
-}
-
-const zappingTimes = [];
-
-/// Starts and shows another film, as show() does.
-async function zap(proxy, medium) {
-    const begin = performance.now();
-    const url = await proxy.start(medium);
-    const shown = show(url);
-    video.addEventListener("playing", () => zappingTimes.push(performance.now() - begin), { once: true });
-    return shown;
-}
-
-function median(numbers) {
-    return Math.round(numbers.sort((a, b) => a - b)[Math.floor(numbers.length / 2)]);
 }
 
 /// Seeks the film in the service and in the <video>. Resolves with its colour once it plays on.

@@ -1,22 +1,18 @@
 #include "web/web_engine.h"
 
 #include "launcher/pipe.h"
-#include "support/files.h"
 #include "support/processes.h"
 
 #include <unistd.h>
 
-#include <chrono>
 #include <stdexcept>
+#include <utility>
 
 namespace velmora::web_test {
 
 using desktop::CommandLine;
 
 namespace {
-
-// The first start on a machine reads some hundred megabytes.
-constexpr std::chrono::seconds kStartPatience(60);
 
 // Without what a desktop, on which the test may have been started, would add. Drawn without OpenGL, for there is no
 // graphics card: with software in place of one, a busy machine may come to draw no frame of a video at all.
@@ -56,19 +52,23 @@ void Display::capture(const std::filesystem::path& file) const {
                " num-buffers=1 ! videoconvert ! pngenc ! filesink location=" + file.string());
 }
 
-std::string mediaFunctions() {
-    return fileBytes(ZUV_WEB_TEST_FUNCTIONS);
+std::string mediaProxyPage() {
+    return desktop::mediaPage() + "<script>" + fileBytes(ZUV_WEB_TEST_FUNCTIONS) + "</script>";
 }
 
-CommandLine browserCommand(const std::string& display, const std::string& url, const std::filesystem::path& log) {
-    return {"sh", "-c", kStartBrowser, log, display, ZUV_PROGRAMS_DIR "/zuv-web-engine", url};
+const char* const kBrowser = ZUV_PROGRAMS_DIR "/zuv-web-engine";
+
+CommandLine browserCommand(const std::string& program, const std::string& display, const std::string& url,
+                           const std::filesystem::path& log) {
+    return {"sh", "-c", kStartBrowser, log, display, program, url};
 }
 
-WebEngine::WebEngine() {
+WebEngine::WebEngine(std::string html, const std::string& query, std::string fields, const std::string& program)
+    : m_page(std::move(html), std::move(fields)) {
     // Inherits stderr for want of anything else; its output is in a file.
-    m_browser.emplace(browserCommand(m_display.name(), m_page.url(), logFile()), STDERR_FILENO);
-    if (!m_page.awaitReady(kStartPatience))
-        throw std::runtime_error("the page does not come up: " + fileBytes(logFile()));
+    m_browser.emplace(browserCommand(program, m_display.name(), m_page.url(query), logFile()), STDERR_FILENO);
+    if (!m_page.awaitReady())
+        throw std::runtime_error("the page does not come up: " + log());
 }
 
 std::vector<pid_t> WebEngine::webProcesses() const {

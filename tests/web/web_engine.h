@@ -5,6 +5,7 @@
 #include "desktop/service/browser/scripted_page.h"
 #include "launcher/process.h"
 #include "launcher/temporary_folder.h"
+#include "support/files.h"
 
 #include <sys/types.h>
 
@@ -34,25 +35,34 @@ private:
     std::string m_name;
 };
 
-/// The browser with a page, on a display.
+/// The path of the browser.
+extern const char* const kBrowser;
+
+/// A browser with a page, on a display.
 /// @param log the file for what the browser and its pages print.
-desktop::CommandLine browserCommand(const std::string& display, const std::string& url,
+desktop::CommandLine browserCommand(const std::string& program, const std::string& display, const std::string& url,
                                     const std::filesystem::path& log);
 
-/// JavaScript for a ScriptedPage: functions for scripts that use mediaProxy.
-std::string mediaFunctions();
+/// For a ScriptedPage: a page with functions for scripts that use mediaProxy.
+std::string mediaProxyPage();
 
 /// The browser, and the page that it opens first. Its bus is that of the environment. One thread.
 class WebEngine {
 public:
     /// Returns when the page waits for a script.
+    /// @param html, query, fields as for ScriptedPage.
+    /// @param program the browser.
     /// @throws std::runtime_error with what the browser printed, when the page does not come up.
-    WebEngine();
+    explicit WebEngine(std::string html = mediaProxyPage(), const std::string& query = "", std::string fields = "",
+                       const std::string& program = kBrowser);
 
     desktop::ScriptedPage& page() { return m_page; }
 
     /// The processes in which its pages run.
     std::vector<pid_t> webProcesses() const;
+
+    /// What the browser and its pages have printed.
+    std::string log() const { return fileBytes(logFile()); }
 
     /// Keeps what there is to see: NAME.png, and NAME.log with what the browser and its pages have printed.
     void keep(const std::filesystem::path& folder, const std::string& name) const;
@@ -60,7 +70,7 @@ public:
 private:
     std::filesystem::path logFile() const { return m_folder.path() / "log"; }
 
-    desktop::ScriptedPage m_page{mediaFunctions()};
+    desktop::ScriptedPage m_page;
     desktop::TemporaryFolder m_folder;
     Display m_display;
     std::optional<desktop::ProcessGroup> m_browser;

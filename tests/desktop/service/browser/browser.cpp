@@ -11,9 +11,6 @@ namespace velmora::desktop {
 
 namespace {
 
-// The first start on a machine reads some hundred megabytes.
-constexpr std::chrono::seconds kStartPatience(60);
-
 // The sandbox, which does not work for root or without user namespaces, is for pages that are less trusted than this
 // one. Everything but 127.0.0.1 is unreachable, also by what the browser itself would look for in the background.
 CommandLine chromium(const std::string& profile, const std::string& url) {
@@ -42,7 +39,7 @@ CommandLine chromium(const std::string& profile, const std::string& url) {
 Browser::Browser() {
     // Inherits stderr for want of anything else; its output is in a file.
     m_chromium.emplace(chromium(m_profile.path(), m_page.url()), STDERR_FILENO);
-    if (!m_page.awaitReady(kStartPatience))
+    if (!m_page.awaitReady())
         throw std::runtime_error("the page does not come up: " + fileBytes(m_profile.path() / "output"));
 }
 

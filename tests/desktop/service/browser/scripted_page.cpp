@@ -10,12 +10,15 @@ namespace velmora::desktop {
 
 namespace {
 
-// page.html gives a script up after kPatience, and says so.
-constexpr std::chrono::seconds kResultPatience = 2 * kPatience;
+// The first start on a machine reads some hundred megabytes.
+constexpr std::chrono::seconds kStartPatience(60);
 
-std::string okay(const std::string& type, const std::string& body) {
+// scripted_page.js gives a script up before, and says so.
+constexpr std::chrono::seconds kResultPatience(40);
+
+std::string okay(const std::string& type, const std::string& body, const std::string& fields = "") {
     return "HTTP/1.1 200 OK\r\nCache-Control: no-store\r\nContent-Type: " + type +
-           "; charset=utf-8\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+           "; charset=utf-8\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" + fields + "\r\n" + body;
 }
 
 std::string readBody(const std::string& header, TcpConnection& connection) {
@@ -26,8 +29,13 @@ std::string readBody(const std::string& header, TcpConnection& connection) {
 
 } // namespace
 
-ScriptedPage::ScriptedPage(std::string moreFunctions)
-    : m_moreFunctions(std::move(moreFunctions)),
+std::string mediaPage() {
+    return fileBytes(ZUV_TEST_BROWSER_DIR "/page.html");
+}
+
+ScriptedPage::ScriptedPage(std::string html, std::string fields)
+    : m_html(std::move(html) + "<script>" + fileBytes(ZUV_TEST_BROWSER_DIR "/scripted_page.js") + "</script>"),
+      m_fields(std::move(fields)),
       m_server([this](const auto& header, auto& connection) { return answer(header, connection); }) {}
 
 ScriptedPage::~ScriptedPage() {
@@ -36,8 +44,8 @@ ScriptedPage::~ScriptedPage() {
     m_changed.notifyAll();
 }
 
-bool ScriptedPage::awaitReady(std::chrono::seconds patience) {
-    return awaitResult(patience) == "ready";
+bool ScriptedPage::awaitReady() {
+    return awaitResult(kStartPatience) == "ready";
 }
 
 std::string ScriptedPage::run(const std::string& script) {
@@ -59,23 +67,27 @@ std::optional<std::string> ScriptedPage::awaitResult(std::chrono::seconds patien
 
 /// On the thread of a connection.
 bool ScriptedPage::answer(const std::string& header, TcpConnection& connection) {
-    if (header.starts_with("GET / "))
-        return connection.write(
-            okay("text/html", fileBytes(ZUV_TEST_BROWSER_PAGE) + "<script>" + m_moreFunctions + "</script>"));
-    if (!header.starts_with("POST / "))
+    if (header.starts_with("GET / ") || header.starts_with("GET /?"))
+        return connection.write(okay("text/html", m_html, m_fields));
+    if (!header.starts_with("POST /"))
         return connection.write("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
-    const std::optional<std::string> script = nextScript(readBody(header, connection));
+    const std::string document = header.substr(0, header.find(" HTTP/"));
+    const std::optional<std::string> script = nextScript(document, readBody(header, connection));
     return script && connection.write(okay("text/plain", *script));
 }
 
-/// @return nothing when there are no more, or the page has come up once more and asks in place of this one.
-std::optional<std::string> ScriptedPage::nextScript(std::string result) {
+/// @return nothing when there are no more, or the page has come up once more and asks in place of this document.
+std::optional<std::string> ScriptedPage::nextScript(const std::string& document, std::string result) {
     const MutexLock lock(m_mutex);
-    const int turn = ++m_turn;
+    if (result == "ready")
+        m_document = document;
+    const auto isLeft = [&]() ZUV_REQUIRES(m_mutex) { return m_document != document; };
+    if (isLeft())
+        return std::nullopt;
     m_result = std::move(result);
     m_changed.notifyAll();
-    m_changed.wait(m_mutex, [&]() ZUV_REQUIRES(m_mutex) { return m_script.has_value() || m_ending || m_turn != turn; });
-    return m_turn == turn ? std::exchange(m_script, std::nullopt) : std::nullopt;
+    m_changed.wait(m_mutex, [&]() ZUV_REQUIRES(m_mutex) { return m_script.has_value() || m_ending || isLeft(); });
+    return isLeft() ? std::nullopt : std::exchange(m_script, std::nullopt);
 }
 
 } // namespace velmora::desktop

@@ -1,4 +1,4 @@
-// A program that plays a medium through the installed engine kit and prints its local URL.
+// A program that starts a medium through the engine kit and prints its local URL.
 #include <poll.h>
 #include <zuv_media_session.h>
 #include <zuv_poll_loop.h>
