@@ -1,10 +1,12 @@
 // open_media URL: opens a medium as the service does, and prints what came of it: "plays HEIGHT FILE:ELEMENT...", with
 // height 0 for sound alone and the demuxers and decoders in use with the files of their plugins, or "CODE DETAIL". For
 // scripts/formats-table.
+#include "log/desktop_log.h"
 #include "service/media/gstreamer_engine.h"
 #include "service/protocol/result_code.h"
 
 #include <gst/gst.h>
+#include <spdlog/logger.h>
 
 #include <cstdio>
 #include <map>
@@ -73,6 +75,7 @@ std::string outcomeOf(const std::string& url) {
 int main(int argc, char** argv) {
     gst_init(nullptr, nullptr);
     watchElements();
+    desktopLog().set_pattern("%v");
     if (argc == 2)
         std::puts(outcomeOf(argv[1]).c_str());
 }
