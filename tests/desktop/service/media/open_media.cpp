@@ -1,4 +1,4 @@
-// open_media URL: opens a medium as the service does, and prints what came of it: "plays HEIGHT FILE:ELEMENT...", with
+// open_media URL: opens a medium as the service does, and prints the log and what came of it: "plays HEIGHT FILE:ELEMENT...", with
 // height 0 for sound alone and the demuxers and decoders in use with the files of their plugins, or "CODE DETAIL". For
 // scripts/formats-table.
 #include "log/desktop_log.h"
@@ -7,6 +7,7 @@
 
 #include <gst/gst.h>
 #include <spdlog/logger.h>
+#include <spdlog/sinks/stdout_sinks.h>
 
 #include <cstdio>
 #include <map>
@@ -75,6 +76,7 @@ std::string outcomeOf(const std::string& url) {
 int main(int argc, char** argv) {
     gst_init(nullptr, nullptr);
     watchElements();
+    desktopLog().sinks() = {std::make_shared<spdlog::sinks::stdout_sink_mt>()};
     desktopLog().set_pattern("%v");
     if (argc == 2)
         std::puts(outcomeOf(argv[1]).c_str());
