@@ -1,6 +1,6 @@
-// open_media URL: opens a medium as the service does, and prints the log and what came of it: "plays HEIGHT FILE:ELEMENT...", with
-// height 0 for sound alone and the demuxers and decoders in use with the files of their plugins, or "CODE DETAIL". For
-// scripts/formats-table.
+// open_media URL: opens a medium as the service does, and prints the log, and then what came of it: "plays HEIGHT
+// FILE:ELEMENT...", with height 0 for sound alone and the demuxers and decoders in use with the files of their plugins,
+// or "CODE DETAIL". For scripts/formats-table.
 #include "log/desktop_log.h"
 #include "service/media/gstreamer_engine.h"
 #include "service/protocol/result_code.h"
