@@ -52,19 +52,6 @@ int readLogLimit() {
     return limit.value_or(kLogFailures);
 }
 
-int levelOf(spdlog::level::level_enum level) {
-    switch (level) {
-    case spdlog::level::trace:
-        return kLogDump;
-    case spdlog::level::debug:
-        return kLogProgress;
-    case spdlog::level::info:
-        return kLogMilestones;
-    default:
-        return kLogFailures;
-    }
-}
-
 // The limit is applied here and not with spdlog's levels: for spdlog a failure is more important than a milestone, for
 // ZUV_LOG_LEVEL it is the other way round.
 class LimitedSink final : public spdlog::sinks::stderr_sink_mt {
@@ -90,6 +77,19 @@ const std::shared_ptr<spdlog::logger>& sharedLog() {
 }
 
 } // namespace
+
+int levelOf(spdlog::level::level_enum level) {
+    switch (level) {
+    case spdlog::level::trace:
+        return kLogDump;
+    case spdlog::level::debug:
+        return kLogProgress;
+    case spdlog::level::info:
+        return kLogMilestones;
+    default:
+        return kLogFailures;
+    }
+}
 
 bool isLogged(int level) {
     static const int limit = readLogLimit();

@@ -20,6 +20,9 @@ enum LogLevel : int {
     kLogDump = 5000,
 };
 
+/// The level of this project's that a level of spdlog's corresponds to.
+int levelOf(spdlog::level::level_enum level);
+
 /// Whether lines of this level are written. ZUV_LOG_LEVEL (off, milestones, failures, progress, dump or a decimal
 /// number; failures by default) is read once in a process. An invalid value is reported on stderr once, and the default
 /// applies.

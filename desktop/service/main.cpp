@@ -17,6 +17,7 @@
 #include "base/command_line.h"
 #include "bus/topic_message.h"
 #include "log/desktop_log.h"
+#include "log/recorded_log.h"
 #include "service/event_publisher.h"
 #include "service/event_queue.h"
 #include "service/http/media_server.h"
@@ -28,6 +29,7 @@
 #include "service/scenario/scenario_player.h"
 #include "service/scenario/service_action.h"
 #include "service/service_options.h"
+#include "trace/recorder/recording_writer.h"
 
 #include <gst/gst.h>
 #include <spdlog/spdlog.h>
@@ -138,6 +140,7 @@ int main(int argc, char** argv) {
         return *status;
     try {
         useDesktopLogAsDefault();
+        recordDesktopLog(velmora::trace::role::kService);
         if (options.listScenarios)
             return printResult(scenarioList());
         blockSignals();

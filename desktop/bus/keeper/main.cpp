@@ -2,6 +2,8 @@
 #include "base/command_line.h"
 #include "bus/keeper/value_keeper.h"
 #include "log/desktop_log.h"
+#include "log/recorded_log.h"
+#include "trace/recorder/recording_writer.h"
 
 #include <spdlog/spdlog.h>
 
@@ -16,6 +18,7 @@ int main(int argc, char** argv) {
     if (const auto status = parser.parse(argc, argv))
         return *status;
     useDesktopLogAsDefault();
+    recordDesktopLog(velmora::trace::role::kKeeper);
     try {
         ValueKeeper().run();
         return exit_status::kSuccess;
