@@ -62,7 +62,9 @@ def definitions_after_answer(run):
 
 def _delay_after(request, answer):
     is_late = answer.t - request.t > SYNCHRONOUS_LIMIT
-    return DEFINITIONS_DELAY_AFTER_LATE if is_late else DEFINITIONS_DELAY
+    # An answer that only the region shows may have been there since the look before.
+    unnoticed = LOOK_INTERVAL if answer.arrival(None) is None else 0
+    return (DEFINITIONS_DELAY_AFTER_LATE if is_late else DEFINITIONS_DELAY) - unnoticed
 
 
 def answer_kept(run):

@@ -76,15 +76,20 @@ def _is_twin(event, other):
 
 def in_region(run):
     for event, process in _delivered_before_region(run):
-        if not any(look.process is process for look in event.looks):
+        if not _is_seen_later(event, process):
             yield Violation(event.t, f"{_what(event)} is on the bus, and not in the region", (event,), _asked(event))
 
 
 def region_first(run):
     for event, process in _delivered_before_region(run):
-        if any(look.process is process for look in event.looks):
+        if _is_seen_later(event, process):
             yield Violation(event.t, f"{_what(event)} is on the bus before it is in the region", (event,),
                             _asked(event))
+
+
+def _is_seen_later(event, process):
+    """In the region that the process has mapped, not in another one that it maps later."""
+    return any(look.process is process and look.record.seen != "map" for look in event.looks)
 
 
 def _delivered_before_region(run):

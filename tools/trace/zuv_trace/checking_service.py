@@ -1,15 +1,12 @@
 """Violations by the service as a process, which only a monitor of the bus sees."""
 
 from .checking import Violation
-from .facts import MILLISECOND
-
-# A client that asks for a start of the service has it end if it hangs.
-RESTART_TAKES = 3000 * MILLISECOND
 
 
 def service_stays(run):
     for life in run.service_lives:
-        if life.ended is None or any(0 <= life.ended - start.t < RESTART_TAKES for start in run.service_starts):
+        # A client that asks for a start of the service has it end if it hangs.
+        if life.ended is None or any(life.began < start.t <= life.ended for start in run.service_starts):
             continue
         users = [request for request in run.requests if life.began <= request.t < life.ended
                  and run.end_of(request.process) > life.ended]

@@ -100,7 +100,9 @@ class Joiner:
             self._answer_in_other_session(event)
 
     def _answer_in_session(self, event, requests):
-        request = self._first(requests, lambda each: not each.answers) or requests[-1]
+        waiting = [request for request in requests if not request.answers]
+        heard = self._first(waiting, lambda each: each.t >= self._run.service_began)
+        request = heard or self._first(waiting, lambda _: True) or requests[-1]
         event.fault = _fault(event, request)
         event.request = request
         request.answers.append(facts.Answer(event, event.fault))

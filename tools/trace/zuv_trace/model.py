@@ -46,6 +46,11 @@ class Run:
     def process_at(self, record):
         return self.processes[record.p]
 
+    @property
+    def service_began(self):
+        """When the present service came to the bus, or the recording began."""
+        return self.service_lives[-1].began if self.service_lives else self.began
+
     def service_is_up(self, t):
         if self.service_lives:
             return any(life.began <= t and (life.ended is None or t < life.ended) for life in self.service_lives)
@@ -90,7 +95,7 @@ class Run:
 
     def _on_bus(self, record, _):
         self.sees_bus = True
-        if record.member == "NameOwnerChanged":
+        if record.get("member") == "NameOwnerChanged":
             return self._owner_changed(record)
         if record.type != "signal" or record.get("values") is None:
             return None

@@ -31,13 +31,13 @@ KINDS = {
     "line": {"text": str},
     "spawn": {"pid": int, "args": _TEXTS},
     "exit": {"pid": int},
-    "bus": {"type": str, "sender": str, "member": str},
+    "bus": {"type": str},
     "lost": {"n": int},
 }
 _EVERY_LINE = {"t": int, "p": int, "th": int, "k": str}
 # Optional members that readers use.
 _OPTIONAL = {"topic": str, "values": _TEXTS, "strings": _TEXTS, "status": int, "signal": int, "r": (int, str),
-             "interface": str, "destination": str, "level": (int, str), "module": int}
+             "sender": str, "destination": str, "interface": str, "member": str, "level": (int, str), "module": int}
 
 _LARGEST = 1 << 63
 
@@ -152,8 +152,14 @@ class Follower:
 
     def batches(self):
         """The records so far, then those that are appended, sorted within each list. Ends after the launcher's end."""
-        if os.path.exists(f"{self._path}.old"):
-            yield self._sorted(_lines_of(f"{self._path}.old"))
+        try:
+            if os.path.exists(f"{self._path}.old"):
+                yield self._sorted(_lines_of(f"{self._path}.old"))
+            yield from self._until_the_launcher_ends()
+        finally:
+            self._close()
+
+    def _until_the_launcher_ends(self):
         launchers = set()
         while True:
             records = self._sorted(self._appended())
@@ -163,6 +169,11 @@ class Follower:
                 return
             if not records:
                 time.sleep(self.INTERVAL)
+
+    def _close(self):
+        if self._file is not None:
+            self._file.close()
+            self._file = None
 
     def _sorted(self, raw):
         records = [record for line in raw if line.strip() and (record := self._lines.record(line))]
@@ -174,8 +185,7 @@ class Follower:
             self._file = self._opened()
         data = self._file.read() if self._file else b""
         if self._file and not data and self._is_replaced():
-            self._file.close()
-            self._file = None
+            self._close()
         *lines, self._rest = (self._rest + data).split(b"\n")
         return lines
 

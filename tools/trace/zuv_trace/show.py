@@ -144,7 +144,7 @@ class Description:
         style = "dim" if listed.is_neutral else "news" if listed.is_news else "answer"
         if event.request:
             elapsed = milliseconds(t - event.request.t)
-            words += f"  = {event.request.command.name} after {elapsed}{answer_fault(event.fault)}"
+            words += f"  = {quoted(event.request.command.name)} after {elapsed}{answer_fault(event.fault)}"
             style = "answer" if listed.succeeded and not event.fault else "failure"
         return style, words
 

@@ -141,7 +141,7 @@ class Timeline:
     def _event_words(event, t):
         words = list_words(event.event.values)
         if event.request:
-            words += f", {milliseconds(t - event.request.t)} after {event.request.command.name}"
+            words += f", {milliseconds(t - event.request.t)} after {text.quoted(event.request.command.name)}"
         return words
 
     def _add_lives(self):

@@ -1,0 +1,40 @@
+#!/usr/bin/python3
+"""Records an application whose service plays a scenario, in both modes, and looks for the rules that it breaks.
+
+    scenario_test.py PROGRAMS APPLICATION SCENARIO
+"""
+
+import pathlib
+import sys
+import tempfile
+import unittest
+
+import recordings  # noqa: F401, finds the package
+import scenario_run
+from scenario_rules import BROKEN_RULES
+from zuv_trace import recording, verdict
+
+SCENARIOS = pathlib.Path(__file__).parents[3] / "desktop" / "scenarios"
+
+
+class Scenario(unittest.TestCase):
+    programs = application = name = None
+
+    def test_asynchronous_mode(self):
+        self.check("asynchronous", BROKEN_RULES[self.name][0])
+
+    def test_synchronous_mode(self):
+        self.check("synchronous", BROKEN_RULES[self.name][1])
+
+    def check(self, mode, expected):
+        with tempfile.TemporaryDirectory() as folder:
+            recorded = recording.read(scenario_run.record(self.programs, self.application, self.name, mode, folder))
+        self.assertEqual(recorded.damaged, 0)
+        found = verdict.Verdict(recorded.records)
+        broken = {violation.rule.identifier for violation in found.violations}
+        self.assertEqual(sorted(broken), sorted(expected), "\n" + "\n".join(found.lines()))
+
+
+if __name__ == "__main__":
+    Scenario.programs, Scenario.application, Scenario.name = sys.argv[1:]
+    unittest.main(argv=sys.argv[:1])
