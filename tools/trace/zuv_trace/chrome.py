@@ -41,17 +41,26 @@ def _requests(run):
         if not request.answers:
             continue
         answer = request.answers[0].event
-        end = max(request.t, answer.t)
+        landing, t = _landing(answer)
+        end = max(request.t, t)
         yield _event("b", name, request.record, request.t, cat="request", id=number, args=_safe(words))
         yield _event("e", name, request.record, end, cat="request", id=number,
                      args=_safe({"answer": list_words(answer.event.values)}))
         yield _event("s", name, request.record, request.t, cat="answer", id=number)
-        yield _event("f", name, answer.record, end, cat="answer", id=number, bp="e")
+        yield _event("f", name, landing, end, cat="answer", id=number, bp="e")
+
+
+def _landing(event):
+    """(record, time) of the slice that stands for an event: its first delivery, or where else it was seen."""
+    delivery = event.deliveries[0] if event.deliveries else event
+    return delivery.record, delivery.t
 
 
 def _deliveries(run):
     for event in run.events:
         words = list_words(event.event.values)
+        if not event.deliveries:
+            yield _slice(f"event {event.event.name}", event.record, event.t, 0, "event", event=words)
         for delivery in event.deliveries:
             end = delivery.t if delivery.end is None else delivery.end
             yield _slice(f"event {event.event.name}", delivery.record, delivery.t, end - delivery.t, "event",
