@@ -21,6 +21,11 @@ namespace {
 
 constexpr int kVersion = 1;
 
+/// How often a process looks whether another one has begun a new file, and how often at least while it writes one half
+/// of the limit alone.
+constexpr uint64_t kCheckInterval = 10'000'000; // nanoseconds
+constexpr off_t kChecksPerHalf = 16;
+
 /// Where the descriptor is put, if there is one left: programs notice which descriptors are the lowest.
 constexpr int kHighDescriptor = 900;
 
@@ -125,6 +130,7 @@ void RecordingWriter::onFork() {
     writer->m_mutex = kUnlocked;
     writer->m_started = now();
     writer->m_lost = 0;
+    writer->m_hasBegun = false;
     writer->m_isContinued = false;
     if (writer->m_state == State::opened) {
         close(writer->m_descriptor);
@@ -173,18 +179,34 @@ void RecordingWriter::writeLocked(JsonLine& line) {
 bool RecordingWriter::isReady(uint64_t time) {
     if (m_state == State::unopened && !openFirst())
         return false;
+    if (isCheckDue() && !checkFile())
+        return false;
+    return m_hasBegun || writeBegin(time);
+}
+
+/// Not for each line: to look takes a third as long as to write.
+bool RecordingWriter::isCheckDue() const {
+    return m_descriptor < 0 || m_size >= m_nextCheck || now() - m_checked >= kCheckInterval;
+}
+
+/// Goes on in another file when this one is full, was replaced, or is not the process's any more.
+bool RecordingWriter::checkFile() {
     struct stat status = {};
     if (m_descriptor < 0 || fstat(m_descriptor, &status) != 0 || !isOurs(status)) {
         m_descriptor = -1; // closed by the program, and perhaps another file's by now
-        if (!open())
-            return false;
-    } else if (status.st_nlink == 0 || status.st_size >= m_half) {
-        if (!makeRoom())
-            return false;
-    } else {
-        m_size = status.st_size;
+        return open();
     }
-    return m_hasBegun || writeBegin(time);
+    if (status.st_nlink == 0 || status.st_size >= m_half)
+        return makeRoom();
+    rememberCheck(status.st_size);
+    return true;
+}
+
+void RecordingWriter::rememberCheck(off_t size) {
+    m_size = size;
+    m_checked = now();
+    const bool isUnlimited = m_largest == std::numeric_limits<off_t>::max();
+    m_nextCheck = isUnlimited ? std::min(size + m_half / kChecksPerHalf, m_half) : 0;
 }
 
 bool RecordingWriter::openFirst() {
@@ -214,7 +236,7 @@ bool RecordingWriter::open() {
         close(descriptor);
     }
     m_opened = status;
-    m_size = status.st_size;
+    rememberCheck(status.st_size);
     m_isContinued = m_isContinued || m_hasBegun;
     m_hasBegun = false;
     m_isTorn = false;
@@ -278,8 +300,11 @@ bool RecordingWriter::append(std::string_view bytes) {
     m_isTorn = false;
     const auto written = syscall(SYS_write, m_descriptor, bytes.data(), bytes.size());
     m_size += std::max(written, 0L);
-    m_isTorn = written > 0 && written != static_cast<long>(bytes.size());
-    return written == static_cast<long>(bytes.size());
+    const bool isWhole = written == static_cast<long>(bytes.size());
+    m_isTorn = written > 0 && !isWhole;
+    if (!isWhole)
+        m_nextCheck = 0;
+    return isWhole;
 }
 
 } // namespace velmora::trace

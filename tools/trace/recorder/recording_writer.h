@@ -18,7 +18,7 @@ namespace velmora::trace {
 inline constexpr const char* kFileVariable = "ZUV_TRACE_FILE";
 inline constexpr const char* kLimitVariable = "ZUV_TRACE_LIMIT";
 inline constexpr uint64_t kDefaultLimit = uint64_t{64} << 20;
-inline constexpr uint64_t kLowestLimit = uint64_t{64} << 10;
+inline constexpr uint64_t kLowestLimit = uint64_t{1} << 20;
 
 /// What a process is in a run.
 namespace role {
@@ -56,7 +56,7 @@ class RecordingWriter {
 public:
     /// @param file empty: nothing is recorded.
     /// @param limit bytes, at least kLowestLimit. At half of it the file becomes FILE.old, and a new one begins; every
-    ///     process notices before its next line.
+    ///     process notices within 10 ms.
     /// @param role what the process is, see above; outlives this.
     RecordingWriter(const std::string& file, uint64_t limit, const char* role);
     ~RecordingWriter();
@@ -82,6 +82,9 @@ private:
     static void onFork();
     void writeLocked(JsonLine& line);
     bool isReady(uint64_t time);
+    bool isCheckDue() const;
+    bool checkFile();
+    void rememberCheck(off_t size);
     bool openFirst();
     bool open();
     bool isOurs(const struct stat& status) const;
@@ -101,7 +104,9 @@ private:
     uint64_t m_started;         ///< when the process started, or was forked
     int m_descriptor = -1;      ///< keeps its number when the file is replaced
     struct stat m_opened = {};  ///< of the descriptor
-    off_t m_size = 0;           ///< of the file, before the line that is written
+    off_t m_size = 0;           ///< of the file at the last look, and what this process has added since
+    off_t m_nextCheck = 0;      ///< the size at which to look at the file again
+    uint64_t m_checked = 0;     ///< when the file was looked at last
     off_t m_largest;            ///< the file size at which the process would be sent SIGXFSZ
     bool m_hasBegun = false;    ///< whether this file has the process's first line
     bool m_isContinued = false; ///< whether an earlier file has it

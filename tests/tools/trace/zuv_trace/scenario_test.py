@@ -14,7 +14,7 @@ import scenario_run
 from scenario_rules import BROKEN_RULES
 from zuv_trace import recording, verdict
 
-SCENARIOS = pathlib.Path(__file__).parents[3] / "desktop" / "scenarios"
+SCENARIOS = pathlib.Path(__file__).parents[4] / "desktop" / "scenarios"
 
 
 class Scenario(unittest.TestCase):

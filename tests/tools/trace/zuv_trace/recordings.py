@@ -5,7 +5,7 @@ import pathlib
 import sys
 
 sys.dont_write_bytecode = True
-sys.path.insert(0, str(pathlib.Path(__file__).parents[3] / "tools" / "trace"))
+sys.path.insert(0, str(pathlib.Path(__file__).parents[4] / "tools" / "trace"))
 
 from zuv_trace import wire
 from zuv_trace.model import Run
