@@ -43,17 +43,6 @@ def has(event, position):
     return len(event.event.values) > position
 
 
-def opening_requests(run, identifier, medium):
-    """The starts and preloads of a medium, in the order of time."""
-    return [request for request in run.requests if request.command.opens and request.command.object == identifier
-            and request.command.medium == medium]
-
-
-def is_recorded(request):
-    """Whether the process that sent it was recorded, not only the bus."""
-    return request.process is not None
-
-
 def main_video_news(run):
     return [event for event in run.events if event.event.name == wire.DEFINITION]
 

@@ -1,7 +1,7 @@
 """Violations in answers: to which command, with what code, how often, when and in which order."""
 
 from . import wire
-from .checking import JITTER, Violation, has, main_video_news, opening_requests, right_answer
+from .checking import JITTER, Violation, has, main_video_news, right_answer
 from .facts import CREATION_LIMIT, SYNCHRONOUS_LIMIT
 from .ledger import is_certainly_unanswered
 from .text import milliseconds, quoted
@@ -66,45 +66,43 @@ def local_url(run):
 def truthful_code(run):
     """A medium whose start failed, and where no other is started, cannot be stopped or sought, and has no
     definitions."""
-    media = {(request.command.object, request.command.medium) for request in run.requests if request.command.opens}
-    for identifier, medium in sorted(media):
-        for request, failure, until in _failures_without_a_medium(run, identifier, medium):
-            yield from _signs_of_life(run, request, failure, until)
+    news = main_video_news(run)
+    for requests in _by_medium(run).values():
+        for request, failure, effects, until in _failed_starts(run, requests):
+            effects += [each for each in news if each.event.object == request.command.object
+                        and request.command.medium == wire.MAIN_VIDEO and failure.t < each.t <= until]
+            if effects:
+                yield Violation(failure.t, f"{_named(request)} was answered with {quoted(failure.event.code)}, and took "
+                                "effect", (failure, *effects), (request,))
 
 
-def _failures_without_a_medium(run, identifier, medium):
-    """(command, its failing answer, time of the next start), while nothing else of that medium is started."""
-    is_started = False
-    opening = opening_requests(run, identifier, medium)
-    for request, following in zip(opening, [*opening[1:], None]):
+def _by_medium(run):
+    media = {}
+    for request in run.requests:
+        if request.command.object:
+            media.setdefault((request.command.object, request.command.medium), []).append(request)
+    return media
+
+
+def _failed_starts(run, requests):
+    """(start, its failing answer, answers that a medium without a start cannot give, time of the next start), where no
+    other medium was started."""
+    is_started, failed = False, None
+    for request in requests:
         answer = right_answer(request)
-        if answer is None or answer.event.succeeded:
-            is_started = True  # or may be
-        elif not is_started and has(answer, 1):
-            yield request, answer, following.t if following else run.ended
-        stop = _successful_stop(run, request, following)
-        is_started = is_started and not stop
-
-
-def _successful_stop(run, request, following):
-    until = following.t if following else run.ended
-    return any(each.command.name == "stop" and each.command.object == request.command.object
-               and each.command.medium == request.command.medium and request.t < each.t < until
-               and (answer := right_answer(each)) and answer.event.succeeded for each in run.requests)
-
-
-def _signs_of_life(run, request, failure, until):
-    words = f"{_named(request)} was answered with {quoted(failure.event.code)}, and took effect"
-    for later in run.requests:
-        answer = right_answer(later)
-        if (later.command.name in ("stop", "seek") and later.command.object == request.command.object
-                and later.command.medium == request.command.medium and request.t < later.t <= until
-                and answer and answer.event.succeeded):
-            yield Violation(failure.t, words, (failure, answer), (request, later))
-    for news in main_video_news(run):
-        if (news.event.object == request.command.object and request.command.medium == wire.MAIN_VIDEO
-                and failure.t < news.t <= until):
-            yield Violation(failure.t, words, (failure, news), (request,))
+        succeeded = answer is not None and answer.event.succeeded
+        if request.command.opens:
+            if failed:
+                yield *failed, request.t
+            # One that is not answered may have succeeded.
+            is_started = is_started or succeeded or answer is None
+            failed = None if is_started or not has(answer, 1) else (request, answer, [])
+        elif request.command.name in ("stop", "seek") and succeeded:
+            if failed:
+                failed[2].append(answer)
+            is_started = is_started and request.command.name == "seek"
+    if failed:
+        yield *failed, run.ended
 
 
 def answered(run):

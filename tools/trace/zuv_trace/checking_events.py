@@ -1,11 +1,14 @@
 """Violations in events: their form, those that nobody asked for, and their distance from answers."""
 
+import bisect
+
 from . import wire
-from .checking import JITTER, Violation, main_video_news, opening_requests, right_answer, service_events
+from .checking import JITTER, Violation, main_video_news, right_answer, service_events
 from .facts import LOOK_INTERVAL, MILLISECOND, SYNCHRONOUS_LIMIT
 from .text import milliseconds, quoted, several
 
 DEFINITIONS_DELAY = 400 * MILLISECOND
+_CLOSE = 100  # starts of an object that could be open at one time
 DEFINITIONS_DELAY_AFTER_LATE = 100 * MILLISECOND
 
 
@@ -48,11 +51,17 @@ def known_object(run):
 
 
 def definitions_after_answer(run):
+    starts = {}
+    for request in run.requests:
+        if request.command.opens and request.command.medium == wire.MAIN_VIDEO and right_answer(request):
+            starts.setdefault(request.command.object, []).append(request)
     for news in main_video_news(run):
-        for request in opening_requests(run, news.event.object, wire.MAIN_VIDEO):
+        same_object = starts.get(news.event.object, [])
+        before = bisect.bisect_right(same_object, news.t, key=lambda request: request.t)
+        for request in reversed(same_object[:before][-_CLOSE:]):
             answer = right_answer(request)
-            if answer is None or request.t > news.t:
-                continue
+            if news.t - answer.t > DEFINITIONS_DELAY:
+                break
             if answer.t > news.t:
                 yield Violation(news.t, "definitions come before the answer to their start", (news, answer), (request,))
             elif news.t - answer.t < _delay_after(request, answer) - JITTER:

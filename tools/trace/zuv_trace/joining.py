@@ -9,6 +9,7 @@ class Joiner:
         self._requests = {}  # by the command's entries: a repeated creation has the same ones
         self._sessions = {}
         self._events = {}  # by the event's entries
+        self._brought = {}  # how many events with these entries each channel has brought
         self._latest_of_thread = {}
 
     def published(self, record, process):
@@ -42,17 +43,12 @@ class Joiner:
             request.synchronous = True
 
     def event_on_bus(self, record):
-        event = self._event(record.values, record, lambda each: each.bus is None)
+        event = self._event(record.values, record, "bus")
         event.bus = record
         return event
 
     def delivered(self, delivery):
-        connection = (delivery.process, delivery.record.c)
-
-        def is_new(event):
-            return all((each.process, each.record.c) != connection for each in event.deliveries)
-
-        event = self._event(delivery.record.values, delivery.record, is_new)
+        event = self._event(delivery.record.values, delivery.record, (delivery.process, delivery.record.c))
         event.deliveries.append(delivery)
         return event
 
@@ -74,13 +70,16 @@ class Joiner:
         self._run.requests.append(request)
         return request
 
-    def _event(self, values, record, is_new_here):
-        """The first event of these values that this channel has not brought yet. What the bus carries is whole, so its
+    def _event(self, values, record, channel):
+        """The first event of these values that the channel has not brought yet. What the bus carries is whole, so its
         list replaces one that was read from the region."""
         listed = wire.Event(values)
-        event = self._first(self._events.get(listed.key, ()), is_new_here)
-        if event is None:
+        known = self._events.get(listed.key, ())
+        brought = self._brought.get((listed.key, channel), 0)
+        self._brought[listed.key, channel] = brought + 1
+        if brought >= len(known):
             return self._new_event(listed, record)
+        event = known[brought]
         if event.bus is None and not event.deliveries:
             event.event = listed
         return event

@@ -50,14 +50,10 @@ class Record:
     """A line of a recording. Its members are attributes; `number` counts the records in the order of time."""
 
     def __init__(self, members):
+        self.__dict__.update(members)
+        self.__dict__.pop("get", None)
         self.members = members
         self.number = 0
-
-    def __getattr__(self, name):
-        try:
-            return self.members[name]
-        except KeyError:
-            raise AttributeError(name) from None
 
     def get(self, name, default=None):
         return self.members.get(name, default)
@@ -104,8 +100,8 @@ class Lines:
 
 
 def _present(members):
-    return {name: expected for name, expected in _OPTIONAL.items() if name in members and name not in
-            KINDS[members["k"]]}
+    required = KINDS[members["k"]]
+    return {name: _OPTIONAL[name] for name in members if name in _OPTIONAL and name not in required}
 
 
 def _fits(members, expected):

@@ -20,6 +20,8 @@ def _escaped_character(character):
 
 def escaped(text):
     """The text on one line, without anything that a terminal obeys: controls, directions, bytes that are not UTF-8."""
+    if text.isprintable() and "\\" not in text:
+        return text
     return "".join(map(_escaped_character, text))
 
 
