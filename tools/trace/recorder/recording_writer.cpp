@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -46,6 +47,14 @@ off_t largestFile() {
     getrlimit(RLIMIT_FSIZE, &limit);
     constexpr auto kMost = std::numeric_limits<off_t>::max();
     return limit.rlim_cur > static_cast<rlim_t>(kMost) ? kMost : static_cast<off_t>(limit.rlim_cur);
+}
+
+/// The same file when the process changes its folder.
+std::string absolute(const std::string& file) {
+    std::array<char, PATH_MAX> folder{};
+    if (file.empty() || file.front() == '/' || getcwd(folder.data(), folder.size()) == nullptr)
+        return file;
+    return folder.data() + ("/" + file);
 }
 
 int openFile(const std::string& file) {
@@ -103,8 +112,9 @@ RecordingWriter& newWriterOfProcess(const char* role) {
 } // namespace
 
 RecordingWriter::RecordingWriter(const std::string& file, uint64_t limit, const char* role)
-    : m_file(file), m_oldFile(file + ".old"), m_half(static_cast<off_t>(limit / 2)), m_role(role), m_mutex(kUnlocked),
-      m_state(file.empty() ? State::givenUp : State::unopened), m_started(now()), m_largest(largestFile()) {
+    : m_file(absolute(file)), m_oldFile(m_file + ".old"), m_half(static_cast<off_t>(limit / 2)), m_role(role),
+      m_mutex(kUnlocked), m_state(file.empty() ? State::givenUp : State::unopened), m_started(now()),
+      m_largest(largestFile()) {
     [[maybe_unused]] static const int isWatched = pthread_atfork(nullptr, nullptr, onFork);
     writerOfProcess = this;
 }
