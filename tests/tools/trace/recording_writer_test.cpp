@@ -175,6 +175,18 @@ TEST_F(Writer, BeginsAgainInAFork) {
     EXPECT_EQ(asked("'again' in lines[2]"), "False");
 }
 
+TEST_F(Writer, KeepsToItsFileInAnotherFolder) {
+    EXPECT_EQ(inProcess([this] {
+                  fs::current_path(folder.path());
+                  RecordingWriter writer("run.jsonl", kDefaultLimit, trace::role::kApplication);
+                  fs::current_path("/");
+                  writeText(writer, "elsewhere");
+              }),
+              0);
+
+    EXPECT_EQ(asked("[line['text'] for line in of('log')]"), "['elsewhere']");
+}
+
 TEST_F(Writer, KeepsToTheLimitTogetherWithOthers) {
     const auto write = [this] {
         RecordingWriter writer(file, kLowestLimit, trace::role::kApplication);

@@ -86,6 +86,7 @@ uint64_t now() noexcept {
 }
 
 // The buffer is left as it is: clearing it would take longer than most lines.
+// cppcheck-suppress uninitMemberVar
 JsonLine::JsonLine(const char* kind, uint64_t time) noexcept // NOLINT(cppcoreguidelines-pro-type-member-init)
     : m_time(time), m_bytes(m_nearby) {
     raw("{\"t\":");

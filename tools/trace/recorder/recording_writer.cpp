@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -10,11 +11,13 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <limits>
+#include <new>
 
 namespace velmora::trace {
 namespace {
@@ -24,7 +27,7 @@ constexpr int kVersion = 1;
 /// How often a process looks whether another one has begun a new file, and how often at least while it writes one half
 /// of the limit alone.
 constexpr uint64_t kCheckInterval = 10'000'000; // nanoseconds
-constexpr off_t kChecksPerHalf = 16;
+constexpr int64_t kChecksPerHalf = 16;
 
 /// Where the descriptor is put, if there is one left: programs notice which descriptors are the lowest.
 constexpr int kHighDescriptor = 900;
@@ -41,11 +44,20 @@ uint64_t wallClock() {
     return static_cast<uint64_t>(time.tv_sec) * 1'000'000'000U + static_cast<uint64_t>(time.tv_nsec);
 }
 
-off_t largestFile() {
+constexpr int64_t kUnlimited = std::numeric_limits<int64_t>::max();
+
+int64_t largestFile() {
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
-    constexpr auto kMost = std::numeric_limits<off_t>::max();
-    return limit.rlim_cur > static_cast<rlim_t>(kMost) ? kMost : static_cast<off_t>(limit.rlim_cur);
+    return limit.rlim_cur == RLIM_INFINITY ? kUnlimited : static_cast<int64_t>(limit.rlim_cur);
+}
+
+/// The same file when the process changes its folder.
+std::string absolute(const std::string& file) {
+    std::array<char, PATH_MAX> folder{};
+    if (file.empty() || file.front() == '/' || getcwd(folder.data(), folder.size()) == nullptr)
+        return file;
+    return folder.data() + ("/" + file);
 }
 
 int openFile(const std::string& file) {
@@ -61,6 +73,7 @@ int moveHigh(int descriptor) {
 }
 
 /// The process's arguments, each with a zero byte at its end.
+/// @throws std::bad_alloc
 std::string commandLine() {
     std::string text;
     const int file = ::open("/proc/self/cmdline", O_RDONLY | O_CLOEXEC);
@@ -71,13 +84,17 @@ std::string commandLine() {
     return text;
 }
 
-void addCommandLine(JsonLine& line) {
-    const std::string arguments = commandLine();
+/// As many arguments as there is memory for.
+void addCommandLine(JsonLine& line) noexcept {
     line.beginTexts("args");
-    for (std::size_t begin = 0; begin < arguments.size();) {
-        const std::string_view argument(arguments.c_str() + begin);
-        line.addText(argument);
-        begin += argument.size() + 1;
+    try {
+        const std::string arguments = commandLine();
+        for (std::size_t begin = 0; begin < arguments.size();) {
+            const std::string_view argument(arguments.c_str() + begin);
+            line.addText(argument);
+            begin += argument.size() + 1;
+        }
+    } catch (const std::bad_alloc&) {
     }
     line.endTexts();
 }
@@ -97,14 +114,17 @@ uint64_t limitOf(const char* text) {
 
 RecordingWriter& newWriterOfProcess(const char* role) {
     const char* const file = std::getenv(kFileVariable);
-    return *new RecordingWriter(file == nullptr ? "" : file, limitOf(std::getenv(kLimitVariable)), role);
+    if (file == nullptr)
+        return *new RecordingWriter("", kDefaultLimit, role);
+    return *new RecordingWriter(file, limitOf(std::getenv(kLimitVariable)), role);
 }
 
 } // namespace
 
 RecordingWriter::RecordingWriter(const std::string& file, uint64_t limit, const char* role)
-    : m_file(file), m_oldFile(file + ".old"), m_half(static_cast<off_t>(limit / 2)), m_role(role), m_mutex(kUnlocked),
-      m_state(file.empty() ? State::givenUp : State::unopened), m_started(now()), m_largest(largestFile()) {
+    : m_file(absolute(file)), m_oldFile(m_file + ".old"), m_half(static_cast<int64_t>(limit / 2)), m_role(role),
+      m_mutex(kUnlocked), m_state(file.empty() ? State::givenUp : State::unopened), m_started(now()),
+      m_largest(largestFile()) {
     [[maybe_unused]] static const int isWatched = pthread_atfork(nullptr, nullptr, onFork);
     writerOfProcess = this;
 }
@@ -192,7 +212,7 @@ bool RecordingWriter::isCheckDue() const {
 /// Goes on in another file when this one is full, was replaced, or is not the process's any more.
 bool RecordingWriter::checkFile() {
     struct stat status = {};
-    if (m_descriptor < 0 || fstat(m_descriptor, &status) != 0 || !isOurs(status)) {
+    if (m_descriptor < 0 || fstat(m_descriptor, &status) != 0 || !isOurs(status.st_dev, status.st_ino)) {
         m_descriptor = -1; // closed by the program, and perhaps another file's by now
         return open();
     }
@@ -202,11 +222,10 @@ bool RecordingWriter::checkFile() {
     return true;
 }
 
-void RecordingWriter::rememberCheck(off_t size) {
+void RecordingWriter::rememberCheck(int64_t size) {
     m_size = size;
     m_checked = now();
-    const bool isUnlimited = m_largest == std::numeric_limits<off_t>::max();
-    m_nextCheck = isUnlimited ? std::min(size + m_half / kChecksPerHalf, m_half) : 0;
+    m_nextCheck = m_largest == kUnlimited ? std::min(size + m_half / kChecksPerHalf, m_half) : 0;
 }
 
 bool RecordingWriter::openFirst() {
@@ -235,7 +254,8 @@ bool RecordingWriter::open() {
         dup3(descriptor, m_descriptor, O_CLOEXEC);
         close(descriptor);
     }
-    m_opened = status;
+    m_device = status.st_dev;
+    m_number = status.st_ino;
     rememberCheck(status.st_size);
     m_isContinued = m_isContinued || m_hasBegun;
     m_hasBegun = false;
@@ -243,8 +263,8 @@ bool RecordingWriter::open() {
     return true;
 }
 
-bool RecordingWriter::isOurs(const struct stat& status) const {
-    return status.st_dev == m_opened.st_dev && status.st_ino == m_opened.st_ino;
+bool RecordingWriter::isOurs(uint64_t device, uint64_t number) const {
+    return device == m_device && number == m_number;
 }
 
 /// Goes on in a new file, which another process may have made.
@@ -261,7 +281,7 @@ bool RecordingWriter::makeRoom() {
 /// @return whether the path no longer names the open file.
 bool RecordingWriter::moveAside() const {
     struct stat status = {};
-    if (stat(m_file.c_str(), &status) != 0 || !isOurs(status))
+    if (stat(m_file.c_str(), &status) != 0 || !isOurs(status.st_dev, status.st_ino))
         return true;
     return std::rename(m_file.c_str(), m_oldFile.c_str()) == 0;
 }
@@ -293,7 +313,7 @@ bool RecordingWriter::writeLost() {
 
 // The system call itself is no point of cancellation, and EINTR does not occur with files.
 bool RecordingWriter::append(std::string_view bytes) {
-    if (bytes.empty() || m_size > m_largest - static_cast<off_t>(bytes.size()) - 1)
+    if (bytes.empty() || m_size > m_largest - static_cast<int64_t>(bytes.size()) - 1)
         return false;
     if (m_isTorn && syscall(SYS_write, m_descriptor, "\n", 1) != 1)
         return false;

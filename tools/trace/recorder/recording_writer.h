@@ -5,8 +5,6 @@
 #include "trace/recorder/json_line.h"
 
 #include <pthread.h>
-#include <sys/stat.h>
-#include <sys/types.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -45,8 +43,8 @@ private:
     int m_cancelState = 0;
 };
 
-/// A process has one at a time. Nothing but the constructor throws. Any thread; a
-/// line of a signal handler that interrupts another line is lost.
+/// A process has one at a time. Nothing but the constructor throws. Any thread may write; a line of a signal handler
+/// that interrupts another line is lost.
 ///
 /// The file is opened with the first line, and begins with what the process is. A line is one write(2) at the file's
 /// end, so that the lines of several processes do not mix, and what was written stays when the process is killed. A
@@ -84,10 +82,10 @@ private:
     bool isReady(uint64_t time);
     bool isCheckDue() const;
     bool checkFile();
-    void rememberCheck(off_t size);
+    void rememberCheck(int64_t size);
     bool openFirst();
     bool open();
-    bool isOurs(const struct stat& status) const;
+    bool isOurs(uint64_t device, uint64_t number) const;
     bool makeRoom();
     bool moveAside() const;
     bool writeBegin(uint64_t time);
@@ -96,18 +94,19 @@ private:
 
     const std::string m_file;
     const std::string m_oldFile;
-    const off_t m_half;
+    const int64_t m_half;
     const char* const m_role;
     pthread_mutex_t m_mutex;
     // With m_mutex:
     State m_state;
-    uint64_t m_started;         ///< when the process started, or was forked
-    int m_descriptor = -1;      ///< keeps its number when the file is replaced
-    struct stat m_opened = {};  ///< of the descriptor
-    off_t m_size = 0;           ///< of the file at the last look, and what this process has added since
-    off_t m_nextCheck = 0;      ///< the size at which to look at the file again
+    uint64_t m_started;    ///< when the process started, or was forked
+    int m_descriptor = -1; ///< keeps its number when the file is replaced
+    uint64_t m_device = 0; ///< with m_number: identifies the file
+    uint64_t m_number = 0;
+    int64_t m_size = 0;         ///< of the file at the last look, and what this process has added since
+    int64_t m_nextCheck = 0;    ///< the size at which to look at the file again
     uint64_t m_checked = 0;     ///< when the file was looked at last
-    off_t m_largest;            ///< the file size at which the process would be sent SIGXFSZ
+    int64_t m_largest;          ///< the file size at which the process would be sent SIGXFSZ
     bool m_hasBegun = false;    ///< whether this file has the process's first line
     bool m_isContinued = false; ///< whether an earlier file has it
     bool m_isTorn = false;      ///< whether the file ends in a part of a line
