@@ -3,6 +3,7 @@ do not map it, so that their recordings say nothing of it."""
 
 from . import wire
 from .checking import Violation, service_events
+from .facts import LOOK_INTERVAL
 from .text import quoted, shortened
 
 _CANNOT_OPEN = "service not work,  restart zuv service."
@@ -105,9 +106,14 @@ def _delivered_before_region(run):
 
 
 def _is_older(shown, event):
-    """Whether the region shows another event, from before `event` by the order of the bus."""
-    is_same = shown.event.key == event.event.key or _is_twin(shown, event)
-    return not is_same and (shown.arrival(None) or shown.t) < (event.arrival(None) or event.t)
+    """Whether the region shows another event, which certainly was sent before `event`."""
+    if shown.event.key == event.event.key or _is_twin(shown, event):
+        return False
+    arrival = event.arrival(None) or event.t
+    if shown.arrival(None) is not None:
+        return shown.arrival(None) < arrival
+    # One that the bus did not bring has no place among those that it did: it may have been sent just before it was seen.
+    return shown.t < (event.request.t if event.request else arrival - LOOK_INTERVAL)
 
 
 def _asked(event):

@@ -68,6 +68,17 @@ class NoViolation(unittest.TestCase):
         self.assertEqual(broken(builder.deliver(event("started", "ses-x", "obj-2", url=URL)).end()), set())
 
 
+    def test_of_an_event_that_the_region_replaced_before_the_bus_had_brought_it(self):
+        builder = synchronous().publish(command("inspect", "ses-0")).publish(command("stop", "ses-1", OBJECT)).after(3)
+        builder.region(region_text(event("stopped", "ses-1"))).deliver(event("status", "ses-0", "", kind=""))
+        self.assertEqual(broken(builder.deliver(event("stopped", "ses-1")).end()), set())
+
+    def test_of_an_event_beside_one_that_only_the_region_has(self):
+        builder = synchronous().publish(command("inspect", "ses-0"))
+        start(builder).region(region_text(started())).deliver(event("status", "ses-0", "", kind=""))
+        self.assertEqual(broken(builder.after(100).add("end")) - {"on-bus"}, set())
+
+
 class Violation(unittest.TestCase):
     def assert_breaks(self, identifier, builder):
         self.assertEqual(broken(builder), {identifier})
