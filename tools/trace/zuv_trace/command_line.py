@@ -67,21 +67,21 @@ def _add_show(commands):
     add("--session", action="append", default=[], metavar="ID", help="Only what names this session; may be repeated")
     add("--kind", action="append", default=[], metavar="KIND", choices=sorted(recording.KINDS),
         help="Only records of this kind, such as publish, deliver or log; may be repeated")
-    add("--level", choices=show.LEVELS, default="", help="Only lines of the logs up to this level")
+    add("--level", metavar="LEVEL", choices=show.LEVELS, default="", help=f"Only lines of the logs up to this level: {', '.join(show.LEVELS)}")
 
 
 def _add_report(commands):
     command = _add(commands, "report", _report, "Write the whole run as one page for a browser, or its ledger as text")
     way = command.add_mutually_exclusive_group(required=True)
-    way.add_argument("-o", "--output", metavar="PAGE", help="The HTML file to write")
+    way.add_argument("-o", dest="output", metavar="PAGE", help="The HTML file to write")
     way.add_argument("--text", action="store_true", help="Print the ledger: what became of every command, latencies, "
                      "and time lost")
 
 
 def _add_export(commands):
     command = _add(commands, "export", _export, "Write the recording for other programs, to standard output")
-    command.add_argument("--format", required=True, choices=("chrome", "recording"), help="For Perfetto and "
-                         "chrome://tracing, or as a recording, the one before it included")
+    command.add_argument("--format", metavar="FORMAT", required=True, choices=("chrome", "recording"),
+                         help="chrome, for Perfetto and chrome://tracing; or recording, in the order of time")
 
 
 def _add_check(commands):

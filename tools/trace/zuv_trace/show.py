@@ -35,6 +35,12 @@ class Filter:
         return any(wanted in words or (spoken and wanted in spoken) for wanted in (*self.objects, *self.sessions))
 
 
+def _failed(record):
+    """Whether an operation of the bus failed. One that was left by an exception has no result."""
+    result = record.get("r", -1)
+    return not isinstance(result, int) or result < 0
+
+
 def _level(record):
     """Of a line of a log; that of a milestone for everything else."""
     level = record.get("level", 1) if record.k in ("log", "line") else 1
@@ -106,14 +112,14 @@ class Description:
         return "dim", f"connection {record.c} ends"
 
     def _initialize(self, record, _):
-        return ("failure", f"no bus: {record.r}") if record.r < 0 else ("dim", "connected")
+        return ("failure", "no bus") if _failed(record) else ("dim", "connected")
 
     def _startService(self, record, _):
-        return "life", f"asks for a start of the service: {record.r}, {milliseconds(record.d)}"
+        return "life", f"asks for a start of the service{': failed' if _failed(record) else ''}, {milliseconds(record.d)}"
 
     def _publish(self, record, joined):
         if isinstance(joined, facts.Request):
-            return "command", "-> " + command_words(joined) + (" NOT SENT" if record.r < 0 else "")
+            return "command", "-> " + command_words(joined) + (" NOT SENT" if _failed(record) else "")
         return "dim", f"-> {quoted(record.topic)} {list_words(record.values)}"
 
     def _read(self, record, _):
