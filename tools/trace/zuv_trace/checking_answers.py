@@ -72,8 +72,8 @@ def truthful_code(run):
             effects += [each for each in news if each.event.object == request.command.object
                         and request.command.medium == wire.MAIN_VIDEO and failure.t < each.t <= until]
             if effects:
-                yield Violation(failure.t, f"{_named(request)} was answered with {quoted(failure.event.code)}, and took "
-                                "effect", (failure, *effects), (request,))
+                yield Violation(failure.t, f"{_named(request)} was answered with {quoted(failure.event.code)}, and "
+                                "took effect", (failure, *effects), (request,))
 
 
 def _by_medium(run):

@@ -46,8 +46,8 @@ def known_object(run):
     known |= {request.command.object for request in run.requests}
     for event in service_events(run):
         if event.event.is_news and event.event.object and event.event.object not in known:
-            yield Violation(event.t, f"{quoted(event.event.name)} of {quoted(event.event.object)}, which nobody created",
-                            (event,))
+            yield Violation(event.t, f"{quoted(event.event.name)} of {quoted(event.event.object)}, which nobody "
+                            "created", (event,))
 
 
 def definitions_after_answer(run):

@@ -112,7 +112,7 @@ def _is_older(shown, event):
     arrival = event.arrival(None) or event.t
     if shown.arrival(None) is not None:
         return shown.arrival(None) < arrival
-    # One that the bus did not bring has no place among those that it did: it may have been sent just before it was seen.
+    # One that the bus did not bring has no place among the others: it may have been sent just before it was seen.
     return shown.t < (event.request.t if event.request else arrival - LOOK_INTERVAL)
 
 

@@ -38,9 +38,10 @@ def _failed(program, reason):
 
 
 def _parser(program):
-    parser = argparse.ArgumentParser(prog=program, description="Shows what a recording of the media proxy client holds.",
-                                     epilog="Exits with 0; check with 1 if it finds violations; with 2 when the command "
-                                     "line is wrong or a file cannot be read or written.")
+    parser = argparse.ArgumentParser(
+        prog=program, description="Shows what a recording of the media proxy client holds.",
+        epilog="Exits with 0; check with 1 if it finds violations; with 2 when the command line is wrong or a file "
+        "cannot be read or written.")
     parser.add_argument("--version", action="version", version=f"{program} {VERSION}",
                         help="Print the version and exit")
     commands = parser.add_subparsers(metavar="COMMAND", required=True)
@@ -67,7 +68,8 @@ def _add_show(commands):
     add("--session", action="append", default=[], metavar="ID", help="Only what names this session; may be repeated")
     add("--kind", action="append", default=[], metavar="KIND", choices=sorted(recording.KINDS),
         help="Only records of this kind, such as publish, deliver or log; may be repeated")
-    add("--level", metavar="LEVEL", choices=show.LEVELS, default="", help=f"Only lines of the logs up to this level: {', '.join(show.LEVELS)}")
+    add("--level", metavar="LEVEL", choices=show.LEVELS, default="",
+        help=f"Only lines of the logs up to this level: {', '.join(show.LEVELS)}")
 
 
 def _add_report(commands):

@@ -1,12 +1,12 @@
-"""What a run consists of: processes, requests, events, deliveries, callbacks, looks at the region. Times are those of the
-records, in nanoseconds."""
+"""What a run consists of: processes, requests, events, deliveries, callbacks, looks at the region. Times are those of
+the records, in nanoseconds."""
 
 import dataclasses
 
 from . import wire
 
 MILLISECOND = 1_000_000
-# A synchronous request looks at the region at once and after each of its sleeps; the look after the last does not count.
+# A synchronous request looks at the region at once and after each sleep; the look after the last does not count.
 LOOK_INTERVAL = 50 * MILLISECOND
 SYNCHRONOUS_LIMIT = 250 * MILLISECOND
 CREATION_LIMIT = 200 * MILLISECOND
@@ -50,6 +50,7 @@ class Request:
     is_published: bool = False
     on_bus: int | None = None
     timed_out: int | None = None
+    followed: int | None = None  # when its thread published the next command
     answers: list = dataclasses.field(default_factory=list)
 
     @property

@@ -21,6 +21,8 @@ class Joiner:
         request.t, request.record, request.process = record.t, record, process
         since = process.synchronous_since
         request.synchronous = since is not None and since <= record.t
+        if (before := self.latest_of_thread(record)) is not None:
+            before.followed = record.t
         self._latest_of_thread[(record.p, record.th)] = request
         return request
 

@@ -60,11 +60,11 @@ class Ledger:
         return rows
 
     def lost_to_polling(self):
-        """Nanoseconds in which synchronous requests waited although the bus had brought their answers, or for nothing."""
+        """Nanoseconds in which synchronous requests waited for nothing, or after the bus had brought their answers."""
         return sum(_lost(entry) for entry in self.entries if entry.request.synchronous)
 
     def lost_to_restarts(self):
-        """Nanoseconds from each request for a start of the service to its next event, or to the end of the recording."""
+        """Nanoseconds from each request for a start of the service to its next event, or to the end."""
         lost, until = 0, 0
         for start in self.run.service_starts:
             begin = max(start.t, until)
@@ -155,13 +155,21 @@ def _since(begin, moments):
 
 
 def _lost(entry):
-    """The client looks when it begins to wait, and then every 50 ms."""
     request = entry.request
     if request.timed_out is not None:
         return request.timed_out - request.t
+    end = end_of_wait(request)
     arrived = entry.by_region if entry.over_bus is None else entry.over_bus
-    if entry.by_region is None or arrived is None:
-        return 0
-    found = min(SYNCHRONOUS_LIMIT, math.ceil(entry.by_region / LOOK_INTERVAL) * LOOK_INTERVAL)
-    return max(0, found - arrived)
+    return 0 if end is None or arrived is None else max(0, end - request.t - arrived)
 
+
+def end_of_wait(request):
+    """When a synchronous request found its answer in the region, or gave up; None if nothing shows it. It looks when it
+    begins to wait, and then every 50 ms."""
+    if request.timed_out is not None or not request.synchronous:
+        return request.timed_out
+    seen = _since(request.t, [answer.event.seen_in_region(request.process) for answer in request.answers])
+    if seen is None:
+        return None
+    end = request.t + min(SYNCHRONOUS_LIMIT, math.ceil(seen / LOOK_INTERVAL) * LOOK_INTERVAL)
+    return end if request.followed is None else min(end, request.followed)

@@ -1,7 +1,7 @@
 """A run as it was: the records of all processes joined to requests and answers, events, callbacks and lives."""
 
 from . import wire
-from .facts import Callback, Delivery, Look, Process, Request, ServiceEvent, ServiceLife
+from .facts import Callback, Delivery, Look, Process, ServiceLife
 from .joining import Joiner
 from .states import ObjectStates
 

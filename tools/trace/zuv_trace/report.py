@@ -76,9 +76,8 @@ def _violation(run, violation):
     times = f" ({violation.times} times)" if violation.times > 1 else ""
     yield (f'<div class="violation"><strong>{safe(rule.identifier)}</strong> at '
            f"{text.seconds(violation.t - run.began)} s: {markup(violation.words)}{times}<dl>")
-    seen = "; ".join(outcome.seen_by_application(run, violation))
-    for title, words in (("rule", rule.text), ("reason", rule.reason), ("consequence", rule.consequence),
-                         ("seen", seen)):
+    seen = [("seen", words) for words in outcome.seen_by_application(run, violation)]
+    for title, words in (("rule", rule.text), ("reason", rule.reason), ("consequence", rule.consequence), *seen):
         yield f"<dt>{title}</dt><dd>{markup(words)}</dd>"
     links = " ".join(_link(record) for record in violation.evidence[:8])
     yield f"<dt>evidence</dt><dd>{links}</dd></dl></div>"
@@ -90,9 +89,10 @@ def _link(record):
 
 def _timeline(timeline):
     yield '<section id="timeline"><h2>Timeline</h2>'
-    yield ('<p class="soft">Pauses are shortened. An arrow to the service is a command, one from it an event; bars are '
-           "states and callbacks, filled ones with the proxy's mutex held; dots are the region, when it was seen to have "
-           "changed. Each leads to its line in the log; the arrow keys go from one to the next.</p>")
+    yield ('<p class="soft">Pauses are shortened. An arrow to the service is a command, one from it an event. Bars are '
+           "states, polls of the region and callbacks, filled ones with the proxy's mutex held. Dots are the region, "
+           "when it was seen to have changed. Each leads to its line in the log; the arrow keys go from one to the "
+           "next.</p>")
     if timeline.left_out:
         yield f"<p>The last {timeline.left_out} are left out here.</p>"
     yield '<div class="scroll">'

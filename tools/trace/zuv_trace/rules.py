@@ -19,11 +19,11 @@ class Rule:
 RULES = (
     Rule("eleven-entries", "An event is a list of 11 strings; an entry that says nothing is empty.",
          "The client reads entries by position, and one that is missing as empty.",
-         "What is missing counts as empty: without an object the event reaches no proxy, without a kind it concerns the "
-         "main video.",
+         "What is missing counts as empty: without an object the event reaches no proxy, without a kind it concerns "
+         "the main video.",
          checking_events.eleven_entries),
-    Rule("event-name", "An event is named `created`, `started`, `stopped`, `seeked`, `status` or `definition`, in lower "
-         "case; `unknown` refuses an invalid command.",
+    Rule("event-name", "An event is named `created`, `started`, `stopped`, `seeked`, `status` or `definition`, in "
+         "lower case; `unknown` refuses an invalid command.",
          "The client compares the whole name.",
          "The event is dropped.",
          checking_events.event_name),
@@ -36,7 +36,7 @@ RULES = (
          "The client waits for that name, and acts by it.",
          "A synchronous request times out, and the proxy does not change.",
          checking_answers.answer_name),
-    Rule("object-named", "An answer names the object of its command, entry 3; a successful `created` names the new one.",
+    Rule("object-named", "An answer names the object of its command, entry 3; a successful `created`, the new one.",
          "Events are given to proxies by the object alone.",
          "No callback: the event is dropped, or another proxy takes it.",
          checking_answers.object_named),
@@ -71,14 +71,15 @@ RULES = (
          checking_answers.in_time),
     Rule("in-order", "Commands to one object are answered in the order in which they were sent.",
          "A proxy goes by its state, not by sessions.",
-         "After a stop, the answer to the start before it makes the state Started, with a local URL that is not served.",
+         "After a stop, the answer to the start before it makes the state Started, with a local URL that is not "
+         "served.",
          checking_answers.in_order),
     Rule("object-per-session", "Every creation makes an object of its own; one that repeats a session gets the same.",
          "A synchronous creation sends its command twice.",
          "Two proxies share an object, or an object stays that nobody uses.",
          checking_answers.object_per_session),
-    Rule("asked-for", "`created`, `started`, `stopped`, `seeked` and `status` come as answers only, with the session of "
-         "a command.",
+    Rule("asked-for", "`created`, `started`, `stopped`, `seeked` and `status` come as answers only, with the session "
+         "of a command.",
          "The client acts on them whoever has asked: a `created` or `status` wakes whatever waits.",
          "A second callback for an advertisement; a creation that is woken gets the object of an earlier one.",
          checking_events.asked_for),
@@ -86,8 +87,8 @@ RULES = (
          "The client finds no proxy for another one.",
          "The event is dropped, with a line in the log.",
          checking_events.known_object),
-    Rule("definitions-after-answer", "`definition` comes no sooner than 400 ms after the answer to its start, or 100 ms "
-         "after one that came too late for a synchronous request.",
+    Rule("definitions-after-answer", "`definition` comes no sooner than 400 ms after the answer to its start, or 100 "
+         "ms after one that came too late for a synchronous request.",
          "A synchronous request looks for its answer for 250 ms.",
          "A synchronous request times out; the callback `definitions` comes before `url`.",
          checking_events.definitions_after_answer),

@@ -115,7 +115,8 @@ class Description:
         return ("failure", "no bus") if _failed(record) else ("dim", "connected")
 
     def _startService(self, record, _):
-        return "life", f"asks for a start of the service{': failed' if _failed(record) else ''}, {milliseconds(record.d)}"
+        failed = ": failed" if _failed(record) else ""
+        return "life", f"asks for a start of the service{failed}, {milliseconds(record.d)}"
 
     def _publish(self, record, joined):
         if isinstance(joined, facts.Request):

@@ -1,5 +1,5 @@
-"""The states of each proxy, as its application would read them: Idle, Starting and Started, of the main video and of the
-advertisement. An advertisement never is Started: its start makes the main video's state Started."""
+"""The states of each proxy, as its application would read them: Idle, Starting and Started, of the main video and of
+the advertisement. An advertisement never is Started: its start makes the main video's state Started."""
 
 import dataclasses
 

@@ -1,10 +1,11 @@
-"""A run as a picture: an SVG with a lane for the service, one for each thread, the region, and the states of objects."""
+"""A run as a picture: an SVG with a lane for the service, each thread and the region, and the states of objects."""
 
 import dataclasses
 import html
 
 from . import states, text, wire
 from .facts import MILLISECOND
+from .ledger import end_of_wait
 from .show import command_words, list_words
 from .text import milliseconds
 
@@ -17,7 +18,7 @@ class Scale:
     """Places moments from left to right. Pauses are shortened: what happens within milliseconds stays readable."""
 
     NEAR = 10 * MILLISECOND
-    NEAR_PIXELS, FAR_PIXELS = 8.0, 0.3  # for a millisecond up to NEAR, and beyond
+    NEAR_PIXELS, FAR_PIXELS = 16.0, 0.2  # for a millisecond up to NEAR, and beyond
 
     def __init__(self, moments):
         self._moments = sorted(set(moments)) or [0]
@@ -72,6 +73,7 @@ class Timeline:
             self.left_out = len(self.items) - LIMIT
             self.items = self.items[:LIMIT]
         self._add_lives()
+        self._add_waits()
         self._add_states()
 
     def svg(self):
@@ -148,13 +150,21 @@ class Timeline:
         for life in self._run.service_lives:
             self._bars.append((0, life.began, life.ended or self._run.ended, "alive", "the service is on the bus"))
 
+    def _add_waits(self):
+        """The polls of synchronous requests."""
+        for request in self._run.requests:
+            end = end_of_wait(request)
+            if request.process is not None and end is not None:
+                words = f"polls the region for {milliseconds(end - request.t)}"
+                self._bars.append((self._lane_of(request.record), request.t, end, "wait", words))
+
     def _add_states(self):
         for proxy in self._run.states.proxies:
             for medium, name in ((wire.MAIN_VIDEO, "main video"), (wire.ADVERTISEMENT, "advertisement")):
                 history = proxy.histories[medium]
                 if not history and medium == wire.ADVERTISEMENT:
                     continue
-                lane = self._lane(f"{text.shortened(proxy.object, 12)} {name}")
+                lane = self._lane(f"{proxy.object[:12]} {name}")
                 begins = [(proxy.first, states.IDLE), *history]
                 ends = [t for t, _ in begins[1:]] + [self._run.ended]
                 for (begin, state), end in zip(begins, ends):
@@ -164,19 +174,22 @@ class Timeline:
 
     def _ticks(self, scale, height):
         for moment, place in scale.ticks():
+            words = text.seconds(moment - self._run.began)[:-3]
             yield (f'<g class="tick"><line x1="{place:.1f}" y1="0" x2="{place:.1f}" y2="{height}" />'
-                   f'<text x="{place + 3:.1f}" y="{height - 4}">{text.seconds(moment - self._run.began)[:-3]}</text></g>')
+                   f'<text x="{place + 3:.1f}" y="{height - 4}">{words}</text></g>')
 
     def _lane_lines(self, width):
         for name, lane in self._lanes.items():
             y = _y(lane)
             yield (f'<g class="lane"><line x1="{MARGIN}" y1="{y}" x2="{width:.0f}" y2="{y}" />'
-                   f'<text x="4" y="{y + 4}">{safe(text.shortened(name, 40))}</text></g>')
+                   f'<text x="4" y="{y + 4}">{safe(name[:34])}</text></g>')
 
     @staticmethod
     def _bar(scale, lane, begin, end, style, words):
         x, width = scale.place(begin), max(1.0, scale.place(end) - scale.place(begin))
-        label = f'<text x="{x + 4:.1f}" y="{_y(lane) + 4}">{markup(words)}</text>' if width > 60 else ""
+        label = ""
+        if width > 60 and style != "wait":
+            label = f'<text x="{x + 4:.1f}" y="{_y(lane) + 4}">{markup(words)}</text>'
         return (f'<g class="{style}"><title>{markup(words)}</title><rect x="{x:.1f}" y="{_y(lane) - 9}" '
                 f'width="{width:.1f}" height="18" />{label}</g>')
 

@@ -99,7 +99,8 @@ class CommandLine(ProgramTest):
         builder = synchronous().publish(command("start", "ses-1", OBJECT)).after(3)
         builder.deliver(event("started", "ses-1", url="u")).after(250).timeout().end()
         checked = self.run_with("check", self.recording(builder), status=1).stdout
-        for words in ("in-region: the answer to start [ses-1] is on the bus", "consequence  A synchronous request times",
+        for words in ("in-region: the answer to start [ses-1] is on the bus",
+                      "consequence  A synchronous request times",
                       "seen         the call gave up after 253.100 ms", "evidence     0.", "1 violation of 1 rule"):
             self.assertIn(words, checked)
 
@@ -138,15 +139,16 @@ class Damaged(ProgramTest):
             lines = list(map(json.loads, [*played().lines, *synchronous().lines]))
             for _ in range(12):
                 line = chance.choice(lines)
-                line[chance.choice([name for name in line if name != "version"])] = json.loads(chance.choice(words) or "0")
+                name = chance.choice([name for name in line if name != "version"])
+                line[name] = json.loads(chance.choice(words) or "0")
             chance.shuffle(lines)
             recording = self.folder / "run.jsonl"
             recording.write_text("\n".join(json.dumps(line) for line in lines), encoding="utf-8")
             self.read_in_every_way(recording)
 
     def read_in_every_way(self, recording):
-        for arguments in (("show",), ("report", "--text"), ("report", "-o", self.folder / "page"),
-                          ("export", "--format", "chrome"), ("export", "--format", "recording", "--redact"), ("check",)):
+        for arguments in (("show",), ("report", "--text"), ("report", "-o", self.folder / "page"), ("check",),
+                          ("export", "--format", "chrome"), ("export", "--format", "recording", "--redact")):
             result = subprocess.run([PROGRAM, *arguments, recording], capture_output=True, text=True, timeout=60,
                                     check=False)
             self.assertNotIn("Traceback", result.stderr)

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""How a recording is read: torn and foreign lines, the file before, bytes that are not UTF-8, and while it is written."""
+"""How a recording is read: torn lines, the file before, bytes that are not UTF-8, and while it is written."""
 
 import json
 import os
@@ -53,8 +53,8 @@ class Read(Files):
     def test_counts_what_is_no_record(self):
         for line in ("[]", "1", "{}", "x", '{"t":"1","p":1,"th":1,"k":"end"}', '{"t":true,"p":1,"th":1,"k":"end"}',
                      '{"t":1,"p":1,"th":1,"k":"deliver","c":1,"values":[1]}', '{"t":1,"p":1,"th":1,"k":"log"}',
-                     '{"t":1,"p":1,"th":1,"k":"exit","pid":1,"signal":"9"}', '{"t":1' + "0" * 30 + ',"p":1,"th":1,"k":"end"}',
-                     "[" * 100000):
+                     '{"t":1,"p":1,"th":1,"k":"exit","pid":1,"signal":"9"}',
+                     '{"t":1' + "0" * 30 + ',"p":1,"th":1,"k":"end"}', "[" * 100000):
             self.assertEqual(self.read(BEGIN + line + "\n").damaged, 1, line)
 
     def test_passes_over_kinds_that_it_does_not_know(self):

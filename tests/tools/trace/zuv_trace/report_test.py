@@ -42,7 +42,8 @@ def hostile():
     builder.add("begin", version=1, wall=0, program=HOSTILE, args=[HOSTILE], role="application")
     values = [HOSTILE] * 11
     builder.publish(values).after(1).deliver(values, [(HOSTILE, HOSTILE, HOSTILE, HOSTILE)])
-    builder.publish(command("start", HOSTILE, HOSTILE)).after(1).deliver(event("started", HOSTILE, HOSTILE, url=HOSTILE))
+    builder.publish(command("start", HOSTILE, HOSTILE)).after(1)
+    builder.deliver(event("started", HOSTILE, HOSTILE, url=HOSTILE))
     builder.region(HOSTILE, HOSTILE).region(region_text(values)).add("log", text=HOSTILE)
     return builder.add("call", name=HOSTILE, args=[HOSTILE], r=HOSTILE, d=1)
 
@@ -169,7 +170,8 @@ document.title = `${second} ${row} ${document.querySelectorAll("#log tr").length
             result = subprocess.run(
                 ["chromium", "--headless=new", "--no-sandbox", "--disable-gpu", f"--user-data-dir={folder}/profile",
                  "--no-first-run", "--host-resolver-rules=MAP * ~NOTFOUND", "--disable-background-networking",
-                 "--disable-component-update", "--disable-sync", "--enable-logging=stderr", "--dump-dom", file.as_uri()],
+                 "--disable-component-update", "--disable-sync", "--enable-logging=stderr", "--dump-dom",
+                 file.as_uri()],
                 env={"HOME": folder, "PATH": "/usr/bin:/bin", "DBUS_SESSION_BUS_ADDRESS": "disabled:"},
                 capture_output=True, text=True, timeout=100, check=True)
         return result.stdout, [line for line in result.stderr.splitlines() if "CONSOLE" in line]

@@ -1,10 +1,12 @@
 #!/usr/bin/python3
 """Each rule: a run that breaks it, and that alone; and runs that break none."""
 
+import pathlib
 import sys
 import unittest
 
 from recordings import APPLICATION_THREAD, OBJECT, Builder, command, event, played, region_text, synchronous
+from scenario_rules import BROKEN_RULES
 from zuv_trace import checking, rules, wire
 
 URL = "http://127.0.0.1:1/clip"
@@ -224,6 +226,13 @@ class Table(unittest.TestCase):
         tested = " ".join(name.replace("_", "-") for name in vars(Violation))
         for rule in rules.RULES:
             self.assertIn(rule.identifier, tested)
+
+    def test_says_of_every_scenario_which_rules_it_breaks(self):
+        scenarios = pathlib.Path(__file__).parents[4] / "desktop" / "scenarios"
+        self.assertEqual(set(BROKEN_RULES), {file.stem for file in scenarios.glob("*.json")})
+        known = {rule.identifier for rule in rules.RULES}
+        for asynchronous, synchronous_mode, _ in BROKEN_RULES.values():
+            self.assertLessEqual({*asynchronous, *synchronous_mode}, known)
 
     def test_says_everything_of_every_rule(self):
         for rule in rules.RULES:

@@ -9,12 +9,12 @@ import sys
 import tempfile
 import unittest
 
-import recordings  # noqa: F401, finds the package
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(pathlib.Path(__file__).parents[4] / "tools" / "trace"))
+
 import scenario_run
 from scenario_rules import BROKEN_RULES
 from zuv_trace import recording, verdict
-
-SCENARIOS = pathlib.Path(__file__).parents[4] / "desktop" / "scenarios"
 
 
 class Scenario(unittest.TestCase):
