@@ -90,6 +90,20 @@ TEST_F(Recorder, OutlivesAConnectionThatEndsInItsCallback) {
                          "connect2 deliver2:another delivered2 publish2:another=3 disconnect2");
 }
 
+TEST_F(Recorder, LetsAConstructorFail) {
+    recordUse("failingConstructor");
+
+    EXPECT_EQ(inShort(), "connect2 deliver2:works delivered2 publish2:works=3 disconnect2");
+}
+
+TEST_F(Recorder, KnowsAConnectionWhileItEnds) {
+    recordUse("useWhileItEnds");
+
+    EXPECT_EQ(inShort(), "connect1 disconnect1 deliver1:at the end connect2 deliver1:by the first delivered1 "
+                         "publish1:by the first=3 deliver2:by the other delivered2 publish2:by the other=3 "
+                         "delivered1 disconnect2");
+}
+
 TEST_F(Recorder, GivesNoClientWhereThereWasNone) {
     recordUse("withoutClient");
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <functional>
 #include <iostream>
 #include <map>
@@ -80,6 +81,35 @@ void exception() {
     }
 }
 
+void failingConstructor() {
+    Client client;
+    setenv("TRACED_PLATFORM_FAILS", "", 1);
+    try {
+        const ZUVModelAccess access(&client);
+    } catch (const std::runtime_error& error) {
+        std::cout << error.what() << '\n';
+    }
+    ZUVModelAccess(&client).publish("topic", {"works"});
+}
+
+void useWhileItEnds() {
+    Client first;
+    Client other;
+    setenv("TRACED_PLATFORM_ENDS_LATE", "", 1);
+    auto access = std::make_unique<ZUVModelAccess>(&first);
+    std::unique_ptr<ZUVModelAccess> another;
+    ZUVModelAccess* const ending = access.get();
+    first.whenEvent = [&](Texts& event) {
+        if (event.front() != "at the end")
+            return;
+        another = std::make_unique<ZUVModelAccess>(&other);
+        ending->publish("topic", {"by the first"});
+        another->publish("topic", {"by the other"});
+    };
+    access.reset();
+    unsetenv("TRACED_PLATFORM_ENDS_LATE");
+}
+
 void endInCallback() {
     Client client;
     std::unique_ptr<ZUVModelAccess> access = std::make_unique<ZUVModelAccess>(&client);
@@ -107,12 +137,14 @@ void forked() {
 } // namespace
 
 int main(int, char** arguments) {
-    const std::map<std::string, void (*)()> uses = {{"everyOperation", everyOperation},
-                                                    {"twoConnections", twoConnections},
-                                                    {"nested", nested},
+    const std::map<std::string, void (*)()> uses = {{"endInCallback", endInCallback},
+                                                    {"everyOperation", everyOperation},
                                                     {"exception", exception},
-                                                    {"endInCallback", endInCallback},
-                                                    {"withoutClient", withoutClient},
-                                                    {"forked", forked}};
+                                                    {"failingConstructor", failingConstructor},
+                                                    {"forked", forked},
+                                                    {"nested", nested},
+                                                    {"twoConnections", twoConnections},
+                                                    {"useWhileItEnds", useWhileItEnds},
+                                                    {"withoutClient", withoutClient}};
     uses.at(arguments[1])();
 }

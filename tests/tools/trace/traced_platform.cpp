@@ -3,7 +3,9 @@
 #include "zuv_model_access.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 namespace velmora {
 
@@ -14,10 +16,18 @@ struct ZUVModelAccess::Impl {
 };
 
 ZUVModelAccess::ZUVModelAccess(ZUVModelAccessClient* client) : m_impl(std::make_unique<Impl>()) {
+    static bool isFirst = true;
     m_impl->client = client;
+    if (std::exchange(isFirst, false) && std::getenv("TRACED_PLATFORM_FAILS") != nullptr)
+        throw std::runtime_error("from the constructor");
 }
 
-ZUVModelAccess::~ZUVModelAccess() = default;
+// The last event, as of a callback in progress.
+ZUVModelAccess::~ZUVModelAccess() {
+    std::vector<std::string> last = {"at the end"};
+    if (m_impl->client != nullptr && std::getenv("TRACED_PLATFORM_ENDS_LATE") != nullptr)
+        m_impl->client->onZUVEvent(last);
+}
 
 int ZUVModelAccess::initialize() {
     return -ENOTCONN;

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <memory>
-#include <new>
 #include <string>
 #include <utility>
 
@@ -124,17 +123,13 @@ private:
     Manager& m_client;
 };
 
-/// There is one manager in a process, and so one that records; another one is returned as it is.
+/// What the application gets in place of the client's manager, of which there is one in a process.
 Manager* recorded(Manager* client) {
-    static std::atomic<RecordingManager*> manager{nullptr};
-    static std::atomic<Manager*> known{nullptr};
-    if (client == nullptr || client == manager.load())
-        return client;
-    Manager* nobody = nullptr;
-    if (known.compare_exchange_strong(nobody, client))
-        manager.store(new (std::nothrow) RecordingManager(*client));
-    RecordingManager* const recording = manager.load();
-    return known.load() == client && recording != nullptr ? recording : client;
+    if (client == nullptr)
+        return nullptr;
+    static Manager* const first = client;
+    static RecordingManager manager(*first);
+    return client == first ? &manager : client;
 }
 
 } // namespace

@@ -71,38 +71,44 @@ private:
     uint64_t m_begin;
 };
 
-/// Stands between a connection and its client. Kept when the connection has ended, for the next one: a client may
-/// destroy its connection while this calls it.
+/// Stands between a connection and its client. Never destroyed: a client may destroy its connection while this calls
+/// it, and there are few connections in a process.
 class Connection final : public ZUVModelAccessClient {
 public:
-    /// Of the connection that is constructed at this address.
-    static ZUVModelAccessClient* begin(const void* access, ZUVModelAccessClient* client) {
-        Connection* const connection = unused(access);
-        if (connection == nullptr)
-            return client;
-        connection->m_number = ++s_count;
-        connection->m_client = client;
-        return client == nullptr ? nullptr : connection;
+    /// Adds a connection, which is about to be constructed at this address. @return null when there is no memory.
+    static Connection* add(const void* access, ZUVModelAccessClient* client) {
+        auto* const added = new (std::nothrow) Connection(access, client);
+        if (added == nullptr)
+            return nullptr;
+        added->m_next = s_newest.load();
+        while (!s_newest.compare_exchange_weak(added->m_next, added)) {
+        }
+        return added;
     }
 
-    /// Records that a connection is destroyed, once for each.
-    static void end(const void* access) {
-        Connection* const connection = find(access);
-        if (connection == nullptr)
-            return;
-        writeEvent("disconnect", connection->m_number);
-        connection->m_access.store(nullptr);
+    /// The latest connection at this address, or null.
+    static Connection* find(const void* access) {
+        Connection* connection = s_newest.load();
+        while (connection != nullptr && connection->m_access != access)
+            connection = connection->m_next;
+        return connection;
     }
 
-    static void forget(const void* access) {
-        if (Connection* const connection = find(access))
-            connection->m_access.store(nullptr);
-    }
-
-    /// The number of the connection at this address; 0 when it is not known.
+    /// 0 when the connection is not known.
     static int numberOf(const void* access) {
         const Connection* const connection = find(access);
         return connection == nullptr ? 0 : connection->m_number;
+    }
+
+    /// What the connection takes for its client.
+    ZUVModelAccessClient* client() { return m_client == nullptr ? nullptr : this; }
+
+    void recordBegin() const { writeEvent("connect", m_number); }
+
+    /// Once, although a destructor may call another.
+    void recordEnd() {
+        if (!m_isEnding.exchange(true))
+            writeEvent("disconnect", m_number);
     }
 
     void onModelAccessStateChanged() override {
@@ -110,7 +116,6 @@ public:
         m_client->onModelAccessStateChanged();
     }
 
-    // Uses no member after the call, in which the connection may end.
     void onZUVEvent(Texts& params) override {
         lookAtRegion("deliver");
         const Delivery delivery(m_number, params);
@@ -118,48 +123,31 @@ public:
     }
 
 private:
-    static Connection* find(const void* access) {
-        Connection* connection = s_first.load(std::memory_order_acquire);
-        while (connection != nullptr && connection->m_access.load(std::memory_order_acquire) != access)
-            connection = connection->m_next;
-        return connection;
-    }
+    Connection(const void* access, ZUVModelAccessClient* client)
+        : m_access(access), m_client(client), m_number(++s_count) {}
 
-    static Connection* unused(const void* access) {
-        for (Connection* kept = s_first.load(std::memory_order_acquire); kept != nullptr; kept = kept->m_next) {
-            const void* nobody = nullptr;
-            if (kept->m_access.compare_exchange_strong(nobody, access))
-                return kept;
-        }
-        auto* const added = new (std::nothrow) Connection;
-        if (added == nullptr)
-            return nullptr;
-        added->m_access.store(access);
-        added->m_next = s_first.load();
-        while (!s_first.compare_exchange_weak(added->m_next, added)) {
-        }
-        return added;
-    }
-
-    static inline constinit std::atomic<Connection*> s_first{nullptr};
+    static inline constinit std::atomic<Connection*> s_newest{nullptr};
     static inline constinit std::atomic<int> s_count{0};
 
-    std::atomic<const void*> m_access{nullptr};
-    int m_number = 0;
-    ZUVModelAccessClient* m_client = nullptr;
+    const void* const m_access;
+    ZUVModelAccessClient* const m_client;
+    const int m_number;
+    std::atomic<bool> m_isEnding{false};
     Connection* m_next = nullptr;
 };
 
-void* constructBy(Construct& original, void* access, ZUVModelAccessClient* client) {
-    ZUVModelAccessClient* const between = Connection::begin(access, client);
-    try {
-        void* const result = original(access, between);
-        writeEvent("connect", Connection::numberOf(access));
-        return result;
-    } catch (...) {
-        Connection::forget(access);
-        throw;
-    }
+void* constructAndRecord(Replaced<Construct>& constructor, void* access, ZUVModelAccessClient* client) {
+    Connection* const connection = Connection::add(access, client);
+    if (connection == nullptr)
+        return constructor.original()(access, client);
+    void* const result = constructor.original()(access, connection->client());
+    connection->recordBegin();
+    return result;
+}
+
+void recordEnd(const void* access) {
+    if (Connection* const connection = Connection::find(access))
+        connection->recordEnd();
 }
 
 int callAndRecord(const char* kind, Replaced<int(void*)>& operation, void* access) {
@@ -174,29 +162,29 @@ int callAndRecord(const char* kind, Replaced<int(void*)>& operation, void* acces
 
 void* constructConnection(void*, ZUVModelAccessClient*) ZUV_REPLACES(ZUV_CONSTRUCT);
 void* constructConnection(void* access, ZUVModelAccessClient* client) {
-    return constructBy(*construct.original(), access, client);
+    return constructAndRecord(construct, access, client);
 }
 
 void* constructConnectionBase(void*, ZUVModelAccessClient*) ZUV_REPLACES(ZUV_CONSTRUCT_BASE);
 void* constructConnectionBase(void* access, ZUVModelAccessClient* client) {
-    return constructBy(*constructBase.original(), access, client);
+    return constructAndRecord(constructBase, access, client);
 }
 
 void destroyAndFreeConnection(void*) ZUV_REPLACES(ZUV_DESTROY_AND_FREE);
 void destroyAndFreeConnection(void* access) {
-    Connection::end(access);
+    recordEnd(access);
     destroyAndFree.original()(access);
 }
 
 void* destroyConnection(void*) ZUV_REPLACES(ZUV_DESTROY);
 void* destroyConnection(void* access) {
-    Connection::end(access);
+    recordEnd(access);
     return destroy.original()(access);
 }
 
 void* destroyConnectionBase(void*) ZUV_REPLACES(ZUV_DESTROY_BASE);
 void* destroyConnectionBase(void* access) {
-    Connection::end(access);
+    recordEnd(access);
     return destroyBase.original()(access);
 }
 
