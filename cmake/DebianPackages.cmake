@@ -49,11 +49,11 @@ Headers of the client and of the engine kit, documents, and the packages for
 CMake and pkg-config. libzuv_callback_check.so, preloaded into a program,
 finds callbacks that call their own proxy and would hang.")
 
-# GStreamer's plugins and the bus daemon are found by name at run time, so they have to be listed.
+# GStreamer's plugins, the bus daemon and Python, for zuv-trace, are found by name at run time, so they have to be listed.
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_NAME zuv-desktop)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_DEPENDS
-    "dbus-daemon, gstreamer1.0-plugins-base, gstreamer1.0-plugins-good")
+    "dbus-daemon, gstreamer1.0-plugins-base, gstreamer1.0-plugins-good, python3")
 # zuv-make-clip runs gst-launch-1.0. libav and the bad plugins decode H.264 and AAC, and read HLS and DASH.
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_RECOMMENDS "gstreamer1.0-libav, gstreamer1.0-plugins-bad, gstreamer1.0-tools")
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_SUGGESTS
@@ -62,8 +62,8 @@ set(CPACK_COMPONENT_DESKTOP_DEPENDS runtime)
 set(CPACK_COMPONENT_DESKTOP_DESCRIPTION
     "Desktop platform of the media proxy client
 What stands in for the device on a development machine: a launcher that runs
-any command with a bus and a media service around it, two players, and a
-maker of clips. On a session bus, the media service starts when it is first
+any command with a bus and a media service around it, two players, a maker
+of clips, and a reader of recorded runs. On a session bus, the media service starts when it is first
 needed.")
 
 # zuv-player is linked with the desktop platform's library, which is in another of these packages.

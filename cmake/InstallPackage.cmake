@@ -3,8 +3,8 @@
 #                (with ZUV_PLATFORM_DIR the platform's library is not installed: it belongs to the SDK)
 #   development  what building a program needs: headers, the link to the library, the packages for CMake and pkg-config,
 #                documents
-#   desktop      the desktop platform's programs, the examples, the maker of clips, their manual pages, and the link to
-#                the desktop platform's library
+#   desktop      the desktop platform's programs, the recorder of applications, the reader of recordings, the examples,
+#                the maker of clips, their manual pages, and the link to the desktop platform's library
 include(CMakePackageConfigHelpers)
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/zuv_media_proxy)

@@ -1,18 +1,23 @@
 // zuv-desktop: runs a command with the desktop platform around it.
 #include "base/command_line.h"
 #include "bus/topic_message.h"
+#include "launcher/bus_monitor.h"
 #include "launcher/private_bus.h"
+#include "launcher/recording.h"
 #include "launcher/shared_region.h"
 #include "launcher/supervision.h"
 #include "launcher/temporary_folder.h"
 #include "log/desktop_log.h"
+#include "log/recorded_log.h"
 #include "service/scenario/scenario_files.h"
 #include "service/service_options.h"
+#include "trace/recorder/recording_writer.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <system_error>
 
@@ -26,6 +31,8 @@ struct RunOptions {
     std::string engine;
     double openTimeout = kDefaultOpenTimeout;
     std::string scenario;
+    std::string record; ///< a file; empty for no recording
+    bool trace = false;
     CommandLine command;
 };
 
@@ -82,25 +89,49 @@ bool isolateShm(const RunOptions& options) {
 }
 
 /// Returns when the command and everything else of the run has ended.
-int runOnBus(const CommandLine& command, const std::filesystem::path& programs) {
+/// @param recording null for none.
+int runOnBus(const CommandLine& command, const std::filesystem::path& programs, const Recording* recording) {
     removeAbandonedFolders();
     const Supervision supervision;
+    std::optional<BusMonitor> monitor; // outlives the bus, whose end ends it
     const PrivateBus bus(programs);
     logDebug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
     setenv(kBusAddressVariable, bus.address().c_str(), 1);
+    if (recording != nullptr) {
+        recording->preloadRecorder(programs);
+        monitor.emplace(bus.address());
+    }
     return runCommand(command, supervision, bus.daemonProcess());
+}
+
+int runWithPlatform(const RunOptions& options, const std::filesystem::path& programs, const Recording* recording) {
+    recordDesktopLog(velmora::trace::role::kLauncher);
+    tellService(options);
+    const bool hasPrivateShm = isolateShm(options);
+    if (recording != nullptr)
+        recording->requireVisible();
+    std::optional<RecordingViewer> viewer;
+    if (options.trace)
+        viewer.emplace(programs, recording->file());
+    const int status = runOnBus(options.command, programs, recording);
+    if (!hasPrivateShm)
+        removeUnusedRegion();
+    return status;
 }
 
 int run(const RunOptions& options) {
     try {
-        tellService(options);
         // Read before the mounts are unshared, which changes the path in a chroot.
         const auto programs = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-        const bool hasPrivateShm = isolateShm(options);
-        const int status = runOnBus(options.command, programs);
-        if (!hasPrivateShm)
-            removeUnusedRegion();
-        return status;
+        if (options.trace) {
+            const TemporaryFolder folder;
+            const Recording recording(folder.path() / "recording.jsonl");
+            return runWithPlatform(options, programs, &recording);
+        }
+        if (options.record.empty())
+            return runWithPlatform(options, programs, nullptr);
+        const Recording recording(options.record);
+        return runWithPlatform(options, programs, &recording);
     } catch (const std::exception& error) {
         return complain(error, exit_status::kNothingRun);
     }
@@ -131,6 +162,8 @@ int main(int argc, char** argv) {
     runParser.addWord({"--engine", kEngineHelp, ""}, {kGstreamerEngine, kSimulatedEngine}, options.engine);
     runParser.addNumber({"--open-timeout", kOpenTimeoutHelp, ""}, kOpenTimeoutRange, options.openTimeout);
     runParser.addText({"--scenario", kScenarioHelp, ""}, options.scenario);
+    runParser.addText({"--record", "Record the run into this file, in place of what it holds", ""}, options.record);
+    runParser.addFlag("--trace", "Show on stderr what the programs of the run say to each other", options.trace);
     if (const auto status = parser.parse(argc, argv))
         return *status;
 
@@ -140,5 +173,7 @@ int main(int argc, char** argv) {
         return parser.refuse("run -- COMMAND is required");
     if (options.privateShm && options.sharedShm)
         return runParser.refuse("--private-shm and --shared-shm exclude each other");
+    if (options.trace && !options.record.empty())
+        return runParser.refuse("--record and --trace exclude each other");
     return run(options);
 }

@@ -2,6 +2,7 @@
 
 #include "base/system_error.h"
 #include "launcher/pipe.h"
+#include "launcher/recorded_process.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -20,7 +21,6 @@ using namespace std::chrono_literals;
 
 constexpr auto kTimeToEnd = 2s;
 constexpr auto kPollInterval = 1ms; // no event reports the end of a process group
-constexpr int kNothingInherited = -1;
 
 enum class Group { callers, own };
 
@@ -39,7 +39,7 @@ std::vector<char*> argumentsOf(const CommandLine& command) {
         _exit(1); // the parent has ended before the prctl()
     if (group == Group::own)
         setpgid(0, 0);
-    if (inherited != kNothingInherited)
+    if (inherited >= 0)
         fcntl(inherited, F_SETFD, 0);
     sigset_t none;
     sigemptyset(&none);
@@ -73,13 +73,14 @@ pid_t start(const CommandLine& command, Group group, int inherited) {
         becomeProgram(arguments.data(), parent, group, inherited, error.writeEnd.get());
     error.writeEnd = FileDescriptor();
     awaitProgram(process, error.readEnd.get(), command.front());
+    recordStart(process, command);
     return process;
 }
 
 bool endsWithin(pid_t group, std::chrono::steady_clock::duration limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     for (;;) {
-        const pid_t ended = waitpid(-group, nullptr, WNOHANG);
+        const pid_t ended = waitAndRecord(-group, WNOHANG);
         if (ended < 0 && errno == ECHILD)
             return true;
         if (std::chrono::steady_clock::now() >= deadline)
@@ -92,6 +93,7 @@ bool endsWithin(pid_t group, std::chrono::steady_clock::duration limit) {
 } // namespace
 
 pid_t startProgram(const CommandLine& command) {
+    constexpr int kNothingInherited = -1;
     return start(command, Group::callers, kNothingInherited);
 }
 
@@ -102,12 +104,18 @@ ProcessGroup::ProcessGroup(const CommandLine& command, int inherited) {
 }
 
 ProcessGroup::~ProcessGroup() {
+    if (m_hasEnded)
+        return;
     kill(m_leader, SIGTERM);
     if (endsWithin(m_leader, kTimeToEnd))
         return;
     kill(-m_leader, SIGKILL);
-    while (waitpid(-m_leader, nullptr, 0) > 0 || errno == EINTR) {
+    while (waitAndRecord(-m_leader, 0) > 0 || errno == EINTR) {
     }
+}
+
+void ProcessGroup::awaitEnd(std::chrono::steady_clock::duration limit) {
+    m_hasEnded = endsWithin(m_leader, limit);
 }
 
 } // namespace velmora::desktop

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -24,18 +25,25 @@ class ProcessGroup {
 public:
     /// Starts the program as startProgram() does.
     /// @param inherited a file descriptor that the program inherits under the same number.
-    ProcessGroup(const CommandLine& command, int inherited);
+    explicit ProcessGroup(const CommandLine& command, int inherited = kNothingInherited);
 
-    /// Sends SIGTERM to the program, gives the whole group two seconds to end, kills the rest of it, and waits for all.
+    /// Sends SIGTERM to the program, if it has not ended, gives the whole group two seconds to end, kills the rest of
+    /// it, and waits for all.
     ~ProcessGroup();
     ProcessGroup(const ProcessGroup&) = delete;
     ProcessGroup& operator=(const ProcessGroup&) = delete;
+
+    /// Waits for the whole group to end, for that long at most.
+    void awaitEnd(std::chrono::steady_clock::duration limit);
 
     /// The program itself.
     pid_t leader() const { return m_leader; }
 
 private:
+    static constexpr int kNothingInherited = -1;
+
     pid_t m_leader;
+    bool m_hasEnded = false;
 };
 
 } // namespace velmora::desktop

@@ -2,6 +2,7 @@
 
 #include "base/command_line.h"
 #include "base/system_error.h"
+#include "launcher/recorded_process.h"
 #include "log/desktop_log.h"
 
 #include <fmt/format.h>
@@ -70,7 +71,7 @@ std::optional<int> exitStatusOf(pid_t command) {
     const bool isKilled = child->si_code != CLD_EXITED;
     if (isKilled && !isForwarded(child->si_status))
         logError("{} (process {}, the command) {}", nameOf(command), command, endOf(*child));
-    waitpid(command, nullptr, 0);
+    waitAndRecord(command, 0);
     return isKilled ? exit_status::kKilledBySignal + child->si_status : child->si_status;
 }
 
@@ -88,7 +89,7 @@ bool clearEndedChildren(pid_t command, pid_t daemon) {
             report(*child);
         if (child->si_pid == daemon)
             return true;
-        waitpid(child->si_pid, nullptr, 0);
+        waitAndRecord(child->si_pid, 0);
     }
     return false;
 }

@@ -1,5 +1,7 @@
 #include "log/desktop_log.h"
 
+#include "log/spdlog_level.h"
+
 #include <spdlog/logger.h>
 #include <spdlog/sinks/stdout_sinks.h>
 
@@ -50,17 +52,6 @@ int readLogLimit() {
                      "Using failures.\n",
                      kVariable, text);
     return limit.value_or(kLogFailures);
-}
-
-int levelOf(spdlog::level::level_enum level) {
-    switch (level) {
-    case spdlog::level::debug:
-        return kLogProgress;
-    case spdlog::level::info:
-        return kLogMilestones;
-    default:
-        return kLogFailures;
-    }
 }
 
 // The limit is applied here and not with spdlog's levels: for spdlog a failure is more important than a milestone, for

@@ -27,16 +27,16 @@ enum LogLevel : int {
 /// applies.
 bool isLogged(int level);
 
-/// The logger of the platform's own lines, for whoever wants to see them elsewhere than on stderr. Any thread, also while
-/// the process exits, because it is never destroyed. spdlog's default logger is left to the program.
+/// The logger of the platform's own lines, for whoever wants to see them elsewhere than on stderr. Any thread, also
+/// while the process exits, because it is never destroyed. spdlog's default logger is left to the program.
 spdlog::logger& desktopLog();
 
 /// What spdlog calls the level of a line. For ZUV_LOG_LEVEL, errors and warnings are failures, information is a
 /// milestone, and what is for debugging is progress.
 enum class Severity { Error, Warning, Info, Debug };
 
-/// Formats a line of the platform's own code and writes it to desktopLog(). Any thread. Not a template, so that not every
-/// file that logs compiles what formats it.
+/// Formats a line of the platform's own code and writes it to desktopLog(). Any thread. Not a template, so that not
+/// every file that logs compiles what formats it.
 void logFormatted(Severity severity, fmt::string_view format, fmt::format_args arguments);
 
 template <typename... Arguments>

@@ -18,6 +18,7 @@
 #include "base/quoted_text.h"
 #include "bus/topic_message.h"
 #include "log/desktop_log.h"
+#include "log/recorded_log.h"
 #include "service/event_publisher.h"
 #include "service/event_queue.h"
 #include "service/http/media_server.h"
@@ -29,6 +30,7 @@
 #include "service/scenario/scenario_player.h"
 #include "service/scenario/service_action.h"
 #include "service/service_options.h"
+#include "trace/recorder/recording_writer.h"
 
 #include <gst/gst.h>
 #include <sys/resource.h>
@@ -137,6 +139,7 @@ int main(int argc, char** argv) {
     if (const auto status = parser.parse(argc, argv))
         return *status;
     try {
+        recordDesktopLog(velmora::trace::role::kService);
         if (options.listScenarios)
             return printResult(scenarioList());
         blockSignals();

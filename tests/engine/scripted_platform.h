@@ -73,7 +73,8 @@ public:
     /// Ends the service and starts another at once.
     void replaceService();
 
-    /// Calls of the platform that are made from now on do not return before the next letCallsReturn(), or for kPatience.
+    /// Calls of the platform that are made from now on do not return before the next letCallsReturn(), or for
+    /// kPatience.
     void holdCalls();
     void letCallsReturn();
 

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Checks that the manual page PAGE is well-formed, and that it lists exactly the options that the help of PROGRAM lists.
 #
-#   check_manual_page.sh PAGE [PROGRAM [SUBCOMMAND]]
+#   check_manual_page.sh PAGE [PROGRAM [SUBCOMMAND...]]
 set -eu
 page=$1
 
@@ -14,9 +14,12 @@ fi
 
 [ $# -ge 2 ] || exit 0 # a program without options
 program=$2
+shift 2
 help=$("$program" --help)
-[ $# -lt 3 ] || help="$help
-$("$program" "$3" --help)"
+for subcommand in "$@"; do
+    help="$help
+$("$program" "$subcommand" --help)"
+done
 # "  -h,--help   Print ..." and "  --seek SECONDS=1"; newer versions of CLI11 write "  -h,   --help".
 in_help=$(echo "$help" | sed -n 's/, */,/g; s/^ *\(-[a-z-][a-z,-]*\).*/\1/p' | tr ',' '\n' | sort -u)
 # ".It Fl h , Fl -help" and ".It Fl -seek Ar SECONDS".

@@ -16,7 +16,7 @@ cmake --install "$work/sdk-build"
 cmake -S "$source" -B "$work/device" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG= -DZUV_BUILD_ENGINE=OFF \
     -DZUV_BUILD_EXAMPLES=OFF -DZUV_PLATFORM_DIR="$work/sdk" \
     -DZUV_PLATFORM_DESCRIPTION="$source/examples/platform/conformance.cpp"
-cmake --build "$work/device" --target zuv_media_proxy conformance_test
+cmake --build "$work/device" --target zuv_media_proxy zuv_trace conformance_test
 cmake --install "$work/device" --prefix "$work/client"
 
 "$CXX" -o "$work/minimal_platform_user" "$source/tests/platform/minimal_platform_user.cpp" \

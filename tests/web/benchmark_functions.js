@@ -1,8 +1,8 @@
 // What scripts of web_engine_benchmark use, besides those of media_functions.js.
 "use strict";
 
-/// Milliseconds since 1970, which the browser's process counts as well. In steps of 20 microseconds, because the page is
-/// isolated from other origins; otherwise of a millisecond.
+/// Milliseconds since 1970, which the browser's process counts as well. In steps of 20 microseconds, because the page
+/// is isolated from other origins; otherwise of a millisecond.
 function now() {
     return performance.timeOrigin + performance.now();
 }

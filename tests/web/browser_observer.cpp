@@ -1,4 +1,5 @@
-// Linked into the browser for web_engine_benchmark: prints when outcomes go to a page, and how long its main loop is busy.
+// Linked into the browser for web_engine_benchmark: prints when outcomes go to a page, and how long its main loop is
+// busy.
 //
 //     observer: outcome URL MS     the outcome of a start is handed to the engine; milliseconds since 1970
 //     observer: busy MS KIND       from one wait of the main loop to the next; KIND is "kit" if requests of pages were

@@ -1,5 +1,5 @@
-// What a start takes in the browser of examples/web-engine, from the page's call to the video's "playing", and who is kept
-// busy by it; and what two tabs do that start at the same moment.
+// What a start takes in the browser of examples/web-engine, from the page's call to the video's "playing", and who is
+// kept busy by it; and what two tabs do that start at the same moment.
 #include "bus/topic_message.h"
 #include "launcher/private_bus.h"
 #include "support/awaiting.h"

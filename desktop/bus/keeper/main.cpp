@@ -2,6 +2,8 @@
 #include "base/command_line.h"
 #include "bus/keeper/value_keeper.h"
 #include "log/desktop_log.h"
+#include "log/recorded_log.h"
+#include "trace/recorder/recording_writer.h"
 
 #include <system_error>
 
@@ -13,6 +15,7 @@ int main(int argc, char** argv) {
         "ZUV_LOG_LEVEL (off, milestones, failures, progress, dump or a number).");
     if (const auto status = parser.parse(argc, argv))
         return *status;
+    recordDesktopLog(velmora::trace::role::kKeeper);
     try {
         ValueKeeper().run();
         return exit_status::kSuccess;

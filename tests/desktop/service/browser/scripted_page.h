@@ -29,8 +29,8 @@ public:
     /// @param query what the page finds in its address: empty, or "?" and parameters.
     std::string url(const std::string& query = "") const { return m_server.url("/" + query); }
 
-    /// Waits for the page to come up, for the first time or once more, also in another tab: in place of the one that was
-    /// there before, whose results are ignored from then on. @return whether it comes up.
+    /// Waits for the page to come up, for the first time or once more, also in another tab: in place of the one that
+    /// was there before, whose results are ignored from then on. @return whether it comes up.
     bool awaitReady();
 
     /// Runs the body of an asynchronous function in the page.
