@@ -46,7 +46,8 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "Media proxy client of a television's web engine - development files
 Headers, documents, and the packages for CMake and pkg-config.")
 
-# GStreamer's plugins, the bus daemon and Python, for zuv-trace, are found by name at run time, so they have to be listed.
+# GStreamer's plugins, the bus daemon, and the Python of zuv-trace are found by name at run time, so they have to be
+# listed.
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_NAME zuv-desktop)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_DEPENDS
