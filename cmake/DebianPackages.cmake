@@ -49,7 +49,8 @@ Headers of the client and of the engine kit, documents, and the packages for
 CMake and pkg-config. libzuv_callback_check.so, preloaded into a program,
 finds callbacks that call their own proxy and would hang.")
 
-# GStreamer's plugins, the bus daemon and Python, for zuv-trace, are found by name at run time, so they have to be listed.
+# GStreamer's plugins, the bus daemon, and the Python of zuv-trace are found by name at run time, so they have to be
+# listed.
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_NAME zuv-desktop)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_DEPENDS

@@ -48,7 +48,8 @@ list(TRANSFORM activation_files APPEND .service)
 list(TRANSFORM manual_pages APPEND .gz)
 zuv_check_package(zuv-desktop
     FILES ${desktop_files} ${manual_pages} ${activation_files}
-    NEEDS ${same_version} dbus-daemon gstreamer1.0-plugins-base gstreamer1.0-plugins-good python3 "libgstreamer1.0-0(t64)?"
+    NEEDS ${same_version} dbus-daemon gstreamer1.0-plugins-base gstreamer1.0-plugins-good python3
+        "libgstreamer1.0-0(t64)?"
         "libcurl4(t64)?" "libmicrohttpd12(t64)?" libpugixml1v5
     RECOMMENDS gstreamer1.0-libav gstreamer1.0-plugins-bad gstreamer1.0-tools)
 zuv_package_test(session_bus_finds_the_programs COMMAND ${CMAKE_COMMAND}

@@ -9,7 +9,7 @@ from .ledger import end_of_wait
 from .show import command_words, list_words
 from .text import milliseconds
 
-MARGIN = 200  # for the names of the lanes
+MARGIN = 230  # for the names of the lanes
 LANE = 34
 LIMIT = 3000  # events and requests; more of them would only blacken the picture
 
