@@ -20,7 +20,6 @@ namespace {
 
 constexpr std::string_view kRegionName = "/ZUV_PROXY";
 constexpr std::size_t kRegionSize = 4096;
-constexpr int kHighDescriptor = 900;
 
 constinit Replaced<int(const char*, int, mode_t)> openRegion("shm_open");
 // The size of off_t depends on how this file is compiled, those of the arguments do not.
