@@ -11,6 +11,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
@@ -19,11 +20,11 @@ namespace {
 
 constexpr std::string_view kRegionName = "/ZUV_PROXY";
 constexpr std::size_t kRegionSize = 4096;
-constexpr int kHighDescriptor = 900;
 
 constinit Replaced<int(const char*, int, mode_t)> openRegion("shm_open");
-constinit Replaced<void*(void*, size_t, int, int, int, off_t)> map("mmap");
-constinit Replaced<void*(void*, size_t, int, int, int, off64_t)> map64("mmap64");
+// The size of off_t depends on how this file is compiled, those of the arguments do not.
+constinit Replaced<void*(void*, size_t, int, int, int, long)> map("mmap");
+constinit Replaced<void*(void*, size_t, int, int, int, int64_t)> map64("mmap64");
 constinit Replaced<int(unsigned)> sleepMicroseconds("usleep");
 // The types of their arguments depend on the size of time_t with which the caller was compiled.
 constinit Replaced<int(const void*, void*)> sleep("nanosleep");
@@ -110,13 +111,13 @@ int openSharedMemory(const char* name, int flags, mode_t mode) {
     return descriptor;
 }
 
-void* mapMemory(void*, size_t, int, int, int, off_t) ZUV_REPLACES("mmap");
-void* mapMemory(void* address, size_t size, int protection, int flags, int descriptor, off_t offset) {
+void* mapMemory(void*, size_t, int, int, int, long) ZUV_REPLACES("mmap");
+void* mapMemory(void* address, size_t size, int protection, int flags, int descriptor, long offset) {
     return mapAndLook(*map.original(), address, size, protection, flags, descriptor, offset);
 }
 
-void* mapMemory64(void*, size_t, int, int, int, off64_t) ZUV_REPLACES("mmap64");
-void* mapMemory64(void* address, size_t size, int protection, int flags, int descriptor, off64_t offset) {
+void* mapMemory64(void*, size_t, int, int, int, int64_t) ZUV_REPLACES("mmap64");
+void* mapMemory64(void* address, size_t size, int protection, int flags, int descriptor, int64_t offset) {
     return mapAndLook(*map64.original(), address, size, protection, flags, descriptor, offset);
 }
 

@@ -29,9 +29,6 @@ constexpr int kVersion = 1;
 constexpr uint64_t kCheckInterval = 10'000'000; // nanoseconds
 constexpr int64_t kChecksPerHalf = 16;
 
-/// Where the descriptor is put, if there is one left: programs notice which descriptors are the lowest.
-constexpr int kHighDescriptor = 900;
-
 /// The process's writer, for a fork.
 RecordingWriter* writerOfProcess = nullptr;
 

@@ -18,6 +18,9 @@ inline constexpr const char* kLimitVariable = "ZUV_TRACE_LIMIT";
 inline constexpr uint64_t kDefaultLimit = uint64_t{64} << 20;
 inline constexpr uint64_t kLowestLimit = uint64_t{1} << 20;
 
+/// Where descriptors are put, if there is one left: programs notice which ones are the lowest.
+inline constexpr int kHighDescriptor = 900;
+
 /// What a process is in a run.
 namespace role {
 inline constexpr const char* kApplication = "application";
