@@ -174,7 +174,8 @@ TEST_F(Recorder, StandsBesideTheCheckOfCallbacks) {
         EXPECT_EQ(asked("bad, lines[-1]['k'], lines[-1]['key']"), "(0, 'callback', 'url')") << preloaded;
 
         fs::remove(file);
-        EXPECT_EQ(record(ZUV_CALLBACK_MISTAKE " nothing", preloaded).output, "proxy object-1\n") << preloaded;
+        const ProgramResult harmless = record(ZUV_CALLBACK_MISTAKE " nothing", preloaded);
+        EXPECT_TRUE(harmless.output.starts_with("proxy object-1\nthread ")) << harmless.output;
         EXPECT_EQ(asked("[(line['name'], line['args'], line.get('r')) for line in of('call')]"),
                   "[('setZUVCallback', ['function'], None), ('createNewZUVMediaProxy', [], 'object-1')]");
         EXPECT_EQ(asked("bad, [line['k'] for line in of('callback', 'returned')]"), "(0, ['callback', 'returned'])");
