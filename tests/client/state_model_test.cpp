@@ -14,7 +14,7 @@ namespace velmora::test {
 namespace {
 
 #ifdef ZUV_EMULATED
-constexpr int kSteps = 250;
+constexpr int kSteps = 1000;
 #else
 constexpr int kSteps = 5000;
 #endif
