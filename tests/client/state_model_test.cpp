@@ -27,7 +27,7 @@ const std::set<std::string> kEventNames = {"started", "stopped", "seeked", "defi
 
 using Members = std::map<std::string, std::string>;
 
-std::string at(const Strings& event, std::size_t position) {
+std::string entryOf(const Strings& event, std::size_t position) {
     return position < event.size() ? event[position] : "";
 }
 
@@ -55,12 +55,12 @@ public:
 
     /// What the table's inputs say of an event.
     static Members inputOf(const Strings& event) {
-        const bool concernsObject = at(event, 3) == kObject && kEventNames.contains(at(event, 0));
-        return {{"event", concernsObject ? at(event, 0) : "other"},
-                {"code", at(event, 1) == "200" ? "200" : "other"},
-                {"medium", at(event, 9) == "advertisement" ? "advertisement" : "main_video"},
-                {"url", at(event, 6)},
-                {"definitions", at(event, 7)}};
+        const bool concernsObject = entryOf(event, 3) == kObject && kEventNames.contains(entryOf(event, 0));
+        return {{"event", concernsObject ? entryOf(event, 0) : "other"},
+                {"code", entryOf(event, 1) == "200" ? "200" : "other"},
+                {"medium", entryOf(event, 9) == "advertisement" ? "advertisement" : "main_video"},
+                {"url", entryOf(event, 6)},
+                {"definitions", entryOf(event, 7)}};
     }
 
     std::string answerTo(const std::string& command) const { return m_table["answers"][command].asString(); }
@@ -219,7 +219,7 @@ private:
 
     /// A request in synchronous mode mostly finds its answer in the region.
     void notePublished(const std::string& topic, const Strings& values) {
-        m_published.push_back(publication(topic, at(values, 0), at(values, 1), at(values, 3)));
+        m_published.push_back(publication(topic, entryOf(values, 0), entryOf(values, 1), entryOf(values, 3)));
         if (!isSynchronous() || topic != kCommandTopic || m_random() % 4 == 0)
             return;
         m_answer = randomEvent();
