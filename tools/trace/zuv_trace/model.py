@@ -143,9 +143,17 @@ class Run:
         process.look = look
         self.looks.append(look)
         self._joiner.looked(look)
-        if look.event and look.event.request and look.event.request.process is process:
+        if look.event and self._completes_request(look):
             self.states.heard(look.event, process, record.t)
         return look
+
+    @staticmethod
+    def _completes_request(look):
+        """Whether a synchronous request finds its answer in the region."""
+        request, listed = look.event.request, look.event.event
+        return (request is not None and request.process is look.process and request.synchronous
+                and request.timed_out is None and look.t - request.t < request.limit
+                and (listed.session, listed.name) == (request.command.session, request.command.answer))
 
     def _on_call(self, record, process):
         if record.name == "createNewZUVMediaProxySync" and process.synchronous_since is None:

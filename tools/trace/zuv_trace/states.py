@@ -1,29 +1,30 @@
-"""The states of each proxy, as its application would read them: Idle, Starting and Started, of the main video and of
-the advertisement. An advertisement never is Started: its start makes the main video's state Started."""
+"""The states of each proxy, as its application would read them, and the callbacks that it should have had. All of it
+follows from the table of states (state_model.py)."""
 
 import dataclasses
 
-from . import wire
+from . import state_model, wire
 
-IDLE, STARTING, STARTED = "Idle", "Starting", "Started"
+IDLE = state_model.TABLE["initial"]["state"]
 
 
 @dataclasses.dataclass
 class Proxy:
-    """What one process knows of one object. The histories are lists of (time, state)."""
+    """What one process knows of one object. The histories are lists of (time, state), the callbacks of (medium, key,
+    value)."""
     pid: int
     object: str
     histories: dict = dataclasses.field(default_factory=lambda: {wire.MAIN_VIDEO: [], wire.ADVERTISEMENT: []})
-    urls: dict = dataclasses.field(default_factory=lambda: {wire.MAIN_VIDEO: "", wire.ADVERTISEMENT: ""})
+    callbacks: list = dataclasses.field(default_factory=list)
+    fields: state_model.Fields = dataclasses.field(default_factory=state_model.Fields)
     first: int = 0
 
-    def state(self, medium):
-        history = self.histories[medium]
-        return history[-1][1] if history else IDLE
-
-    def enter(self, t, medium, state):
-        if self.state(medium) != state:
-            self.histories[medium].append((t, state))
+    def take(self, t, taken):
+        before = dict(self.fields)
+        self.callbacks += self.fields.take(taken)
+        for medium, field in state_model.STATE_OF.items():
+            if self.fields[field] != before[field]:
+                self.histories[medium].append((t, self.fields[field]))
 
 
 class ObjectStates:
@@ -40,15 +41,10 @@ class ObjectStates:
     def sent(self, request):
         """A command that the process published."""
         command = request.command
-        if not command.object or request.process is None or command.medium not in (wire.MAIN_VIDEO, wire.ADVERTISEMENT):
+        operation = state_model.command_input(command)
+        if operation is None or not command.object or request.process is None:
             return
-        proxy = self._known(request.process.pid, command.object, request.t)
-        if command.name == "start":
-            proxy.enter(request.t, command.medium, STARTING)
-        elif command.name == "stop":
-            proxy.enter(request.t, command.medium, IDLE)
-        if command.name in ("stop", "preload"):
-            proxy.urls[command.medium] = ""
+        self._known(request.process.pid, command.object, request.t).take(request.t, operation)
 
     def taken_over(self, callback):
         """A start with option 0 calls back with a URL.
@@ -56,10 +52,15 @@ class ObjectStates:
         @return whether the URL had arrived before.
         """
         proxy = self._proxies.get((callback.p, callback.id))
-        if proxy is None or callback.medium not in proxy.urls:
+        if proxy is None or callback.medium not in state_model.STATE_OF:
             return False
-        proxy.enter(callback.t, callback.medium, STARTING)
-        return proxy.urls[callback.medium] == callback.value
+        start = state_model.taking_over(callback.medium)
+        had_arrived = "callbacks" in proxy.fields.entry_for(start)
+        proxy.take(callback.t, start)
+        if not had_arrived:  # it is in the event that the start has read
+            proxy.take(callback.t, {"event": "started", "code": wire.SUCCESS, "medium": callback.medium,
+                                    "url": callback.value})
+        return had_arrived
 
     def heard(self, event, process, t):
         """An event that reached the process."""
@@ -67,9 +68,8 @@ class ObjectStates:
         if listed.name == "created" and listed.succeeded and event.request and event.request.process is process:
             self._known(process.pid, listed.object, t)
         proxy = self._proxies.get((process.pid, listed.object))
-        if proxy and listed.name == "started" and listed.succeeded:
-            proxy.urls[listed.medium] = listed.url
-            proxy.enter(t, wire.MAIN_VIDEO, STARTED)
+        if proxy:
+            proxy.take(t, state_model.event_input(listed))
 
     def _known(self, pid, identifier, t):
         return self._proxies.setdefault((pid, identifier), Proxy(pid, identifier, first=t))

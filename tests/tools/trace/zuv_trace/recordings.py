@@ -3,6 +3,7 @@
 import json
 import pathlib
 import sys
+import typing
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(pathlib.Path(__file__).parents[4] / "tools" / "trace"))
@@ -120,6 +121,22 @@ class Builder:
 
     def run(self):
         return Run(self.recording().records)
+
+
+class Callbacks(typing.NamedTuple):
+    """Of each proxy: those that were recorded, and those that follow from the table of states."""
+    recorded: dict
+    expected: dict
+
+
+def callbacks_of(run):
+    recorded, expected = {}, {}
+    for proxy in run.states.proxies:
+        recorded[proxy.pid, proxy.object], expected[proxy.pid, proxy.object] = [], proxy.callbacks
+    for callback in run.callbacks:
+        of_proxy = recorded.setdefault((callback.record.p, callback.record.id), [])
+        of_proxy.append((callback.record.medium, callback.record.key, callback.record.value))
+    return Callbacks(recorded, expected)
 
 
 def played(bus=True):

@@ -5,8 +5,8 @@ import io
 import sys
 import unittest
 
-from recordings import APPLICATION_THREAD, OBJECT, Builder, command, event, played, region_text, synchronous
-from zuv_trace import show, wire
+from recordings import OBJECT, Builder, command, event, played, region_text, synchronous
+from zuv_trace import show
 
 ESCAPE = "\x1b]0;owned\x07\x1b[2J\nforged line\r\x9b1m\u202e\udcff\\"
 
@@ -122,27 +122,6 @@ class Colour(unittest.TestCase):
     def test_not_when_it_is_not_wanted(self):
         self.assertFalse(show.wants_colour(self.Terminal(), {"TERM": "xterm", "NO_COLOR": "1"}))
         self.assertFalse(show.wants_colour(self.Terminal(), {"TERM": "dumb"}))
-
-
-class States(unittest.TestCase):
-    def states(self, builder, medium=wire.MAIN_VIDEO):
-        return [state for _, state in builder.run().states.proxy(100, OBJECT).histories[medium]]
-
-    def test_of_a_film_that_is_started_and_stopped(self):
-        self.assertEqual(self.states(played()), ["Starting", "Started", "Idle"])
-
-    def test_of_an_advertisement(self):
-        builder = Builder().begin().created().publish(command("start", "ses-1", OBJECT, wire.ADVERTISEMENT)).after(1)
-        builder.deliver(event("started", "ses-1", url="u", kind=wire.ADVERTISEMENT))
-        self.assertEqual(self.states(builder, wire.ADVERTISEMENT), ["Starting"])
-        self.assertEqual(self.states(builder), ["Started"])
-
-    def test_of_a_film_that_was_preloaded(self):
-        builder = Builder().begin().created().publish(command("preload", "ses-1", OBJECT)).after(1)
-        builder.deliver(event("started", "ses-1", url="u")).after(1)
-        builder.add("callback", th=APPLICATION_THREAD, medium=wire.MAIN_VIDEO, id=OBJECT, key="url", value="u")
-        self.assertEqual(self.states(builder), ["Started", "Starting"])
-        self.assertEqual(builder.run().callbacks[0].held, "")
 
 
 if __name__ == "__main__":
