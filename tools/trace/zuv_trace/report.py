@@ -33,7 +33,7 @@ def _head(name):
     script = "\n" + _part("report.js")
     digest = base64.b64encode(hashlib.sha256(script.encode()).digest()).decode()
     yield '<!DOCTYPE html>\n<html lang="en" xmlns="http://www.w3.org/1999/xhtml">\n<head>\n<meta charset="utf-8" />'
-    yield ('<meta http-equiv="Content-Security-Policy" content="default-src \'none\'; style-src \'unsafe-inline\'; '
+    yield ('<meta http-equiv="Content-Security-Policy" content="default-src \'none\'; style-src \'unsafe-inline\'; img-src data:; '
            f'script-src \'sha256-{digest}\'" />')
     yield '<meta name="viewport" content="width=device-width" />'
     yield f"<title>{safe(name)}</title>\n<style>\n{_part('report.css')}</style>\n</head>\n<body>"
@@ -91,8 +91,8 @@ def _timeline(timeline):
     yield '<section id="timeline"><h2>Timeline</h2>'
     yield ('<p class="soft">Pauses are shortened. An arrow to the service is a command, one from it an event. Bars are '
            "states, polls of the region and callbacks, filled ones with the proxy's mutex held. Dots are the region, "
-           "when it was seen to have changed. Each leads to its line in the log; the arrow keys go from one to the "
-           "next.</p>")
+           "when it was seen to have changed. Pictures hang on the moment at which they were taken. Each leads to its "
+           "line in the log; the arrow keys go from one to the next.</p>")
     if timeline.left_out:
         yield f"<p>The last {timeline.left_out} are left out here.</p>"
     yield '<div class="scroll">'
