@@ -133,6 +133,11 @@ class Picture(unittest.TestCase):
         self.assertEqual({image.get("href") for image in images}, {f"data:image/png;base64,{PNG}"})
         self.assertGreaterEqual(float(images[1].get("x")), float(images[0].get("x")) + timeline.PictureStrip.WIDTH)
 
+    def test_does_not_count_who_added_a_picture_among_the_processes(self):
+        builder = played().add("begin", p=7, version=1, wall=0, program="zuv-trace", args=[], role="camera")
+        self.assertNotIn("zuv-trace", page(builder.add("picture", p=7, type="image/png", text="x", data=PNG)).partition(
+            "violations")[0])
+
     def test_has_a_frame_where_a_picture_is_left_out(self):
         item, = self.items(played().add("picture", type="image/png", text="main video", data=""), "picture")
         self.assertIsNone(item.find(f"{SVG}image"))
