@@ -24,6 +24,7 @@ struct Arguments {
     std::string advertisement; ///< empty: the medium; likewise the next title
     std::string nextTitle;
     std::string viewer;
+    std::string camera;
     std::string library = "libzuv_media_proxy.so.1";
     double seekSeconds = 1.0;
     bool synchronous = false;
@@ -57,6 +58,10 @@ void addOptions(CLI::App& app, Arguments& arguments) {
     app.add_option("--viewer", arguments.viewer,
                    "Have a command show the main video: it runs with the local URL as its last argument, and the "
                    "programme goes on when it ends")
+        ->type_name("COMMAND");
+    app.add_option("--camera", arguments.camera,
+                   "Have a command take pictures of the main video, the advertisement, and the main video after the "
+                   "seek: it runs with a title, the position in seconds and the local URL as its last arguments")
         ->type_name("COMMAND");
     app.add_option("--library", arguments.library, "The media proxy library to load")
         ->type_name("FILE")
@@ -117,6 +122,7 @@ Programme programmeOf(const Arguments& arguments) {
         arguments.advertisement.empty() ? programme.mainVideo : resolveMedium(arguments.advertisement);
     programme.nextTitle = arguments.nextTitle.empty() ? programme.mainVideo : resolveMedium(arguments.nextTitle);
     programme.viewer = arguments.viewer;
+    programme.camera = arguments.camera;
     programme.seekSeconds = arguments.seekSeconds;
     return programme;
 }

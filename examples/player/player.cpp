@@ -42,45 +42,50 @@ Player::Player(ZUVMediaProxyManagerInterface& manager, const Timeline& timeline,
 }
 
 void Player::play(const Programme& programme) {
-    playMainVideo(programme.mainVideo, programme.viewer);
-    playAdvertisement(programme.advertisement);
-    seek(programme.seekSeconds);
+    playMainVideo(programme);
+    playAdvertisement(programme);
+    seek(programme);
     stop();
     preload(programme.nextTitle);
     startPreloaded(programme.nextTitle);
     stop();
 }
 
-void Player::playMainVideo(const std::string& medium, const std::string& viewer) {
+void Player::playMainVideo(const Programme& programme) {
+    const std::string& medium = programme.mainVideo;
     note("starts the main video " + medium);
     m_proxy->start(medium, 1);
     const Notification url = awaitNotification(Notification::Medium::MainVideo, "url", medium);
     verify("main video", url.value, medium);
     awaitNotification(Notification::Medium::MainVideo, "definitions", medium);
-    if (viewer.empty())
+    takePicture(programme.camera, "main video", 0.0, url.value);
+    if (programme.viewer.empty())
         return;
-    m_timeline.show("main video: shown by " + viewer);
-    view(viewer, url.value);
+    m_timeline.show("main video: shown by " + programme.viewer);
+    runWith({url.value}, programme.viewer, "viewer");
 }
 
-void Player::playAdvertisement(const std::string& medium) {
+void Player::playAdvertisement(const Programme& programme) {
+    const std::string& medium = programme.advertisement;
     note("advertisement break: starts " + medium);
     m_proxy->startAd(medium, 1);
     const Notification url = awaitNotification(Notification::Medium::Advertisement, "url", medium);
     verify("advertisement", url.value, medium);
+    takePicture(programme.camera, "advertisement", 0.0, url.value);
     playAWhile();
     note("stops the advertisement");
     m_proxy->stopAd();
     awaitNotification(Notification::Medium::Advertisement, "stopped", medium);
 }
 
-void Player::seek(double seconds) {
+void Player::seek(const Programme& programme) {
     char position[32];
-    std::snprintf(position, sizeof position, "%.3f s", seconds);
+    std::snprintf(position, sizeof position, "%.3f s", programme.seekSeconds);
     note(std::string("seeks the main video to ") + position);
-    m_proxy->seek(seconds, "");
+    m_proxy->seek(programme.seekSeconds, "");
     awaitNotification(Notification::Medium::MainVideo, "seeked", position);
     m_timeline.show(std::string("main video: sought to ") + position);
+    takePicture(programme.camera, std::string("main video at ") + position, programme.seekSeconds, m_proxy->localURL());
     playAWhile();
 }
 
@@ -154,6 +159,14 @@ void Player::note(const std::string& what) {
     while (noteNextNotification(now)) {
     }
     m_timeline.note(now, "player", what);
+}
+
+void Player::takePicture(const std::string& camera, const std::string& title, double seconds,
+                         const std::string& localUrl) {
+    if (camera.empty())
+        return;
+    note("takes a picture of the " + title);
+    runWith({title, std::to_string(seconds), localUrl}, camera, "camera");
 }
 
 void Player::verify(const std::string& name, const std::string& localUrl, const std::string& medium) {

@@ -16,6 +16,7 @@ struct Programme {
     std::string advertisement;
     std::string nextTitle;
     std::string viewer; ///< a command that shows the main video's local URL; empty for none
+    std::string camera; ///< a command that takes a picture of what plays; empty for none
     double seekSeconds = 0.0;
 };
 
@@ -28,15 +29,15 @@ public:
     /// @throws std::runtime_error if there is no bus or the service does not answer.
     Player(velmora::ZUVMediaProxyManagerInterface& manager, const Timeline& timeline, bool synchronous);
 
-    /// Plays the whole programme and stops. Every wait has a time limit, except that for the viewer.
+    /// Plays the whole programme and stops. Every wait has a time limit, except those for the viewer and the camera.
     ///
     /// @throws std::runtime_error with what failed, or did not happen in time.
     void play(const Programme& programme);
 
 private:
-    void playMainVideo(const std::string& medium, const std::string& viewer);
-    void playAdvertisement(const std::string& medium);
-    void seek(double seconds);
+    void playMainVideo(const Programme& programme);
+    void playAdvertisement(const Programme& programme);
+    void seek(const Programme& programme);
     void stop();
     void preload(const std::string& medium);
     void startPreloaded(const std::string& medium);
@@ -51,6 +52,7 @@ private:
     bool noteNextNotification(Timeline::Clock::time_point deadline);
     void playAWhile();
     void verify(const std::string& name, const std::string& localUrl, const std::string& medium);
+    void takePicture(const std::string& camera, const std::string& title, double seconds, const std::string& localUrl);
     void note(const std::string& what);
 
     const Timeline& m_timeline;

@@ -138,6 +138,22 @@ TEST(Player, FailsWhereTheViewerFails) {
     EXPECT_EQ(reason(result).rfind("zuv-player: the viewer failed: false http://", 0), 0U) << result.output;
 }
 
+TEST_P(PlayerInBothModes, HasACameraTakePicturesOfWhatPlays) {
+    const ProgramResult result = play(std::string(GetParam()) + " --seek 1.5 --camera 'echo click' " + kClip);
+
+    EXPECT_EQ(result.status, 0) << result.output;
+    for (const char* picture : {"click main video 0.000000 http://", "click advertisement 0.000000 http://",
+                                "click main video at 1.500 s 1.500000 http://"})
+        EXPECT_TRUE(contains(result, picture)) << picture << "\n" << result.output;
+}
+
+TEST(Player, FailsWhereTheCameraFails) {
+    const ProgramResult result = play("--camera false " + kClip);
+
+    EXPECT_EQ(result.status, 1) << result.output;
+    EXPECT_EQ(reason(result).rfind("zuv-player: the camera failed: false http://", 0), 0U) << result.output;
+}
+
 struct WrongCommandLine {
     std::string arguments;
     std::string reason;
@@ -213,7 +229,7 @@ TEST(Player, ExplainsItsOptions) {
     const ProgramResult result = runInShell(kPlayer + "--help");
 
     EXPECT_EQ(result.status, 0);
-    for (const char* option : {"--sync", "--ad", "--seek", "--next", "--library", "--viewer", "--version"})
+    for (const char* option : {"--sync", "--ad", "--seek", "--next", "--library", "--viewer", "--camera", "--version"})
         EXPECT_TRUE(contains(result, option)) << option;
 }
 

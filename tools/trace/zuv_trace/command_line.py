@@ -5,7 +5,7 @@ import json
 import os
 import sys
 
-from . import VERSION, recording, show
+from . import VERSION, pictures, recording, show
 from .text import several
 
 USAGE_ERROR = 2
@@ -27,6 +27,8 @@ def main(arguments=None, program="zuv-trace"):
         return 0
     except recording.RecordingError as error:
         return _failed(program, f"{options.file}: {error}")
+    except pictures.PictureError as error:
+        return _failed(program, f"{options.image}: {error}")
     except OSError as error:
         return _failed(program, f"{error.filename or options.file}: {error.strerror}")
 
@@ -49,6 +51,7 @@ def _parser(program):
     _add_report(commands)
     _add_export(commands)
     _add_check(commands)
+    _add_picture(commands)
     return parser
 
 
@@ -88,6 +91,15 @@ def _add_export(commands):
 
 def _add_check(commands):
     _add(commands, "check", _check, "Find violations of the rules that a media service has to keep")
+
+
+def _add_picture(commands):
+    what = "Add a picture to a recording, as what there is to be seen now"
+    command = commands.add_parser("picture", help=what, description=f"{what}. The report shows it on its timeline.")
+    command.add_argument("file", metavar="FILE", help="The recording, which may be one that is being written")
+    command.add_argument("image", metavar="IMAGE", help="A PNG or JPEG file of at most 1 MiB")
+    command.add_argument("text", metavar="TEXT", help="What the picture shows, in a few words")
+    command.set_defaults(run=_picture)
 
 
 def _read(options):
@@ -144,6 +156,11 @@ def _export(options):
     from . import chrome
     json.dump(chrome.trace(_read_run(options)), sys.stdout, separators=(",", ":"))
     print()
+    return 0
+
+
+def _picture(options):
+    pictures.add(options.file, options.image, options.text)
     return 0
 
 

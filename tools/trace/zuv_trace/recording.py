@@ -33,6 +33,7 @@ KINDS = {
     "exit": {"pid": int},
     "bus": {"type": str},
     "lost": {"n": int},
+    "picture": {"type": str, "text": str, "data": str},
 }
 _EVERY_LINE = {"t": int, "p": int, "th": int, "k": str}
 # Optional members that readers use.

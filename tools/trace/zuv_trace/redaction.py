@@ -26,8 +26,11 @@ class Redaction:
         self._words = re.compile("|".join([*known, _URL.pattern]))
 
     def redacted(self, record):
-        return Record({name: value if name == "k" else self._without_media(value)
-                       for name, value in record.members.items()})
+        members = {name: value if name == "k" else self._without_media(value)
+                   for name, value in record.members.items()}
+        if record.k == "picture":
+            members["data"] = ""
+        return Record(members)
 
     def _learn_list(self, record, values):
         listed = wire.Entries(values)

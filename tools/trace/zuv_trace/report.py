@@ -7,7 +7,7 @@ import pathlib
 import time
 
 from . import ledger as ledgers
-from . import ledger_text, outcome, text, verdict
+from . import ledger_text, outcome, pictures, text, verdict
 from .show import command_words, list_words
 from .text import milliseconds, several
 from .timeline import Timeline, markup, safe
@@ -33,7 +33,8 @@ def _head(name):
     script = "\n" + _part("report.js")
     digest = base64.b64encode(hashlib.sha256(script.encode()).digest()).decode()
     yield '<!DOCTYPE html>\n<html lang="en" xmlns="http://www.w3.org/1999/xhtml">\n<head>\n<meta charset="utf-8" />'
-    yield ('<meta http-equiv="Content-Security-Policy" content="default-src \'none\'; style-src \'unsafe-inline\'; '
+    yield ('<meta http-equiv="Content-Security-Policy" content="default-src \'none\'; img-src data:; '
+           "style-src 'unsafe-inline'; "
            f'script-src \'sha256-{digest}\'" />')
     yield '<meta name="viewport" content="width=device-width" />'
     yield f"<title>{safe(name)}</title>\n<style>\n{_part('report.css')}</style>\n</head>\n<body>"
@@ -48,7 +49,7 @@ def _summary(found, recording, name):
     begun = next((record for record in recording.records if record.k == "begin"), None)
     when = time.strftime("%Y-%m-%d %H:%M:%S UTC", time.gmtime(_wall(begun))) if begun else "an unknown time"
     programs = ", ".join(f"{safe(process.name)}{' (' + safe(process.end) + ')' if process.end else ''}"
-                         for process in run.processes.values())
+                         for process in run.processes.values() if process.role != pictures.ROLE)
     yield f"<h1>{safe(name)}</h1>"
     yield (f'<p>{text.seconds(run.ended - run.began)} s from {when}, {several(len(recording.records), "record")}. '
            f"Processes: {programs}.</p>")
@@ -91,8 +92,8 @@ def _timeline(timeline):
     yield '<section id="timeline"><h2>Timeline</h2>'
     yield ('<p class="soft">Pauses are shortened. An arrow to the service is a command, one from it an event. Bars are '
            "states, polls of the region and callbacks, filled ones with the proxy's mutex held. Dots are the region, "
-           "when it was seen to have changed. Each leads to its line in the log; the arrow keys go from one to the "
-           "next.</p>")
+           "when it was seen to have changed. Pictures hang on the moment at which they were taken. Each leads to its "
+           "line in the log; the arrow keys go from one to the next.</p>")
     if timeline.left_out:
         yield f"<p>The last {timeline.left_out} are left out here.</p>"
     yield '<div class="scroll">'

@@ -185,6 +185,9 @@ class Description:
     def _lost(self, record, _):
         return "failure", f"{several(record.n, 'line')} of this recording could not be written"
 
+    def _picture(self, record, _):
+        return "life", f"picture: {quoted(record.text)}"
+
 
 def command_words(request):
     command = request.command

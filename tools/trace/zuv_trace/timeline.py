@@ -3,7 +3,7 @@
 import dataclasses
 import html
 
-from . import states, text, wire
+from . import pictures, states, text, wire
 from .facts import MILLISECOND
 from .ledger import end_of_wait
 from .show import command_words, list_words
@@ -58,7 +58,7 @@ class Item:
     words: str
     begin: tuple  # (moment, lane)
     end: tuple
-    shape: str = "arrow"  # or "bar" or "mark"
+    shape: str = "arrow"  # or "bar", "mark" or "picture"
 
 
 class Timeline:
@@ -82,13 +82,14 @@ class Timeline:
         moments += [moment for bar in self._bars for moment in bar[1:3]]
         scale = Scale([*moments, self._run.began])
         height = (len(self._lanes) + 1) * LANE
-        width = scale.width + 60
-        yield (f'<svg xmlns="http://www.w3.org/2000/svg" width="{width:.0f}" height="{height}" '
-               f'viewBox="0 0 {width:.0f} {height}" role="group" aria-label="Timeline">')
+        strip = PictureStrip(scale, [item for item in self.items if item.shape == "picture"], height)
+        width = max(scale.width, strip.right) + 60
+        yield (f'<svg xmlns="http://www.w3.org/2000/svg" width="{width:.0f}" height="{strip.bottom}" '
+               f'viewBox="0 0 {width:.0f} {strip.bottom}" role="group" aria-label="Timeline">')
         yield from self._ticks(scale, height)
         yield from self._lane_lines(width)
         yield from (self._bar(scale, *bar) for bar in self._bars)
-        yield from (self._drawn(scale, item) for item in self.items)
+        yield from (self._drawn(scale, strip, item) for item in self.items)
         yield "</svg>"
 
     def _lane(self, name):
@@ -104,6 +105,7 @@ class Timeline:
         yield from self._events()
         yield from self._callbacks()
         yield from self._looks()
+        yield from self._pictures()
         for start in self._run.service_starts:
             yield Item(start.t, start, "life", "asks for a start of the service", (start.t, self._lane_of(start)),
                        (start.t, 0))
@@ -138,6 +140,12 @@ class Timeline:
             style = "failure" if look.text.fault else "region"
             yield Item(look.t, look.record, style, f"region ({text.quoted(look.record.seen)}): {words}", (look.t, lane),
                        (look.t, lane), "mark")
+
+    def _pictures(self):
+        for record in self._run.records:
+            if record.k == "picture":
+                yield Item(record.t, record, "picture", text.escaped(record.text), (record.t, 0), (record.t, 0),
+                           "picture")
 
     @staticmethod
     def _event_words(event, t):
@@ -194,10 +202,41 @@ class Timeline:
                 f'width="{width:.1f}" height="18" />{label}</g>')
 
     @staticmethod
-    def _drawn(scale, item):
-        shape = {"arrow": _arrow, "bar": _box, "mark": _mark}[item.shape](scale, item)
+    def _drawn(scale, strip, item):
+        shape = {"arrow": _arrow, "bar": _box, "mark": _mark, "picture": strip.picture}[item.shape](scale, item)
         return (f'<a id="i{item.record.number}" href="#r{item.record.number}" class="item {item.style}">'
                 f'<title>{markup(item.words)}</title>{shape}</a>')
+
+
+class PictureStrip:
+    """The pictures below the lanes: each at its moment or, where there is no room, behind the one before it."""
+
+    WIDTH, HEIGHT, GAP = 160, 120, 8
+
+    def __init__(self, scale, items, top):
+        self._top = top
+        self._places = {}  # by the number of the record
+        self.right = 0
+        for item in items:
+            self._places[item.record.number] = max(scale.place(item.t), self.right + self.GAP)
+            self.right = self._places[item.record.number] + self.WIDTH
+        self.bottom = top + (self.HEIGHT + LANE if items else 0)
+
+    def picture(self, scale, item):
+        """A line down from the moment, the picture, and its words."""
+        moment, x = scale.place(item.t), self._places[item.record.number]
+        words = markup(text.shortened(item.words, 24))
+        return (f'<path class="moment" d="M{moment:.1f} 0V{self._top}L{x:.1f} {self._top + 4}" />'
+                f"{self._image(item, x)}"
+                f'<text x="{x:.1f}" y="{self._top + self.HEIGHT + 20}">{words}</text>')
+
+    def _image(self, item, x):
+        url = pictures.data_url(item.record)
+        place = f'x="{x:.1f}" y="{self._top + 4}" width="{self.WIDTH}" height="{self.HEIGHT}"'
+        if not url:  # in a redacted recording
+            return f'<rect class="missing" {place} />'
+        return (f'<image {place} preserveAspectRatio="xMinYMin" role="img" aria-label="{markup(item.words)}" '
+                f'href="{url}" />')
 
 
 def _style(event):

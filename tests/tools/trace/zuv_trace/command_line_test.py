@@ -4,10 +4,12 @@
     command_line_test.py PROGRAM
 """
 
+import base64
 import json
 import os
 import pathlib
 import random
+import re
 import signal
 import subprocess
 import sys
@@ -103,6 +105,26 @@ class CommandLine(ProgramTest):
                       "consequence  A synchronous request times",
                       "seen         the call gave up after 253.100 ms", "evidence     0.", "1 violation of 1 rule"):
             self.assertIn(words, checked)
+
+    def test_adds_a_picture(self):
+        recording, image = self.recording(played()), self.folder / "frame.jpeg"
+        image.write_bytes(b"\xff\xd8\xff and so on")
+        self.run_with("picture", recording, image, "the main video")
+        self.assertIn('zuv-trace/1  picture: "the main video"',
+                      re.sub(r" \d+/1 +", "/1  ", self.run_with("show", recording).stdout))
+        self.run_with("report", recording, "-o", self.folder / "report.html")
+        url = f"data:image/jpeg;base64,{base64.b64encode(image.read_bytes()).decode()}"
+        self.assertIn(url, (self.folder / "report.html").read_text(encoding="utf-8"))
+
+    def test_adds_no_other_file_than_a_picture(self):
+        recording, image = self.recording(played()), self.folder / "frame.svg"
+        before = recording.read_text(encoding="utf-8")
+        for content, reason in ((b"<svg />", "it is neither PNG nor JPEG"),
+                                (b"\xff\xd8\xff" * 500_000, "it has more than 1048576 bytes")):
+            image.write_bytes(content)
+            self.assertEqual(self.run_with("picture", recording, image, "x", status=2).stderr,
+                             f"zuv-trace: {image}: {reason}\n")
+        self.assertEqual(recording.read_text(encoding="utf-8"), before)
 
     def test_refuses_wrong_usage(self):
         recording = self.recording(played())

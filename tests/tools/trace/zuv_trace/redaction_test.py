@@ -29,6 +29,12 @@ class Redacted(unittest.TestCase):
         for secret in ("/media", "clip.webm", "127.0.0.1", "token", "://"):
             self.assertNotIn(secret, text)
 
+    def test_has_no_picture(self):
+        builder = played().add("picture", type="image/png", text="clip.webm after the seek", data="aGFtc3Rlcg==")
+        self.assertIn("after the seek", text_of(builder))
+        for secret in ("aGFtc3Rlcg", "clip.webm"):
+            self.assertNotIn(secret, text_of(builder))
+
     def test_has_one_label_for_one_medium(self):
         records = {record.k: record for record in redacted(played())}
         self.assertEqual(records["begin"].args, ["player", "url-1"])

@@ -20,6 +20,7 @@ from zuv_trace.recording import Recording
 HTML = "{http://www.w3.org/1999/xhtml}"
 SVG = "{http://www.w3.org/2000/svg}"
 ROWS = 29 - 4  # of played(): the end of a delivery has nothing to say
+PNG = "iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAAAAAA6fptVAAAACklEQVR4nGNoAAAAggCBd81ytgAAAABJRU5ErkJggg=="
 HOSTILE = "</script><script>document.title = 'owned'</script><img src=x onerror=alert(1)>\"'&\x1b\udcff\u202e"
 
 
@@ -44,6 +45,8 @@ def hostile():
     builder.publish(values).after(1).deliver(values, [(HOSTILE, HOSTILE, HOSTILE, HOSTILE)])
     builder.publish(command("start", HOSTILE, HOSTILE)).after(1)
     builder.deliver(event("started", HOSTILE, HOSTILE, url=HOSTILE))
+    for data in (HOSTILE, base64.b64encode(HOSTILE.encode("utf-8", "surrogateescape")).decode()):
+        builder.add("picture", type=HOSTILE, text=HOSTILE, data=data)
     builder.region(HOSTILE, HOSTILE).region(region_text(values)).add("log", text=HOSTILE)
     return builder.add("call", name=HOSTILE, args=[HOSTILE], r=HOSTILE, d=1)
 
@@ -122,6 +125,24 @@ class Picture(unittest.TestCase):
     def test_has_the_region(self):
         self.assertEqual(len(self.items(synchronous(), "region")), 2)
 
+    def test_has_the_pictures_beside_each_other_with_their_words(self):
+        builder = played().add("picture", type="image/png", text="main video", data=PNG)
+        builder.after(1).add("picture", type="image/png", text="advertisement", data=PNG)
+        images = [item.find(f"{SVG}image") for item in self.items(builder, "picture")]
+        self.assertEqual([image.get("aria-label") for image in images], ["main video", "advertisement"])
+        self.assertEqual({image.get("href") for image in images}, {f"data:image/png;base64,{PNG}"})
+        self.assertGreaterEqual(float(images[1].get("x")), float(images[0].get("x")) + timeline.PictureStrip.WIDTH)
+
+    def test_does_not_count_who_added_a_picture_among_the_processes(self):
+        builder = played().add("begin", p=7, version=1, wall=0, program="zuv-trace", args=[], role="camera")
+        self.assertNotIn("zuv-trace", page(builder.add("picture", p=7, type="image/png", text="x", data=PNG)).partition(
+            "violations")[0])
+
+    def test_has_a_frame_where_a_picture_is_left_out(self):
+        item, = self.items(played().add("picture", type="image/png", text="main video", data=""), "picture")
+        self.assertIsNone(item.find(f"{SVG}image"))
+        self.assertEqual(item.find(f"{SVG}rect").get("class"), "missing")
+
     def test_leaves_out_what_nobody_could_see(self):
         limit, timeline.LIMIT = timeline.LIMIT, 3
         self.addCleanup(setattr, timeline, "LIMIT", limit)
@@ -177,9 +198,9 @@ document.title = `${second} ${row} ${document.querySelectorAll("#log tr").length
         return result.stdout, [line for line in result.stderr.splitlines() if "CONSOLE" in line]
 
     def test_finds_no_error_and_all_rows(self):
-        dom, console = self.dumped(page(played()))
+        dom, console = self.dumped(page(played().add("picture", type="image/png", text="a frame", data=PNG)))
         self.assertEqual(console, [])
-        self.assertEqual(dom.count('<tr id="r'), ROWS)
+        self.assertEqual(dom.count('<tr id="r'), ROWS + 1)
 
     def test_runs_nothing_that_a_recording_holds(self):
         dom, console = self.dumped(page(hostile()))
