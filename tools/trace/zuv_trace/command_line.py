@@ -3,6 +3,7 @@
 import argparse
 import json
 import os
+import pathlib
 import sys
 
 from . import VERSION, recording, show
@@ -49,6 +50,7 @@ def _parser(program):
     _add_report(commands)
     _add_export(commands)
     _add_check(commands)
+    _add_replay(commands)
     return parser
 
 
@@ -88,6 +90,26 @@ def _add_export(commands):
 
 def _add_check(commands):
     _add(commands, "check", _check, "Find violations of the rules that a media service has to keep")
+
+
+def _add_replay(commands):
+    what = "Run a command with a service that does what the recorded one did"
+    command = commands.add_parser("replay", help=what, description=f"{what}.",
+                                  epilog="Exits with the status of COMMAND.")
+    add = command.add_argument
+    add("file", metavar="FILE", help="The recording")
+    add("--speed", metavar="N", type=_speed, default=1.0,
+        help="How many times faster than recorded the service is, from 0.01 to 1000")
+    add("--record", metavar="COPY", default="", help="Record the new run into this file")
+    add("command", metavar="COMMAND", nargs="+", help="The program and its arguments, after --")
+    command.set_defaults(run=_replay, redact=False)
+
+
+def _speed(text):
+    number = float(text)
+    if not 0.01 <= number <= 1000:
+        raise argparse.ArgumentTypeError(f"{text} is not from 0.01 to 1000")
+    return number
 
 
 def _read(options):
@@ -153,3 +175,9 @@ def _check(options):
     for line in found.lines():
         print(line)
     return 1 if found.violations else 0
+
+
+def _replay(options):
+    from . import replay
+    programs = pathlib.Path(sys.argv[0]).resolve().parent
+    return replay.replay(_read(options), options.speed, options.record, options.command, programs)
