@@ -41,8 +41,8 @@ def _failed(program, reason):
 def _parser(program):
     parser = argparse.ArgumentParser(
         prog=program, description="Shows what a recording of the media proxy client holds.",
-        epilog="Exits with 0; check with 1 if it finds violations; with 2 when the command line is wrong or a file "
-        "cannot be read or written.")
+        epilog="Exits with 0; check with 1 if it finds violations; replay with the status of what it runs; with 2 "
+        "when the command line is wrong or a file cannot be read or written.")
     parser.add_argument("--version", action="version", version=f"{program} {VERSION}",
                         help="Print the version and exit")
     commands = parser.add_subparsers(metavar="COMMAND", required=True)

@@ -57,9 +57,10 @@ class LifeScript:
         self._last_event = max(self._last_event, t)
 
     def add_text(self, look):
-        """A text in the region that is no event. Nobody saw when it was written: at some time since the last look."""
-        t = look.t - LOOK_INTERVAL // 2
-        self._latest(look.t).add(t, memory=look.text.text)
+        """A text in the region that is no event. Nobody saw when it was written: at some time since the last look. What
+        was there before the first command was there from the start."""
+        trigger = self._latest(look.t)
+        trigger.add(trigger.t if trigger is self._start else look.t - LOOK_INTERVAL // 2, memory=look.text.text)
 
     def add_end(self, was_killed):
         """A service that was killed had not answered for some time: it froze before the first command that it left."""
