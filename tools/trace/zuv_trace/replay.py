@@ -33,7 +33,8 @@ class Trigger:
 
 
 class LifeScript:
-    """What one service did, from its start to its end."""
+    """What one service did, from its start to its end. When something was written that only the region had, nobody saw:
+    at some time since the look before."""
 
     def __init__(self, run, life, ended):
         self._ended = ended
@@ -47,18 +48,19 @@ class LifeScript:
 
     def add_event(self, event):
         """An event, as the bus and the region brought it."""
-        t = _appeared(event)
+        t = _seen(event)
+        if event.bus is None and not event.deliveries:
+            t -= LOOK_INTERVAL // 2
         action = {}
         if event.looks:
             action["memory"] = event.looks[0].text.text
         if event.bus is not None or event.deliveries:
             action["bus"] = event.event.values
-        self._trigger_of(event, t).add(t, **action)
+        self._trigger_of(event).add(t, **action)
         self._last_event = max(self._last_event, t)
 
     def add_text(self, look):
-        """A text in the region that is no event. Nobody saw when it was written: at some time since the last look. What
-        was there before the first command was there from the start."""
+        """A text in the region that is no event. What was there before the first command was there from the start."""
         trigger = self._latest(look.t)
         trigger.add(trigger.t if trigger is self._start else look.t - LOOK_INTERVAL // 2, memory=look.text.text)
 
@@ -77,19 +79,17 @@ class LifeScript:
                               "session": trigger.request.command.session, "steps": trigger.script(speed)}
                              for trigger in self._triggers]}
 
-    def _trigger_of(self, event, t):
+    def _trigger_of(self, event):
         """The command that it answers; for news, the latest one about the same object."""
-        about = event.event.object
-        return (self._latest(t, lambda request: request is event.request)
-                or self._latest(t, lambda request: about and request.command.object == about)
-                or self._latest(t))
+        seen = _seen(event)
+        answered = [trigger for trigger in self._triggers if trigger.request is event.request]
+        about = [trigger for trigger in self._triggers
+                 if trigger.t <= seen and event.event.object and trigger.request.command.object == event.event.object]
+        return (answered or about or [self._latest(seen)])[-1]
 
-    def _latest(self, t, fits=None):
-        """The latest command before, of those that fit. Without a condition, also the service's start."""
-        found = [trigger for trigger in self._triggers if trigger.t <= t and (fits is None or fits(trigger.request))]
-        if found:
-            return found[-1]
-        return self._start if fits is None else None
+    def _latest(self, t):
+        """The latest command before, or the service's start."""
+        return next((trigger for trigger in reversed(self._triggers) if trigger.t <= t), self._start)
 
 
 def script(run, speed):
@@ -101,7 +101,7 @@ def script(run, speed):
         return next((each for each in scripts if each.includes(t)), None)
 
     for event in run.events:
-        life = life_at(_appeared(event))
+        life = life_at(_seen(event))
         if life is not None and not event.event.is_neutral:
             life.add_event(event)
     for look in run.looks:
@@ -119,11 +119,10 @@ def _sent(request):
     return request.t if request.on_bus is None else request.on_bus
 
 
-def _appeared(event):
+def _seen(event):
     if event.bus is not None:
         return event.bus.t
-    arrival = event.arrival(None)
-    return event.t - LOOK_INTERVAL // 2 if arrival is None else arrival
+    return event.t if event.arrival(None) is None else event.arrival(None)
 
 
 def _end_of(run, life):
