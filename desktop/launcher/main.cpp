@@ -31,7 +31,8 @@ struct RunOptions {
     std::string engine;
     double openTimeout = kDefaultOpenTimeout;
     std::string scenario;
-    std::string record; ///< a file; empty for no recording
+    std::string service; ///< a program; empty for zuv-service
+    std::string record;  ///< a file; empty for no recording
     bool trace = false;
     CommandLine command;
 };
@@ -90,18 +91,19 @@ bool isolateShm(const RunOptions& options) {
 
 /// Returns when the command and everything else of the run has ended.
 /// @param recording null for none.
-int runOnBus(const CommandLine& command, const std::filesystem::path& programs, const Recording* recording) {
+int runOnBus(const RunOptions& options, const std::filesystem::path& programs, const Recording* recording) {
     removeAbandonedFolders();
     const Supervision supervision;
     std::optional<BusMonitor> monitor; // outlives the bus, whose end ends it
-    const PrivateBus bus(programs);
+    const PrivateBus bus(programs,
+                         options.service.empty() ? programs / "zuv-service" : std::filesystem::path(options.service));
     logDebug("bus ready: address={} daemon={}", bus.address(), bus.daemonProcess());
     setenv(kBusAddressVariable, bus.address().c_str(), 1);
     if (recording != nullptr) {
         recording->preloadRecorder(programs);
         monitor.emplace(bus.address());
     }
-    return runCommand(command, supervision, bus.daemonProcess());
+    return runCommand(options.command, supervision, bus.daemonProcess());
 }
 
 int runWithPlatform(const RunOptions& options, const std::filesystem::path& programs, const Recording* recording) {
@@ -113,7 +115,7 @@ int runWithPlatform(const RunOptions& options, const std::filesystem::path& prog
     std::optional<RecordingViewer> viewer;
     if (options.trace)
         viewer.emplace(programs, recording->file());
-    const int status = runOnBus(options.command, programs, recording);
+    const int status = runOnBus(options, programs, recording);
     if (!hasPrivateShm)
         removeUnusedRegion();
     return status;
@@ -162,6 +164,7 @@ int main(int argc, char** argv) {
     runParser.addWord({"--engine", kEngineHelp, ""}, {kGstreamerEngine, kSimulatedEngine}, options.engine);
     runParser.addNumber({"--open-timeout", kOpenTimeoutHelp, ""}, kOpenTimeoutRange, options.openTimeout);
     runParser.addText({"--scenario", kScenarioHelp, ""}, options.scenario);
+    runParser.addText({"--service", "Start this program as the service, in place of zuv-service", ""}, options.service);
     runParser.addText({"--record", "Record the run into this file, in place of what it holds", ""}, options.record);
     runParser.addFlag("--trace", "Show on stderr what the programs of the run say to each other", options.trace);
     if (const auto status = parser.parse(argc, argv))

@@ -71,11 +71,12 @@ void makeActivatable(const fs::path& folder, const std::string& name, const fs::
     writePrivateFile(folder / (name + ".service"), "[D-BUS Service]\nName=" + name + "\nExec=" + link.string() + "\n");
 }
 
-CommandLine daemonCommand(const fs::path& folder, const fs::path& programs, const FileDescriptor& readiness) {
+CommandLine daemonCommand(const fs::path& folder, const fs::path& service, const fs::path& keeper,
+                          const FileDescriptor& readiness) {
     const fs::path configurationFile = folder / "bus.conf";
     writePrivateFile(configurationFile, configuration(folder));
-    makeActivatable(folder, kServiceName, programs / "zuv-service");
-    makeActivatable(folder, kKeeperName, programs / "zuv-keeper");
+    makeActivatable(folder, kServiceName, service);
+    makeActivatable(folder, kKeeperName, keeper);
     return {
         "dbus-daemon", "--config-file=" + configurationFile.string(), "--nofork", "--nopidfile",
         // Keeps its own messages ("Activating service ...") off stderr, which it shares with the programs it starts.
@@ -122,10 +123,13 @@ int errorOf(void (*attempt)()) noexcept {
 
 } // namespace
 
-PrivateBus::PrivateBus(const fs::path& programs) : PrivateBus(programs, makePipe()) {}
+PrivateBus::PrivateBus(const fs::path& programs) : PrivateBus(programs, programs / "zuv-service") {}
 
-PrivateBus::PrivateBus(const fs::path& programs, Pipe readiness)
-    : m_daemon(daemonCommand(m_folder.path(), programs, readiness.writeEnd), readiness.writeEnd.get()) {
+PrivateBus::PrivateBus(const fs::path& programs, const fs::path& service) : PrivateBus(programs, service, makePipe()) {}
+
+PrivateBus::PrivateBus(const fs::path& programs, const fs::path& service, Pipe readiness)
+    : m_daemon(daemonCommand(m_folder.path(), service, programs / "zuv-keeper", readiness.writeEnd),
+               readiness.writeEnd.get()) {
     readiness.writeEnd = FileDescriptor();
     m_address = readAddress(readiness.readEnd);
     keepToOwner(m_folder.path() / "bus"); // the daemon creates it open to everybody and relies on authentication

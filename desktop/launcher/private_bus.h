@@ -29,11 +29,14 @@ public:
     /// @throws std::system_error, std::runtime_error when the bus cannot be started.
     explicit PrivateBus(const std::filesystem::path& programs);
 
+    /// @param service the program that is started as the service.
+    PrivateBus(const std::filesystem::path& programs, const std::filesystem::path& service);
+
     const std::string& address() const { return m_address; }
     pid_t daemonProcess() const { return m_daemon.leader(); }
 
 private:
-    PrivateBus(const std::filesystem::path& programs, Pipe readiness);
+    PrivateBus(const std::filesystem::path& programs, const std::filesystem::path& service, Pipe readiness);
 
     TemporaryFolder m_folder;
     ProcessGroup m_daemon;

@@ -45,11 +45,11 @@ std::string endOf(const siginfo_t& child) {
 }
 
 const char* consequenceOf(const std::string& program) {
-    if (program == "zuv-service")
-        return "its objects are lost, and the next creation starts it again";
+    if (program == "dbus-daemon")
+        return "the service and the keeper end with it, and the command cannot reach them any more";
     if (program == "zuv-keeper")
         return "the values that it kept are lost, and the bus starts it again when it is needed";
-    return "the service and the keeper end with it, and the command cannot reach them any more";
+    return "its objects are lost, and the next creation starts it again"; // whatever program is the service
 }
 
 /// A child that has ended and has not been waited for.

@@ -3,6 +3,7 @@
 import argparse
 import json
 import os
+import pathlib
 import sys
 
 from . import VERSION, pictures, recording, show
@@ -42,8 +43,8 @@ def _failed(program, reason):
 def _parser(program):
     parser = argparse.ArgumentParser(
         prog=program, description="Shows what a recording of the media proxy client holds.",
-        epilog="Exits with 0; check with 1 if it finds violations; with 2 when the command line is wrong or a file "
-        "cannot be read or written.")
+        epilog="Exits with 0; check with 1 if it finds violations; replay with the status of what it runs; with 2 "
+        "when the command line is wrong or a file cannot be read or written.")
     parser.add_argument("--version", action="version", version=f"{program} {VERSION}",
                         help="Print the version and exit")
     commands = parser.add_subparsers(metavar="COMMAND", required=True)
@@ -52,6 +53,7 @@ def _parser(program):
     _add_export(commands)
     _add_check(commands)
     _add_picture(commands)
+    _add_replay(commands)
     return parser
 
 
@@ -100,6 +102,26 @@ def _add_picture(commands):
     command.add_argument("image", metavar="IMAGE", help="A PNG or JPEG file of at most 1 MiB")
     command.add_argument("text", metavar="TEXT", help="What the picture shows, in a few words")
     command.set_defaults(run=_picture)
+
+
+def _add_replay(commands):
+    what = "Run a command with a service that does what the recorded one did"
+    command = commands.add_parser("replay", help=what, description=f"{what}.",
+                                  epilog="Exits with the status of COMMAND.")
+    add = command.add_argument
+    add("file", metavar="FILE", help="The recording")
+    add("--speed", metavar="N", type=_speed, default=1.0,
+        help="How many times faster than recorded the service is, from 0.01 to 1000")
+    add("--record", metavar="COPY", default="", help="Record the new run into this file")
+    add("command", metavar="COMMAND", nargs="+", help="The program and its arguments, after --")
+    command.set_defaults(run=_replay, redact=False)
+
+
+def _speed(text):
+    number = float(text)
+    if not 0.01 <= number <= 1000:
+        raise argparse.ArgumentTypeError(f"{text} is not from 0.01 to 1000")
+    return number
 
 
 def _read(options):
@@ -170,3 +192,9 @@ def _check(options):
     for line in found.lines():
         print(line)
     return 1 if found.violations else 0
+
+
+def _replay(options):
+    from . import replay
+    programs = pathlib.Path(sys.argv[0]).resolve().parent
+    return replay.replay(_read(options), options.speed, options.record, options.command, programs)

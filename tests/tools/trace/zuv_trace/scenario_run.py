@@ -10,14 +10,13 @@ ANSWER = 10.0
 
 
 class Application:
-    """tests/system/steered_application, in a recorded run of the desktop platform."""
+    """tests/system/steered_application, in a run of the desktop platform."""
 
-    def __init__(self, programs, application, scenario, recording):
-        self._run = subprocess.Popen(
-            [programs / "zuv-desktop", "run", "--private-shm", "--engine", "simulated", "--scenario", scenario,
-             "--record", recording, "--", application],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, bufsize=0)
+    def __init__(self, command_line):
+        self._run = subprocess.Popen(command_line, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                     stderr=subprocess.DEVNULL, bufsize=0)
         self._unread = b""
+        self.output = []
 
     def ask(self, words):
         """Has it do something, and awaits its answer, unless it has ended."""
@@ -52,17 +51,30 @@ class Application:
                 return b""
             self._unread += data
         line, _, self._unread = self._unread.partition(b"\n")
+        self.output.append(line.decode())
         return line
 
 
 def record(programs, application, scenario, mode, folder):
     """@return the recording's path."""
+    return record_application(programs, application, scenario, mode, folder)[0]
+
+
+def record_application(programs, application, scenario, mode, folder):
+    """@return the recording's path, and what the application wrote."""
     folder = pathlib.Path(folder)
     film = folder / "film.webm"
     film.write_text("a film", encoding="utf-8")
     recording = folder / f"{scenario}-{mode}.jsonl"
+    output = steer([pathlib.Path(programs) / "zuv-desktop", "run", "--private-shm", "--engine", "simulated",
+                    "--scenario", scenario, "--record", recording, "--", application], scenario, mode, film)
+    return recording, output
+
+
+def steer(command_line, scenario, mode, film):
+    """Has the application do the same each time. @return what it wrote, line by line."""
     create = "create" if mode == "asynchronous" else "create-sync"
-    run = Application(pathlib.Path(programs), application, scenario, recording)
+    run = Application(command_line)
     run.ask(create)
     run.ask(f"start {film}")
     if scenario != "answers-out-of-order":  # there the next command has to follow at once
@@ -72,4 +84,4 @@ def record(programs, application, scenario, mode, folder):
     run.await_callback(b"! ad ")  # now the answers before it have come as well
     run.ask(create)
     run.end()
-    return recording
+    return run.output
