@@ -63,7 +63,8 @@ class Script(unittest.TestCase):
 
     def test_ends_as_the_service_did_and_goes_on_as_the_next_one(self):
         builder = running().publish(START).after(20).owner_changed(":1.5", "").after(100).owner_changed("", ":1.9")
-        builder.publish(command("create", "ses-3")).after(1).on_bus(event("created", "ses-3", "obj-2")).after(1).add("end")
+        builder.publish(command("create", "ses-3")).after(1).on_bus(
+            event("created", "ses-3", "obj-2")).after(1).add("end")
         self.assertEqual([len(life["commands"]) for life in lives(builder)], [2, 1])
         self.assertEqual(lives(builder)[0]["commands"][1]["steps"], [{"after": 20, "end": "exit"}])
 
